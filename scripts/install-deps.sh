@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Installs what building and testing need, from the system package manager only.
+set -euo pipefail
+
+if [[ "$(uname -s)" == "Darwin" ]]; then
+  command -v brew >/dev/null || { echo "Homebrew is needed: https://brew.sh" >&2; exit 1; }
+  for formula in cmake ninja nlohmann-json googletest google-benchmark; do
+    brew list --versions "$formula" >/dev/null 2>&1 || brew install "$formula"
+  done
+  exit 0
+fi
+
+packages=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libgtest-dev libgmock-dev
+          libbenchmark-dev nlohmann-json3-dev)
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if ((${#missing[@]})); then
+  echo "Installing: ${missing[*]}"
+  sudo=""
+  [[ $(id -u) -eq 0 ]] || sudo="sudo"
+  $sudo apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
