@@ -1,0 +1,64 @@
+#pragma once
+
+// The in-memory native menu: the headless shell's menu and the tests' fake. Items and menus keep
+// only the portable state; the factory counts what happens to them so that a test can tell an
+// in-place rewrite (nothing created, inserted or removed) from a rebuild.
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "NativeMenu.h"
+#include "StatusItem.h"
+#include "VectorImage.h"
+
+namespace corvane {
+
+struct MemoryMenuCounters {
+    std::size_t itemsCreated = 0;    // separators included
+    std::size_t menusCreated = 0;
+    std::size_t itemsInserted = 0;   // into any menu made by the factory
+    std::size_t itemsRemoved = 0;    // from any menu made by the factory
+    std::size_t itemChanges = 0;     // field changes of items made by the factory
+    std::size_t updates = 0;         // "menu will update" requests
+    bool operator==(const MemoryMenuCounters&) const = default;
+};
+
+class MemoryMenuFactory final : public NativeMenuFactory {
+public:
+    MemoryMenuFactory() : counters_(std::make_shared<MemoryMenuCounters>()) {}
+
+    std::shared_ptr<NativeMenuItem> makeItem() override;
+    std::shared_ptr<NativeMenuItem> makeSeparator() override;
+    std::shared_ptr<NativeMenu> makeMenu() override;
+
+    const MemoryMenuCounters& counters() const { return *counters_; }
+    void resetCounters() { *counters_ = {}; }
+
+private:
+    std::shared_ptr<MemoryMenuCounters> counters_;
+};
+
+// The headless status item: remembers what it was given.
+class MemoryStatusItem final : public StatusItem {
+public:
+    void setImage(const VectorImage& image) override { image_ = image; }
+    bool hasImage() const override { return image_.has_value(); }
+    void setToolTip(const std::string& toolTip) override { toolTip_ = toolTip; }
+    void setMenu(std::shared_ptr<NativeMenu> menu) override { menu_ = std::move(menu); }
+    std::shared_ptr<NativeMenu> menu() const override { return menu_; }
+    void remove() override { removed_ = true; }
+
+    const std::optional<VectorImage>& image() const { return image_; }
+    const std::string& toolTip() const { return toolTip_; }
+    bool removed() const { return removed_; }
+
+private:
+    std::optional<VectorImage> image_;
+    std::string toolTip_;
+    std::shared_ptr<NativeMenu> menu_;
+    bool removed_ = false;
+};
+
+}  // namespace corvane
