@@ -1,0 +1,397 @@
+// The CLI stand-in plays `corvane` for the app's end-to-end tests and demo, so its answers must
+// keep the wire format the app reads, and its faults must misbehave exactly as advertised.
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+using Json = nlohmann::json;
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+struct ProcessResult {
+    int exitCode = -1;  // -1 when ended by a signal
+    std::string out;
+    std::string err;
+};
+
+struct Spawned {
+    pid_t pid = -1;
+    int outFd = -1;
+    int errFd = -1;
+};
+
+// Starts the stand-in with `extraEnv` added to (or replacing in) this process's environment.
+Spawned spawnSim(const std::vector<std::string>& args, const std::vector<std::string>& extraEnv) {
+    std::vector<std::string> env(extraEnv);
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string text(*entry);
+        const auto name = text.substr(0, text.find('=') + 1);
+        bool replaced = false;
+        for (const auto& extra : extraEnv) replaced = replaced || extra.rfind(name, 0) == 0;
+        if (!replaced) env.push_back(text);
+    }
+    std::vector<std::string> argvText{CORVANE_SIM_EXE};
+    argvText.insert(argvText.end(), args.begin(), args.end());
+    std::vector<char*> argv, envp;
+    for (auto& arg : argvText) argv.push_back(arg.data());
+    for (auto& entry : env) envp.push_back(entry.data());
+    argv.push_back(nullptr);
+    envp.push_back(nullptr);
+
+    int outPipe[2], errPipe[2];
+    if (pipe2(outPipe, O_CLOEXEC) != 0 || pipe2(errPipe, O_CLOEXEC) != 0) return {};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, outPipe[1], 1);
+    posix_spawn_file_actions_adddup2(&actions, errPipe[1], 2);
+    Spawned child;
+    if (posix_spawn(&child.pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0) child.pid = -1;
+    posix_spawn_file_actions_destroy(&actions);
+    close(outPipe[1]);
+    close(errPipe[1]);
+    child.outFd = outPipe[0];
+    child.errFd = errPipe[0];
+    return child;
+}
+
+// Waits for the child to exit, reading its output; kills it after `limitSeconds` to catch hangs.
+ProcessResult finish(Spawned child, double limitSeconds = 20) {
+    ProcessResult result;
+    const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
+    pollfd fds[2] = {{child.outFd, POLLIN, 0}, {child.errFd, POLLIN, 0}};
+    std::string* sinks[2] = {&result.out, &result.err};
+    int open = 2;
+    while (open > 0 && Clock::now() < deadline) {
+        if (poll(fds, 2, 100) <= 0) continue;
+        for (int i = 0; i < 2; ++i) {
+            if (fds[i].fd < 0 || fds[i].revents == 0) continue;
+            char buffer[65536];
+            const ssize_t n = read(fds[i].fd, buffer, sizeof buffer);
+            if (n > 0) {
+                sinks[i]->append(buffer, static_cast<size_t>(n));
+            } else {
+                close(fds[i].fd);
+                fds[i].fd = -1;
+                --open;
+            }
+        }
+    }
+    if (open > 0) kill(child.pid, SIGKILL);
+    for (auto& fd : fds)
+        if (fd.fd >= 0) close(fd.fd);
+    int status = 0;
+    waitpid(child.pid, &status, 0);
+    if (open == 0 && WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
+    return result;
+}
+
+bool waitFor(const std::function<bool()>& condition, double limitSeconds = 5) {
+    const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
+    while (Clock::now() < deadline) {
+        if (condition()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return condition();
+}
+
+std::string readText(const fs::path& path) {
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// An object, or an empty object for anything else, so that a file caught mid-write reads as empty.
+Json objectOf(const std::string& text) {
+    Json value = Json::parse(text, nullptr, false);
+    return value.is_object() ? value : Json::object();
+}
+
+Json lastJsonLine(const fs::path& path) {
+    std::istringstream lines(readText(path));
+    std::string line, last;
+    while (std::getline(lines, line))
+        if (!line.empty()) last = line;
+    return objectOf(last);
+}
+
+// "2026-11-21T19:44:18.123Z"
+bool isWireTime(const Json& value) {
+    if (!value.is_string()) return false;
+    const auto text = value.get<std::string>();
+    const std::string shape = "dddd-dd-ddTdd:dd:dd.dddZ";
+    if (text.size() != shape.size()) return false;
+    for (size_t i = 0; i < shape.size(); ++i)
+        if (shape[i] == 'd' ? !std::isdigit(static_cast<unsigned char>(text[i])) : text[i] != shape[i]) return false;
+    return true;
+}
+
+class CorvaneSim : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/corvane-sim-test-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        home = pattern;
+    }
+    void TearDown() override {
+        for (const pid_t pid : started) {
+            // Only a child not yet reaped is still ours to end; a reaped id may belong to anyone now.
+            if (waitpid(pid, nullptr, WNOHANG) == 0) {
+                kill(pid, SIGKILL);
+                waitpid(pid, nullptr, 0);
+            }
+        }
+        fs::remove_all(home);
+    }
+
+    ProcessResult run(const std::vector<std::string>& args, std::vector<std::string> env = {}) {
+        env.push_back("CORVANE_SIM_HOME=" + home.string());
+        return finish(spawnSim(args, env));
+    }
+    Spawned start(const std::vector<std::string>& args, std::vector<std::string> env = {}) {
+        env.push_back("CORVANE_SIM_HOME=" + home.string());
+        Spawned child = spawnSim(args, env);
+        started.push_back(child.pid);
+        return child;
+    }
+    Json menu(const std::vector<std::string>& args = {"menu"}, std::vector<std::string> env = {}) {
+        const auto result = run(args, std::move(env));
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        return Json::parse(result.out, nullptr, false);
+    }
+
+    fs::path home;
+    std::vector<pid_t> started;
+};
+
+void collectRows(const Json& rows, std::set<std::string>& types, std::set<std::string>& verbs, std::vector<Json>& all) {
+    for (const auto& row : rows) {
+        all.push_back(row);
+        types.insert(row.value("type", ""));
+        for (const char* verb : {"run", "background", "terminal", "url", "copy", "file", "diagnostics", "badge", "dismiss"})
+            if (row.contains(verb)) verbs.insert(verb);
+        if (row.contains("items")) collectRows(row["items"], types, verbs, all);
+    }
+}
+
+TEST_F(CorvaneSim, DemoAnswerCarriesEveryRowAndVerbTheAppReads) {
+    const Json answer = menu();
+    ASSERT_TRUE(answer.is_object());
+    EXPECT_EQ(answer["contract"], 1);
+    for (const char* key : {"appEnv", "cliVersion", "icon", "refreshSeconds", "watchPaths", "items", "more",
+                            "snapshotFiles", "snapshotIdentity", "cliUpdate"})
+        EXPECT_TRUE(answer.contains(key)) << key;
+
+    std::set<std::string> types, verbs;
+    std::vector<Json> rows;
+    collectRows(answer["items"], types, verbs, rows);
+    collectRows(answer["more"], types, verbs, rows);
+    EXPECT_EQ(types, (std::set<std::string>{"header", "section", "status", "connection", "submenu", "action", "separator"}));
+    EXPECT_EQ(verbs.size(), 9u);
+
+    std::set<std::string> harnesses;
+    for (const auto& row : rows) {
+        if (!row.contains("agent")) continue;
+        harnesses.insert(row["agent"]["icon"].get<std::string>());
+        EXPECT_TRUE(isWireTime(row["agent"]["lastActivityAt"]));
+        ASSERT_EQ(row["reportClick"].size(), 3u);
+        EXPECT_EQ(row["reportClick"][0], "report-agent-click");
+        EXPECT_EQ(row["reportClick"][1], row["agent"]["id"]);
+    }
+    EXPECT_EQ(harnesses, (std::set<std::string>{"claude", "cursor", "chatgpt"}));
+
+    // The update block must cover its fallback rows, which a reader splices out.
+    const Json& update = answer["cliUpdate"];
+    const int start = update["startIndex"], count = update["itemCount"];
+    EXPECT_GE(start, 0);
+    EXPECT_GE(count, 1);
+    EXPECT_LE(start + count, static_cast<int>(answer["items"].size()));
+    EXPECT_EQ(update["run"], Json::array({"update", "--background"}));
+    EXPECT_EQ(fs::path(update["logPath"].get<std::string>()).parent_path(), home);
+
+    EXPECT_TRUE(fs::is_directory(answer["watchPaths"][0].get<std::string>()));
+    for (const auto& [key, path] : answer["snapshotFiles"].items())
+        EXPECT_EQ(fs::path(path.get<std::string>()).parent_path(), home) << key;
+}
+
+TEST_F(CorvaneSim, MenuEchoesEnvAndLogsWhatItWasGiven) {
+    const struct {
+        std::vector<std::string> args;
+        const char* appEnv;
+    } rows[] = {{{"menu"}, "production"}, {{"menu", "--env", "staging"}, "staging"}, {{"menu", "--env=dev"}, "dev"}};
+    for (const auto& row : rows) EXPECT_EQ(menu(row.args)["appEnv"], row.appEnv) << row.appEnv;
+
+    menu({"menu"}, {"CORVANE_MENU_REFRESH_ID=poll-42", "CORVANE_NATIVE_DIAGNOSTICS=1"});
+    const Json logged = lastJsonLine(home / "invocations.jsonl");
+    EXPECT_EQ(logged["argv"], Json::array({"menu"}));
+    EXPECT_EQ(logged["env"]["CORVANE_MENU_REFRESH_ID"], "poll-42");
+    EXPECT_EQ(logged["env"]["CORVANE_NATIVE_DIAGNOSTICS"], "1");
+}
+
+TEST_F(CorvaneSim, MenuFaultsMisbehaveAsAdvertised) {
+    const struct {
+        const char* fault;
+        int exitCode;
+        int contract;  // 0: stdout must not be JSON
+        size_t minimumBytes;
+        bool marker;
+    } rows[] = {
+        {"exit:7", 7, 0, 0, true},     {"garbage", 0, 0, 1, false},          {"contract2", 0, 2, 1, false},
+        {"slow:0.2", 0, 1, 1, false},  {"big:1", 0, 1, 1 << 20, false},       {"bigspace:1", 0, 1, 1 << 20, false},
+    };
+    for (const auto& row : rows) {
+        const auto result = run({"menu"}, {std::string("CORVANE_SIM_FAULT=") + row.fault});
+        EXPECT_EQ(result.exitCode, row.exitCode) << row.fault;
+        EXPECT_GE(result.out.size(), row.minimumBytes) << row.fault;
+        const Json answer = Json::parse(result.out, nullptr, false);
+        if (row.contract == 0) {
+            EXPECT_TRUE(answer.is_discarded()) << row.fault;
+        } else {
+            EXPECT_EQ(answer.value("contract", 0), row.contract) << row.fault;
+        }
+        const auto at = result.err.find("CORVANE_DIAGNOSTIC {");
+        EXPECT_EQ(at != std::string::npos, row.marker) << row.fault;
+        if (row.marker) {
+            const Json envelope = Json::parse(result.err.substr(at + 19, result.err.find('\n', at) - at - 19));
+            EXPECT_EQ(envelope["failure"]["code"], "SIM_FAILURE");
+        }
+    }
+}
+
+TEST_F(CorvaneSim, FaultFileOverridesTheEnvironmentBetweenPolls) {
+    const std::vector<std::string> env{"CORVANE_SIM_FAULT=exit:5"};
+    EXPECT_EQ(run({"menu"}, env).exitCode, 5);
+    ASSERT_EQ(run({"sim", "fault", "contract2"}).exitCode, 0);
+    EXPECT_EQ(menu({"menu"}, env)["contract"], 2);
+    ASSERT_EQ(run({"sim", "fault", "none"}).exitCode, 0);
+    EXPECT_EQ(menu({"menu"}, env)["contract"], 1);
+}
+
+TEST_F(CorvaneSim, HangingFaultsEndOnlyWithTheRightSignal) {
+    const struct {
+        const char* fault;
+        bool survivesTerm;
+    } rows[] = {{"hang", false}, {"ignore-term", true}};
+    for (const auto& row : rows) {
+        Spawned child = start({"menu"}, {std::string("CORVANE_SIM_FAULT=") + row.fault});
+        int status = 0;
+        // Give it time to log, read the fault and set its signal disposition.
+        EXPECT_TRUE(waitFor([&] { return fs::exists(home / "invocations.jsonl"); }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        EXPECT_EQ(waitpid(child.pid, &status, WNOHANG), 0) << row.fault << " answered";
+        kill(child.pid, SIGTERM);
+        const bool ended = waitFor([&] { return waitpid(child.pid, &status, WNOHANG) == child.pid; }, row.survivesTerm ? 0.5 : 5);
+        EXPECT_EQ(ended, !row.survivesTerm) << row.fault;
+        if (!ended) kill(child.pid, SIGKILL);
+        finish(child);
+        fs::remove(home / "invocations.jsonl");
+    }
+}
+
+TEST_F(CorvaneSim, WriteOnceStampsASnapshotAndBumpsItsSequence) {
+    const Json announced = menu();
+    const fs::path snapshotPath = announced["snapshotFiles"]["snapshot"].get<std::string>();
+    const struct {
+        std::vector<std::string> args;
+        int sequence;
+        bool sameBoot;
+    } rows[] = {{{"snapshot-write-once", "--pid", "4242"}, 1, false},
+                {{"snapshot-write-once", "--bump", "--pid", "4242"}, 2, true},
+                {{"snapshot-write-once", "--bump", "--pid", "4242"}, 3, true},
+                {{"snapshot-write-once", "--pid", "4242"}, 1, false}};
+    std::string previousBoot;
+    for (const auto& row : rows) {
+        ASSERT_EQ(run(row.args).exitCode, 0);
+        const Json file = Json::parse(readText(snapshotPath), nullptr, false);
+        ASSERT_TRUE(file.is_object());
+        EXPECT_EQ(file["contract"], 1);
+        const Json& stamp = file["snapshot"];
+        EXPECT_EQ(stamp["version"], 1);
+        EXPECT_EQ(stamp["pid"], 4242);
+        EXPECT_EQ(stamp["sequence"], row.sequence);
+        EXPECT_EQ(stamp["bootId"] == previousBoot, row.sameBoot);
+        previousBoot = stamp["bootId"];
+        for (const char* key : {"writtenAt", "staleAfter", "readStartedAt"}) EXPECT_TRUE(isWireTime(stamp[key])) << key;
+        // Same-shape UTC texts order like the instants they name.
+        EXPECT_LE(stamp["readStartedAt"].get<std::string>(), stamp["writtenAt"].get<std::string>());
+        EXPECT_LT(stamp["writtenAt"].get<std::string>(), stamp["staleAfter"].get<std::string>());
+        for (const char* key : {"apiUrl", "webUrl", "enrollment"}) EXPECT_EQ(stamp[key], announced["snapshotIdentity"][key]) << key;
+    }
+}
+
+TEST_F(CorvaneSim, WriterAnswersRefreshAndOpenRequestsAndStopsOnTerm) {
+    const Json files = menu()["snapshotFiles"];
+    const fs::path snapshotPath = files["snapshot"].get<std::string>();
+    Spawned writer = start({"snapshot-writer", "--interval", "600"});
+    auto stamp = [&] { return objectOf(readText(snapshotPath)).value("snapshot", Json::object()); };
+    ASSERT_TRUE(waitFor([&] { return stamp().value("sequence", 0) == 1; }));
+    EXPECT_EQ(stamp()["pid"], writer.pid);
+
+    std::ofstream(files["refreshRequest"].get<std::string>()) << "now";
+    EXPECT_TRUE(waitFor([&] { return stamp().value("sequence", 0) == 2; })) << "no rewrite after a refresh request";
+
+    std::ofstream(files["openRequest"].get<std::string>()) << "2026-11-21T19:44:18.123Z";
+    EXPECT_TRUE(waitFor([&] { return lastJsonLine(home / "open-requests.jsonl").value("content", "") == "2026-11-21T19:44:18.123Z"; }));
+
+    kill(writer.pid, SIGTERM);
+    EXPECT_EQ(finish(writer, 5).exitCode, 0);
+}
+
+TEST_F(CorvaneSim, ClickReportsAreRecorded) {
+    const std::vector<std::string> args{"report-agent-click", "sess-1", "claude"};
+    ASSERT_EQ(run(args).exitCode, 0);
+    EXPECT_EQ(lastJsonLine(home / "clicks.jsonl")["args"], Json::array({"sess-1", "claude"}));
+}
+
+TEST_F(CorvaneSim, UpdateInstallsTheOfferOrFailsWithAMarker) {
+    const struct {
+        const char* failEnv;
+        int exitCode;
+        const char* versionAfter;
+        bool offerAfter;
+    } rows[] = {{"CORVANE_SIM_UPDATE_FAIL=1", 1, "1.4.0", true}, {"CORVANE_SIM_UPDATE_FAIL=0", 0, "1.5.0", false}};
+    for (const auto& row : rows) {
+        const auto result = run({"update", "--background"}, {row.failEnv, "CORVANE_SIM_UPDATE_SECONDS=0.1"});
+        EXPECT_EQ(result.exitCode, row.exitCode) << row.failEnv;
+        EXPECT_EQ(result.err.find("CORVANE_DIAGNOSTIC {") != std::string::npos, row.exitCode != 0);
+        EXPECT_EQ(run({"--version"}).out, std::string(row.versionAfter) + "\n");
+        const Json answer = menu();
+        EXPECT_EQ(answer["cliVersion"], row.versionAfter);
+        EXPECT_EQ(answer.contains("cliUpdate"), row.offerAfter);
+        EXPECT_EQ(answer.contains("cliUpToDateAt"), !row.offerAfter);
+    }
+}
+
+TEST_F(CorvaneSim, ActionTargetsExitAsTheDemoExpects) {
+    const struct {
+        std::vector<std::string> args;
+        int exitCode;
+    } rows[] = {{{"sessions", "sync"}, 0}, {{"doctor", "--fail"}, 3}, {{"sleep", "0.1"}, 0},
+                {{"notices", "dismiss", "x"}, 0}, {{"no-such-command"}, 2}, {{"menu", "--bogus"}, 2}};
+    for (const auto& row : rows) EXPECT_EQ(run(row.args).exitCode, row.exitCode) << row.args[0];
+    EXPECT_NE(run({"no-such-command"}).err.find("usage:"), std::string::npos);
+}
+
+}  // namespace
