@@ -169,7 +169,8 @@ std::optional<ClientDiagnostic> clientDiagnosticFromJson(const nlohmann::json& v
     if (!operation || !outcome) return std::nullopt;
     for (const char* key : {"domain", "code", "underlyingDomain", "underlyingCode"}) {
         auto it = value.find(key);
-        if (it != value.end() && !it->is_string()) return std::nullopt;
+        // A null optional field is an absent one, as other JSON readers of these records see it.
+        if (it != value.end() && !it->is_string() && !it->is_null()) return std::nullopt;
     }
     return ClientDiagnostic{*operation, *outcome, text("domain"), text("code"), text("underlyingDomain"),
                             text("underlyingCode")};
