@@ -24,12 +24,18 @@ struct ContractMismatch {
     bool operator==(const ContractMismatch&) const = default;
 };
 struct Invalid {
-    std::string message;  // names the key path, e.g. "items[3].title: expected a string"
+    std::string message;  // names the key path, e.g. "items[3].title: expected a string, found a number"
     bool operator==(const Invalid&) const = default;
 };
 }  // namespace decode
 
 using MenuDecodeResult = std::variant<MenuPayload, decode::ContractMismatch, decode::Invalid>;
+
+// Rows nested deeper than this many levels (submenus in submenus, and the item objects of
+// "presentation", "dismiss" and an agent's "harness", which count as one level each) are not
+// read at all and are left out like any other row the app cannot show. Top-level rows are level 1.
+// Real menus nest two or three levels; the limit keeps hostile answers from exhausting the stack.
+inline constexpr int maxMenuDepth = 32;
 
 // Pure: the only inputs are the answer's bytes and `now`, used to word ages.
 MenuDecodeResult decodeMenuPayload(std::string_view bytes, Instant now);
