@@ -1,0 +1,327 @@
+#include "CliUpdatePresentation.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace corvane {
+namespace {
+
+using Phase = CliUpdatePhase;
+
+const Instant t0 = instantFromSeconds(1'750'000'000.25);
+
+CliUpdate makeUpdate(Phase phase, std::optional<std::string> target = "1.4.0", bool blocked = false,
+                     std::optional<std::string> detail = std::nullopt) {
+    return CliUpdate{phase, std::move(target), "1.3.0", std::move(detail), blocked, {"update", "--background"},
+                     "/tmp/corvane/update.log"};
+}
+
+TEST(CliUpdateTexts, ByPhaseAndBlocking) {
+    struct Row {
+        CliUpdate update;
+        std::string title;
+        std::optional<std::string> subtitle;
+        std::string actionTitle;
+        bool canStart;
+    };
+    const Row rows[] = {
+        {makeUpdate(Phase::available), "Corvane CLI 1.4.0 is available. Update?", "You have 1.3.0.",
+         "Update Corvane CLI to 1.4.0", true},
+        {makeUpdate(Phase::available, "1.4.0", true), "Corvane CLI 1.4.0 is available.",
+         "Another command is running.", "Another command is running", false},
+        {makeUpdate(Phase::available, std::nullopt), "A Corvane CLI update is available. Update?", "You have 1.3.0.",
+         "Update Corvane CLI", true},
+        {makeUpdate(Phase::available, std::nullopt, false, "Fixes login."), "A Corvane CLI update is available. Update?",
+         "Fixes login.", "Update Corvane CLI", true},
+        {makeUpdate(Phase::installing), "Corvane CLI 1.4.0 is available.", "Updating CLI\u2026",
+         "Update Corvane CLI to 1.4.0", false},
+        {makeUpdate(Phase::installing, std::nullopt), "A Corvane CLI update is available.", "Updating CLI\u2026",
+         "Update Corvane CLI", false},
+        {makeUpdate(Phase::failed), "CLI update failed. Retry?", "You have 1.3.0.", "Retry update", true},
+        {makeUpdate(Phase::failed, "1.4.0", true, "npm exited 1"), "CLI update failed.", "npm exited 1",
+         "Another command is running", false},
+        {makeUpdate(Phase::succeeded), "Corvane CLI updated to 1.3.0", std::nullopt, "Update Corvane CLI to 1.4.0",
+         false},
+        {makeUpdate(Phase::upToDate, std::nullopt), "Corvane CLI is up to date", "You have 1.3.0.",
+         "Update Corvane CLI", false},
+        {makeUpdate(Phase::upToDate, std::nullopt, false, "Checked today."), "Corvane CLI is up to date",
+         "Checked today.", "Update Corvane CLI", false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.title);
+        EXPECT_EQ(cliUpdateTitle(row.update), row.title);
+        EXPECT_EQ(cliUpdateSubtitle(row.update), row.subtitle);
+        EXPECT_EQ(cliUpdateActionTitle(row.update), row.actionTitle);
+        EXPECT_EQ(cliUpdateCanStart(row.update), row.canStart);
+        MenuAction action = cliUpdateAction(row.update);
+        EXPECT_EQ(action.title, row.actionTitle);
+        EXPECT_EQ(action.verb, MenuVerb(verb::CliUpdate{row.update}));
+    }
+}
+
+TEST(CliUpdateNewer, ComparesThreeNumericParts) {
+    struct Row {
+        const char* version;
+        const char* than;
+        bool expected;
+    };
+    const Row rows[] = {
+        {"1.10.0", "1.9.9", true},   {"1.9.9", "1.10.0", false}, {"2.0.0", "1.99.99", true},
+        {"1.2.3", "1.2.3", false},   {"1.2.4", "1.2.3", true},   {"01.2.3", "1.2.2", true},
+        {"1.2", "1.1.0", false},     {"1.2.3.4", "1.2.3", false}, {"1.3.0", "1.2", false},
+        {"1.3.0-beta", "1.2.0", false}, {"1..3", "1.0.0", false}, {"", "1.0.0", false},
+        {"1.2.x", "1.2.0", false},   {"99999999999999999999999.0.0", "9999999999999999999999.0.0", true},
+        {"1.2.3.", "1.2.2", false},  {" 1.2.3", "1.2.2", false},
+    };
+    for (const auto& row : rows) EXPECT_EQ(newer(row.version, row.than), row.expected) << row.version << " > " << row.than;
+}
+
+std::vector<MenuItem> rowsWithUpdateAt(std::size_t position, const CliUpdate& update) {
+    std::vector<MenuItem> items{row::Header{"Corvane", std::nullopt, std::nullopt}, row::Separator{},
+                                row::Section{"Agents"}};
+    items.insert(items.begin() + static_cast<std::ptrdiff_t>(position), row::CliUpdate{update});
+    return items;
+}
+
+CliUpdatePresentation started(const std::string& path = "/usr/local/bin/corvane") {
+    CliUpdatePresentation presentation;
+    presentation.start(makeUpdate(Phase::available, "1.4.0", false, "Fixes login."),
+                       rowsWithUpdateAt(1, makeUpdate(Phase::available)), path, t0);
+    return presentation;
+}
+
+TEST(CliUpdatePresentationStart, RemembersInstallingUpdate) {
+    CliUpdatePresentation presentation = started();
+    ASSERT_TRUE(presentation.update);
+    EXPECT_EQ(presentation.update->phase, Phase::installing);
+    EXPECT_FALSE(presentation.update->detail);
+    EXPECT_TRUE(presentation.isInstalling());
+    EXPECT_EQ(presentation.index, 1u);
+    EXPECT_EQ(presentation.startedAt, t0);
+    EXPECT_EQ(presentation.sourceVersion, "1.3.0");
+    EXPECT_EQ(presentation.sourcePath, "/usr/local/bin/corvane");
+
+    CliUpdatePresentation noRow;
+    noRow.start(makeUpdate(Phase::failed), {row::Separator{}}, "", t0);
+    EXPECT_EQ(noRow.index, 0u);
+}
+
+MenuPayload payload(std::string version, std::optional<CliUpdate> row = std::nullopt,
+                    std::optional<Instant> upToDateAt = std::nullopt) {
+    MenuPayload p;
+    p.appEnv = "production";
+    p.cliVersion = std::move(version);
+    p.items = {row::Header{"Corvane", std::nullopt, std::nullopt}};
+    if (row) p.items.push_back(row::CliUpdate{*row});
+    p.cliUpToDateAt = upToDateAt;
+    return p;
+}
+
+// Every row of the decision table documented on `observe`, plus the phases it leaves alone.
+TEST(CliUpdatePresentationObserve, DecisionTable) {
+    const std::string oldPath = "/usr/local/bin/corvane";
+    const std::string newPath = "/opt/corvane/bin/corvane";
+    const Instant later = plusSeconds(t0, 30);
+    const Instant earlier = plusSeconds(t0, -30);
+    const CliUpdate offered = makeUpdate(Phase::available);
+    const CliUpdate rowFailed = makeUpdate(Phase::failed, "1.4.0", false, "npm ERR! code EACCES");
+    const CliUpdate rowInstalling = makeUpdate(Phase::installing);
+
+    struct Row {
+        const char* name;
+        Phase remembered;
+        MenuPayload payload;
+        std::string path;
+        bool allowFailure;
+        Phase expected;
+        std::string installedVersion;
+        std::optional<std::string> detail;
+    };
+    const Row rows[] = {
+        // 1: a newer version answers.
+        {"newer version", Phase::installing, payload("1.4.0", offered), oldPath, false, Phase::succeeded, "1.4.0", {}},
+        {"newer version after a failure", Phase::failed, payload("1.4.0"), oldPath, false, Phase::succeeded, "1.4.0", {}},
+        {"newer version beats a failed row", Phase::installing, payload("1.4.0", rowFailed), oldPath, true,
+         Phase::succeeded, "1.4.0", {}},
+        // 2: another CLI with another version answers.
+        {"moved, pre-release version", Phase::installing, payload("1.4.0-rc.1", offered), newPath, false,
+         Phase::succeeded, "1.4.0-rc.1", {}},
+        // 3: another CLI at the same version offers nothing.
+        {"moved, same version, no row", Phase::installing, payload("1.3.0"), newPath, false, Phase::upToDate, "1.3.0", {}},
+        // 4: the CLI confirms it is up to date after the start.
+        {"confirmed up to date", Phase::installing, payload("1.3.0", std::nullopt, later), oldPath, false,
+         Phase::upToDate, "1.3.0", {}},
+        {"confirmed after a failure", Phase::failed, payload("1.3.0", std::nullopt, later), oldPath, false,
+         Phase::upToDate, "1.3.0", {}},
+        // 5: the CLI's own block failed.
+        {"row failed, failure allowed", Phase::installing, payload("1.3.0", rowFailed), oldPath, true, Phase::failed,
+         "1.3.0", "npm ERR! code EACCES"},
+        {"row failed without detail, pre-release in place", Phase::installing, payload("1.3.0-dev", makeUpdate(Phase::failed)), oldPath, true,
+         Phase::failed, "1.3.0-dev", {}},
+        // 6: nothing conclusive.
+        {"row failed, failure not allowed", Phase::installing, payload("1.3.0", rowFailed), oldPath, false,
+         Phase::installing, "1.3.0", {}},
+        {"still offered", Phase::installing, payload("1.3.0", offered), oldPath, true, Phase::installing, "1.3.0", {}},
+        {"CLI installing", Phase::installing, payload("1.3.0", rowInstalling), oldPath, true, Phase::installing,
+         "1.3.0", {}},
+        {"no row, confirmation before the start", Phase::installing, payload("1.3.0", std::nullopt, earlier), oldPath,
+         true, Phase::installing, "1.3.0", {}},
+        {"no row, confirmation at the start", Phase::installing, payload("1.3.0", std::nullopt, t0), oldPath, true,
+         Phase::installing, "1.3.0", {}},
+        {"no row, no confirmation", Phase::installing, payload("1.3.0"), oldPath, true, Phase::installing, "1.3.0", {}},
+        {"older version", Phase::installing, payload("1.2.0", offered), oldPath, true, Phase::installing, "1.3.0", {}},
+        {"unknown path now", Phase::installing, payload("1.3.0"), "", true, Phase::installing, "1.3.0", {}},
+        {"moved, same version, still offered", Phase::installing, payload("1.3.0", offered), newPath, true,
+         Phase::installing, "1.3.0", {}},
+        {"failure stays failed", Phase::failed, payload("1.3.0", rowFailed), oldPath, true, Phase::failed, "1.3.0",
+         "earlier"},
+        // Phases that observe never moves.
+        {"succeeded stays", Phase::succeeded, payload("1.5.0", std::nullopt, later), newPath, true, Phase::succeeded,
+         "1.3.0", {}},
+        {"up to date stays", Phase::upToDate, payload("1.5.0", rowFailed), newPath, true, Phase::upToDate, "1.3.0", {}},
+        {"available stays", Phase::available, payload("1.5.0"), newPath, true, Phase::available, "1.3.0", {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CliUpdatePresentation presentation = started(oldPath);
+        presentation.update->phase = row.remembered;
+        if (row.remembered == Phase::failed) presentation.update->detail = "earlier";
+        CliUpdatePresentation before = presentation;
+        presentation.observe(row.payload, row.path, plusSeconds(t0, 60), row.allowFailure);
+        ASSERT_TRUE(presentation.update);
+        EXPECT_EQ(presentation.update->phase, row.expected);
+        EXPECT_EQ(presentation.update->installedVersion, row.installedVersion);
+        EXPECT_EQ(presentation.update->detail, row.detail);
+        // Only the update itself changes; the memory of the start stays.
+        EXPECT_EQ(presentation.index, before.index);
+        EXPECT_EQ(presentation.startedAt, before.startedAt);
+        EXPECT_EQ(presentation.sourceVersion, before.sourceVersion);
+        EXPECT_EQ(presentation.sourcePath, before.sourcePath);
+    }
+
+    CliUpdatePresentation empty;
+    empty.observe(payload("9.9.9", std::nullopt, later), newPath, later, true);
+    EXPECT_EQ(empty, CliUpdatePresentation{});
+}
+
+TEST(CliUpdatePresentationExpire, FailsOnlyAfterMoreThan900Seconds) {
+    struct Row {
+        double seconds;
+        Phase expected;
+    };
+    for (const Row& row : {Row{900.0, Phase::installing}, Row{900.000001, Phase::failed}, Row{901.0, Phase::failed}}) {
+        CliUpdatePresentation viaExpire = started();
+        viaExpire.expire(plusSeconds(t0, row.seconds));
+        EXPECT_EQ(viaExpire.update->phase, row.expected) << row.seconds;
+
+        // observe always ends in expire, even when the payload confirms nothing.
+        CliUpdatePresentation viaObserve = started();
+        viaObserve.observe(payload("1.3.0", makeUpdate(Phase::available)), "/usr/local/bin/corvane",
+                           plusSeconds(t0, row.seconds), false);
+        EXPECT_EQ(viaObserve, viaExpire) << row.seconds;
+        if (row.expected == Phase::failed) {
+            EXPECT_EQ(viaExpire.update->detail, std::string(cliUpdateNotConfirmedText));
+        }
+    }
+
+    // A confirmation seen in the same poll wins over the expiry.
+    CliUpdatePresentation confirmed = started();
+    confirmed.observe(payload("1.4.0"), "/usr/local/bin/corvane", plusSeconds(t0, 5000), false);
+    EXPECT_EQ(confirmed.update->phase, Phase::succeeded);
+}
+
+TEST(CliUpdatePresentationLauncher, FailsOnlyAnInstallation) {
+    CliUpdatePresentation presentation = started();
+    presentation.launcherFailed("corvane update exited 1");
+    EXPECT_EQ(presentation.update->phase, Phase::failed);
+    EXPECT_EQ(presentation.update->detail, "corvane update exited 1");
+    EXPECT_EQ(cliUpdateTitle(*presentation.update), "CLI update failed. Retry?");
+
+    presentation.update->phase = Phase::succeeded;
+    presentation.launcherFailed("late");
+    EXPECT_EQ(presentation.update->phase, Phase::succeeded);
+}
+
+TEST(CliUpdatePresentationPresenting, ReplacesOrReinserts) {
+    CliUpdatePresentation presentation = started();
+    const CliUpdate remembered = *presentation.update;
+    const MenuItem rememberedRow = row::CliUpdate{remembered};
+
+    // The payload's own row is replaced where it stands.
+    auto withRow = rowsWithUpdateAt(3, makeUpdate(Phase::available));
+    auto shown = presentation.presenting(withRow);
+    ASSERT_EQ(shown.size(), withRow.size());
+    EXPECT_EQ(shown[3], rememberedRow);
+
+    // Without a row the remembered one returns at its old position…
+    std::vector<MenuItem> plain{row::Header{"Corvane", std::nullopt, std::nullopt}, row::Separator{},
+                                row::Section{"Agents"}};
+    shown = presentation.presenting(plain);
+    ASSERT_EQ(shown.size(), 4u);
+    EXPECT_EQ(shown[1], rememberedRow);
+    EXPECT_EQ(shown[2], plain[1]);
+
+    // …or at the end when that position lies beyond it.
+    presentation.index = 7;
+    shown = presentation.presenting(plain);
+    ASSERT_EQ(shown.size(), 4u);
+    EXPECT_EQ(shown[3], rememberedRow);
+
+    EXPECT_EQ(CliUpdatePresentation{}.presenting(withRow), withRow);
+}
+
+TEST(CliUpdatePresentationMenu, ShownResultIsForgottenOnClose) {
+    CliUpdatePresentation presentation = started();
+    presentation.didShowMenu();
+    presentation.didCloseMenu();
+    EXPECT_TRUE(presentation.isInstalling()) << "an installation outlives the menu";
+
+    presentation.update->phase = Phase::failed;
+    presentation.didShowMenu();
+    presentation.didCloseMenu();
+    EXPECT_TRUE(presentation.update) << "a failure stays until retried";
+
+    for (Phase done : {Phase::succeeded, Phase::upToDate}) {
+        CliUpdatePresentation finished = started();
+        finished.update->phase = done;
+        finished.didCloseMenu();
+        EXPECT_TRUE(finished.update) << "closing a menu that never showed it keeps it";
+        finished.didShowMenu();
+        EXPECT_TRUE(finished.successWasShown);
+        finished.didCloseMenu();
+        EXPECT_EQ(finished, CliUpdatePresentation{});
+    }
+}
+
+TEST(CliUpdatePresentationJson, RoundTripAndRejects) {
+    CliUpdatePresentation full = started("/usr/local/bin/corvane \"quoted\"/x");
+    full.update->detail = "caf\u00e9 \u2026";
+    full.startedAt = Instant(std::chrono::microseconds(1'750'000'000'123'457));
+    full.successWasShown = true;
+    for (const CliUpdatePresentation& value : {full, CliUpdatePresentation{}, started("")}) {
+        auto decoded = decodeCliUpdatePresentation(encodeCliUpdatePresentation(value));
+        ASSERT_TRUE(decoded);
+        EXPECT_EQ(*decoded, value);
+    }
+    nlohmann::json keys = toJson(full);
+    for (const char* key : {"update", "index", "startedAt", "sourceVersion", "sourcePath", "successWasShown"})
+        EXPECT_TRUE(keys.contains(key)) << key;
+    for (const char* key : {"phase", "target", "installedVersion", "detail", "isBlocked", "run", "logPath"})
+        EXPECT_TRUE(keys["update"].contains(key)) << key;
+    EXPECT_EQ(keys["update"]["phase"], "installing");
+
+    const char* damaged[] = {
+        "", "[]", "not json", R"({"index":-1})", R"({"index":"1"})", R"({"startedAt":"yesterday"})",
+        R"({"startedAt":1e300})", R"({"successWasShown":1})", R"({"sourcePath":5})",
+        R"({"update":{"phase":"done","installedVersion":"1","run":[],"logPath":"/l"}})",
+        R"({"update":{"phase":"failed","installedVersion":"1","run":[1],"logPath":"/l"}})",
+        R"({"update":{"phase":"failed","run":[],"logPath":"/l"}})",
+        R"({"update":{"phase":"failed","installedVersion":"1","run":[],"logPath":"/l","target":2}})",
+        R"({"update":{"phase":"failed","installedVersion":"1","run":[],"logPath":"/l","isBlocked":"no"}})",
+        R"({"update":7})",
+    };
+    for (const char* text : damaged) EXPECT_FALSE(decodeCliUpdatePresentation(text)) << text;
+}
+
+}  // namespace
+}  // namespace corvane
