@@ -1,0 +1,112 @@
+#include "headless/ThreadBackgroundWork.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <future>
+#include <mutex>
+#include <vector>
+
+namespace corvane {
+namespace {
+
+// A gate the test opens to let a blocked job finish.
+struct Gate {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool open = false;
+    void wait() {
+        std::unique_lock lock(mutex);
+        changed.wait_for(lock, std::chrono::seconds(10), [&] { return open; });
+    }
+    void release() {
+        {
+            std::lock_guard lock(mutex);
+            open = true;
+        }
+        changed.notify_all();
+    }
+};
+
+TEST(ThreadBackgroundWork, SerialQueueHoldsAtMostEightAndRunsThemInOrder) {
+    ThreadBackgroundWork work;
+    auto queue = work.makeSerialQueue();
+    Gate gate;
+    std::promise<void> firstStarted;
+    std::mutex orderMutex;
+    std::vector<int> order;
+    std::promise<void> allDone;
+
+    ASSERT_TRUE(queue->tryEnqueue([&] {
+        firstStarted.set_value();
+        gate.wait();
+        std::lock_guard lock(orderMutex);
+        order.push_back(0);
+    }));
+    ASSERT_EQ(firstStarted.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    for (int i = 1; i < 8; ++i)
+        EXPECT_TRUE(queue->tryEnqueue([&, i] {
+            std::lock_guard lock(orderMutex);
+            order.push_back(i);
+            if (i == 7) allDone.set_value();
+        })) << i;
+    EXPECT_EQ(queue->pendingCount(), 8u);  // the running job counts
+    EXPECT_FALSE(queue->tryEnqueue([] {}));
+    gate.release();
+    ASSERT_EQ(allDone.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    std::lock_guard lock(orderMutex);
+    EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
+}
+
+TEST(ThreadBackgroundWork, CancelAllDropsQueuedJobsButLetsTheRunningOneFinish) {
+    ThreadBackgroundWork work;
+    Gate gate;
+    std::promise<void> started;
+    std::atomic<int> ran{0};
+    {
+        auto queue = work.makeSerialQueue(3);
+        queue->tryEnqueue([&] {
+            started.set_value();
+            gate.wait();
+            ++ran;
+        });
+        ASSERT_EQ(started.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        queue->tryEnqueue([&] { ran += 100; });
+        queue->tryEnqueue([&] { ran += 100; });
+        queue->cancelAll();
+        EXPECT_EQ(queue->pendingCount(), 1u);
+        EXPECT_TRUE(queue->tryEnqueue([&] { ran += 10; }));
+        queue->cancelAll();
+        gate.release();
+    }  // destruction waits for the running job
+    EXPECT_EQ(ran.load(), 1);
+}
+
+TEST(ThreadBackgroundWork, RunsJobsConcurrentlyOffTheCallingThread) {
+    std::atomic<int> ran{0};
+    std::atomic<bool> offCaller{true};
+    const auto caller = std::this_thread::get_id();
+    Gate gate;
+    {
+        ThreadBackgroundWork work;
+        // Both jobs wait on one gate: they can only finish if they run at the same time.
+        std::promise<void> bothWaiting;
+        std::atomic<int> waiting{0};
+        for (auto priority : {WorkPriority::utility, WorkPriority::userInitiated})
+            work.run(priority, [&] {
+                offCaller = offCaller && std::this_thread::get_id() != caller;
+                if (++waiting == 2) bothWaiting.set_value();
+                gate.wait();
+                ++ran;
+            });
+        EXPECT_EQ(bothWaiting.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        gate.release();
+    }  // destruction joins
+    EXPECT_EQ(ran.load(), 2);
+    EXPECT_TRUE(offCaller.load());
+}
+
+}  // namespace
+}  // namespace corvane
