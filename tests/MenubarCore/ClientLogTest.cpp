@@ -1,0 +1,514 @@
+#include "ClientLog.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace corvane {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+using Op = DiagnosticOperation;
+using Outcome = DiagnosticOutcome;
+
+const Instant t0 = instantFromSeconds(1'750'000'000.0);
+const std::string osVersion = "Debian GNU/Linux 12 (bookworm); Linux 6.1.0";
+
+struct TempDir {
+    fs::path path;
+    TempDir() {
+        std::string pattern = (fs::temp_directory_path() / "corvane-log-XXXXXX").string();
+        path = ::mkdtemp(pattern.data());
+    }
+    ~TempDir() {
+        std::error_code ignored;
+        fs::remove_all(path, ignored);
+    }
+};
+
+std::vector<std::string> readLines(const fs::path& file) {
+    std::ifstream in(file);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+std::string readFile(const fs::path& file) {
+    std::ifstream in(file);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+ClientDiagnostic diag(Op op, Outcome outcome, std::optional<std::string> code = std::nullopt) {
+    return ClientDiagnostic{op, outcome, code ? std::optional<std::string>("exit") : std::nullopt, code, {}, {}};
+}
+
+ClientLog makeLog(const fs::path& dir, std::int64_t maxBytes = ClientLog::defaultMaxBytes) {
+    return ClientLog(dir.string(), "0.3.1", "staging", osVersion, maxBytes);
+}
+
+// event, operation word, outcome word, count of every line of a transitions file.
+std::vector<std::string> events(const fs::path& file) {
+    std::vector<std::string> result;
+    for (const auto& line : readLines(file)) {
+        Json value = Json::parse(line);
+        result.push_back(value["event"].get<std::string>() + " " + value["diagnostic"]["operation"].get<std::string>() +
+                         " " + value["diagnostic"]["outcome"].get<std::string>() + " " +
+                         std::to_string(value["count"].get<int>()));
+    }
+    return result;
+}
+
+TEST(ClientLog, ExactLineFormat) {
+    TempDir tmp;
+    const fs::path dir = tmp.path / "Logs" / "Corvane" / "staging";
+    ClientLog log = makeLog(dir);
+    EXPECT_FALSE(fs::exists(tmp.path / "Logs")) << "construction touches no file";
+
+    log.record("poll-1", instantFromSeconds(1'750'000'000.25),
+               ClientDiagnostic{Op::menuPoll, Outcome::failed, "NSPOSIXErrorDomain", "2", "other", "13"});
+    const std::string expected =
+        R"({"appEnv":"staging","appVersion":"0.3.1","component":"menubar","count":1,)"
+        R"("diagnostic":{"code":"2","domain":"NSPOSIXErrorDomain","operation":"menu.poll","outcome":"failed",)"
+        R"("underlyingCode":"13","underlyingDomain":"other"},"event":"transition","level":50,"lostWrites":0,)"
+        R"("osVersion":"Debian GNU\/Linux 12 (bookworm); Linux 6.1.0","requestId":"poll-1","runId":")" +
+        log.runId() + R"(","time":1750000000250.0})";
+    EXPECT_EQ(readFile(dir / "menubar.jsonl"), expected + "\n");
+    ASSERT_EQ(log.recent().size(), 1u);
+    EXPECT_EQ(log.recent().front(), expected);
+
+    log.setCliVersion("1.4.0");
+    CliRefreshReport report{{{"total", 812}, {"api", 640}},
+                            {MenuApiRequest{"menu-state", 200, "req-1", 600}, MenuApiRequest{"agents", {}, {}, 40}}};
+    log.recordRefresh("poll-2", PollTrigger::directoryChange, 905, report, RefreshSnapshot::skip(SnapshotSkip::refreshPending),
+                      instantFromSeconds(1'750'000'001.0), diag(Op::menuPoll, Outcome::available));
+    const std::string refresh =
+        R"({"appEnv":"staging","appVersion":"0.3.1","cli":{"requests":[{"durationMs":600,"requestId":"req-1",)"
+        R"("route":"menu-state","status":200},{"durationMs":40,"route":"agents"}],"stageMs":{"api":640,"total":812}},)"
+        R"("cliVersion":"1.4.0","component":"menubar","count":1,"diagnostic":{"operation":"menu.poll",)"
+        R"("outcome":"available"},"durationMs":905,"event":"refresh","level":30,"lostWrites":0,)"
+        R"("osVersion":"Debian GNU\/Linux 12 (bookworm); Linux 6.1.0","requestId":"poll-2","runId":")" +
+        log.runId() + R"(","snapshot":{"outcome":"refresh-pending"},"time":1750000001000.0,"trigger":"directory-change"})";
+    EXPECT_EQ(readFile(dir / "menubar-refresh.jsonl"), refresh + "\n");
+
+    EXPECT_EQ(fs::status(dir).permissions() & fs::perms::all, fs::perms::owner_all);
+    EXPECT_EQ(fs::status(tmp.path / "Logs").permissions() & fs::perms::all, fs::perms::owner_all);
+    for (const char* name : {"menubar.jsonl", "menubar-refresh.jsonl", "write.lock"})
+        EXPECT_EQ(fs::status(dir / name).permissions() & fs::perms::all,
+                  fs::perms::owner_read | fs::perms::owner_write)
+            << name;
+}
+
+TEST(ClientLog, RefreshFieldsAndGuards) {
+    struct Row {
+        PollTrigger trigger;
+        std::optional<RefreshSnapshot> snapshot;
+        std::optional<std::int64_t> durationMs;
+        std::optional<std::string> cliVersion;
+        const char* triggerWord;
+        Json snapshotJson;  // null: absent
+        Json cliVersionJson;
+    };
+    const Row rows[] = {
+        {PollTrigger::launch, std::nullopt, 12, std::nullopt, "launch", nullptr, nullptr},
+        {PollTrigger::timer, RefreshSnapshot::drawn(7, 1500), std::nullopt, "1.4.0-beta.2+7", "timer",
+         Json{{"outcome", "drawn"}, {"sequence", 7}, {"ageMs", 1500}}, "1.4.0-beta.2+7"},
+        {PollTrigger::menuOpen, RefreshSnapshot::skip(SnapshotSkip::otherIdentity), 3, "1.4 beta", "menu-open",
+         Json{{"outcome", "other-identity"}}, "unrecognized"},
+        {PollTrigger::actionFinished, RefreshSnapshot::skip(SnapshotSkip::cliChanged), 3, "", "action-finished",
+         Json{{"outcome", "cli-changed"}}, "unrecognized"},
+        {PollTrigger::retry, RefreshSnapshot::skip(SnapshotSkip::missing), 3, "1.4.0/x", "retry",
+         Json{{"outcome", "missing"}}, "unrecognized"},
+    };
+    TempDir tmp;
+    ClientLog log(tmp.path.string(), "0.3.1 dev", "staging", osVersion);
+    for (const auto& row : rows) {
+        log.setCliVersion(row.cliVersion);
+        log.recordRefresh("id", row.trigger, row.durationMs, std::nullopt, row.snapshot, t0,
+                          diag(Op::menuPoll, Outcome::denied));
+        Json line = Json::parse(log.recentRefreshes().back());
+        SCOPED_TRACE(row.triggerWord);
+        EXPECT_EQ(line["trigger"], row.triggerWord);
+        EXPECT_EQ(line.value("snapshot", Json()), row.snapshotJson);
+        EXPECT_EQ(line.value("cliVersion", Json()), row.cliVersionJson);
+        EXPECT_EQ(line.contains("durationMs"), row.durationMs.has_value());
+        EXPECT_FALSE(line.contains("cli"));
+        EXPECT_EQ(line["appVersion"], "unrecognized");
+        EXPECT_EQ(line["level"], 40);
+    }
+    for (PollTrigger trigger : {PollTrigger::launch, PollTrigger::timer, PollTrigger::directoryChange,
+                                PollTrigger::menuOpen, PollTrigger::actionFinished, PollTrigger::retry})
+        EXPECT_EQ(pollTriggerFromWord(wireWord(trigger)), trigger);
+    EXPECT_FALSE(pollTriggerFromWord("directoryChange"));
+}
+
+TEST(ClientLog, TransitionSequences) {
+    struct Step {
+        Op op;
+        Outcome outcome;
+        double at;  // seconds after t0
+    };
+    struct Row {
+        const char* name;
+        std::vector<Step> steps;
+        std::vector<std::string> lines;
+    };
+    const Row rows[] = {
+        {"first success is not news", {{Op::cliRun, Outcome::available, 0}, {Op::cliRun, Outcome::notNeeded, 1}},
+         {"transition cli.run not-needed 1"}},
+        {"first not-needed is not news either", {{Op::cliRun, Outcome::notNeeded, 0}}, {}},
+        {"recovery after a failure",
+         {{Op::cliRun, Outcome::failed, 0}, {Op::cliRun, Outcome::available, 1}, {Op::cliRun, Outcome::available, 2}},
+         {"transition cli.run failed 1", "recovery cli.run available 1"}},
+        {"not-needed after a failure is a transition",
+         {{Op::terminalOpen, Outcome::denied, 0}, {Op::terminalOpen, Outcome::notNeeded, 1}},
+         {"transition terminal.open denied 1", "transition terminal.open not-needed 1"}},
+        {"missing counts as a failure that repeats",
+         {{Op::menuPoll, Outcome::missing, 0}, {Op::menuPoll, Outcome::missing, 1}, {Op::menuPoll, Outcome::available, 2}},
+         {"transition menu.poll missing 1", "repeat menu.poll missing 1", "recovery menu.poll available 1"}},
+        {"operations keep separate streaks",
+         {{Op::cliRun, Outcome::failed, 0},
+          {Op::terminalFocus, Outcome::failed, 1},
+          {Op::cliRun, Outcome::failed, 2},
+          {Op::terminalFocus, Outcome::available, 3},
+          {Op::cliRun, Outcome::failed, 4},
+          {Op::cliRun, Outcome::available, 5}},
+         {"transition cli.run failed 1", "transition terminal.focus failed 1", "recovery terminal.focus available 1",
+          "repeat cli.run failed 2", "recovery cli.run available 1"}},
+        {"another failure of the same operation ends the repeat",
+         {{Op::cliRun, Outcome::failed, 0}, {Op::cliRun, Outcome::failed, 1}, {Op::cliRun, Outcome::denied, 2}},
+         {"transition cli.run failed 1", "repeat cli.run failed 1", "transition cli.run denied 1"}},
+        {"repeat exactly 300 s after the last line",
+         {{Op::cliRun, Outcome::failed, 0}, {Op::cliRun, Outcome::failed, 299.999}, {Op::cliRun, Outcome::failed, 300}},
+         {"transition cli.run failed 1", "repeat cli.run failed 2"}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        TempDir tmp;
+        ClientLog log = makeLog(tmp.path);
+        for (const auto& step : row.steps)
+            log.record("id", plusSeconds(t0, step.at), ClientDiagnostic{step.op, step.outcome, {}, {}, {}, {}});
+        EXPECT_EQ(events(tmp.path / "menubar.jsonl"), row.lines);
+    }
+}
+
+TEST(ClientLog, RepeatingFailureForTwelveMinutes) {
+    TempDir tmp;
+    ClientLog log = makeLog(tmp.path);
+    const ClientDiagnostic failure = diag(Op::menuPoll, Outcome::failed, "TIMEOUT");
+    for (int second = 0; second <= 720; second += 10) log.record("poll", plusSeconds(t0, second), failure);
+    log.record("poll", plusSeconds(t0, 730), diag(Op::menuPoll, Outcome::available));
+
+    std::vector<std::pair<std::string, int>> seen;
+    std::vector<double> times;
+    for (const auto& line : readLines(tmp.path / "menubar.jsonl")) {
+        Json value = Json::parse(line);
+        seen.emplace_back(value["event"], value["count"]);
+        times.push_back(value["time"].get<double>());
+    }
+    const std::vector<std::pair<std::string, int>> expected{
+        {"transition", 1}, {"repeat", 30}, {"repeat", 30}, {"repeat", 12}, {"recovery", 1}};
+    EXPECT_EQ(seen, expected);
+    const double ms0 = millisecondsSince1970(t0);
+    EXPECT_EQ(times, (std::vector<double>{ms0, ms0 + 300'000, ms0 + 600'000, ms0 + 730'000, ms0 + 730'000}));
+}
+
+TEST(ClientLog, FlushWritesPendingCountsUnderTheRunId) {
+    TempDir tmp;
+    ClientLog log = makeLog(tmp.path);
+    log.record("a", t0, diag(Op::cliRun, Outcome::failed));
+    log.record("b", plusSeconds(t0, 1), diag(Op::cliRun, Outcome::failed));
+    log.record("c", plusSeconds(t0, 2), diag(Op::cliRun, Outcome::failed));
+    log.record("d", plusSeconds(t0, 3), diag(Op::menuPoll, Outcome::failed));
+    log.flush(plusSeconds(t0, 4));
+    log.flush(plusSeconds(t0, 5));
+    auto lines = readLines(tmp.path / "menubar.jsonl");
+    ASSERT_EQ(lines.size(), 3u);
+    Json repeat = Json::parse(lines[2]);
+    EXPECT_EQ(repeat["event"], "repeat");
+    EXPECT_EQ(repeat["count"], 2);
+    EXPECT_EQ(repeat["requestId"], log.runId());
+    // The counts are gone: the next repetition starts counting afresh.
+    log.record("e", plusSeconds(t0, 6), diag(Op::cliRun, Outcome::failed));
+    log.record("f", plusSeconds(t0, 7), diag(Op::cliRun, Outcome::available));
+    EXPECT_EQ(events(tmp.path / "menubar.jsonl").at(3), "repeat cli.run failed 1");
+}
+
+TEST(ClientLog, RecentLinesAndSummary) {
+    TempDir tmp;
+    ClientLog log = makeLog(tmp.path);
+    EXPECT_EQ(log.supportSummary(), "No client error transitions recorded this run.");
+
+    for (int i = 0; i < 12; ++i)
+        log.recordRefresh("r" + std::to_string(i), PollTrigger::timer, i, std::nullopt, std::nullopt,
+                          plusSeconds(t0, i), diag(Op::menuPoll, Outcome::available));
+    std::string refreshes = "Recent menu refreshes:";
+    for (const auto& line : log.recentRefreshes()) refreshes += "\n" + line;
+    EXPECT_EQ(log.supportSummary(), "No client error transitions recorded this run.\n" + refreshes);
+    for (int i = 0; i < 25; ++i)
+        log.record("t" + std::to_string(i), plusSeconds(t0, i),
+                   diag(Op::cliRun, i % 2 ? Outcome::available : Outcome::failed));
+    ASSERT_EQ(log.recent().size(), 20u);
+    ASSERT_EQ(log.recentRefreshes().size(), 10u);
+    EXPECT_EQ(Json::parse(log.recent().front())["requestId"], "t5");
+    EXPECT_EQ(Json::parse(log.recent().back())["requestId"], "t24");
+    EXPECT_EQ(Json::parse(log.recentRefreshes().front())["requestId"], "r2");
+
+    refreshes = "Recent menu refreshes:";
+    for (const auto& line : log.recentRefreshes()) refreshes += "\n" + line;
+    std::string expected;
+    for (const auto& line : log.recent()) expected += line + "\n";
+    EXPECT_EQ(log.supportSummary(), expected + refreshes);
+}
+
+TEST(ClientLog, RotationAtTheSizeCap) {
+    TempDir tmp;
+    const fs::path file = tmp.path / "menubar.jsonl";
+    const ClientDiagnostic failure = diag(Op::cliRun, Outcome::failed, "1");
+    const ClientDiagnostic other = diag(Op::cliRun, Outcome::failed, "2");
+
+    // The length of the next line, measured on a twin log (same fields, same run id length).
+    std::size_t lineLength;
+    {
+        TempDir twin;
+        ClientLog probe = makeLog(twin.path);
+        probe.record("poll", t0, failure);
+        lineLength = probe.recent().back().size() + 1;
+    }
+    ClientLog log = makeLog(tmp.path);
+    {
+        std::ofstream(file) << std::string(ClientLog::defaultMaxBytes - lineLength - 1, 'x') << '\n';
+        std::ofstream(tmp.path / "menubar.jsonl.1") << "generation one\n";
+        std::ofstream(tmp.path / "menubar.jsonl.2") << "generation two\n";
+    }
+    log.record("poll", t0, failure);  // fills the file to exactly the cap: no rotation
+    EXPECT_EQ(fs::file_size(file), static_cast<std::uintmax_t>(ClientLog::defaultMaxBytes));
+    EXPECT_EQ(readFile(tmp.path / "menubar.jsonl.1"), "generation one\n");
+
+    log.record("poll", t0, other);  // one more byte would exceed it: rotate first
+    EXPECT_EQ(fs::file_size(tmp.path / "menubar.jsonl.1"), static_cast<std::uintmax_t>(ClientLog::defaultMaxBytes));
+    EXPECT_EQ(readFile(tmp.path / "menubar.jsonl.2"), "generation one\n");
+    auto lines = readLines(file);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(Json::parse(lines[0])["diagnostic"]["code"], "2");
+    EXPECT_EQ(readLines(tmp.path / "menubar.jsonl.1").back(), log.recent().at(0));
+    EXPECT_FALSE(fs::exists(tmp.path / "menubar.jsonl.3"));
+    EXPECT_EQ(log.lostWrites(), 0);
+
+    // Small caps rotate again and again; no line is ever split and only two old files remain.
+    TempDir small;
+    ClientLog busy = makeLog(small.path, 2000);
+    for (int i = 0; i < 200; ++i) busy.record("id", t0, diag(Op::cliRun, i % 2 ? Outcome::denied : Outcome::failed));
+    std::size_t total = 0;
+    for (const char* name : {"menubar.jsonl", "menubar.jsonl.1", "menubar.jsonl.2"}) {
+        EXPECT_LE(fs::file_size(small.path / name), 2000u);
+        for (const auto& line : readLines(small.path / name)) {
+            EXPECT_TRUE(Json::parse(line, nullptr, false).is_object()) << line;
+            ++total;
+        }
+    }
+    EXPECT_GT(total, 6u);
+    EXPECT_EQ(std::distance(fs::directory_iterator(small.path), fs::directory_iterator()), 4);
+}
+
+TEST(ClientLog, LockHeldElsewhereLosesTheLine) {
+    TempDir tmp;
+    ClientLog log = makeLog(tmp.path);
+    int fd = ::open((tmp.path / "write.lock").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::flock(fd, LOCK_EX | LOCK_NB), 0);
+
+    log.record("poll", t0, diag(Op::menuPoll, Outcome::failed, "TIMEOUT"));
+    EXPECT_EQ(log.lostWrites(), 1);
+    EXPECT_FALSE(fs::exists(tmp.path / "menubar.jsonl"));
+    ASSERT_TRUE(log.writeFailure());
+    EXPECT_EQ(*log.writeFailure(),
+              ClientDiagnostic::system(Op::menuPoll, SystemError::posix(EWOULDBLOCK)));
+    const std::string summary = log.supportSummary();
+    const std::string tail = ". Lost writes: 1.";
+    ASSERT_GE(summary.size(), tail.size());
+    EXPECT_EQ(summary.substr(summary.size() - tail.size()), tail);
+    EXPECT_EQ(summary, "Local diagnostic logging unavailable: " + log.writeFailure()->summary() + tail);
+
+    // While the file fails nothing is collapsed, so the next record tries again and succeeds.
+    ::flock(fd, LOCK_UN);
+    ::close(fd);
+    log.record("poll", plusSeconds(t0, 1), diag(Op::menuPoll, Outcome::failed, "TIMEOUT"));
+    EXPECT_FALSE(log.writeFailure());
+    auto lines = readLines(tmp.path / "menubar.jsonl");
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(Json::parse(lines[0])["lostWrites"], 1);
+    EXPECT_EQ(Json::parse(lines[0])["event"], "transition");
+}
+
+TEST(ClientLog, RefusedPlacesAreCountedNotRaised) {
+    struct Row {
+        const char* name;
+        std::function<fs::path(const fs::path& root, const fs::path& victim)> prepare;  // returns the log folder
+        bool transitionsFail;
+        bool refreshFails;
+    };
+    const Row rows[] = {
+        {"symbolic link at the log file",
+         [](const fs::path& root, const fs::path& victim) {
+             fs::create_symlink(victim, root / "menubar.jsonl");
+             return root;
+         },
+         true, false},
+        {"symbolic link at the lock file",
+         [](const fs::path& root, const fs::path& victim) {
+             fs::create_symlink(victim, root / "write.lock");
+             return root;
+         },
+         true, true},
+        {"folder under a regular file",
+         [](const fs::path& root, const fs::path&) {
+             std::ofstream(root / "plain") << "x";
+             return root / "plain" / "logs";
+         },
+         true, true},
+        {"symbolic link at the refresh file",
+         [](const fs::path& root, const fs::path& victim) {
+             fs::create_symlink(victim, root / "menubar-refresh.jsonl");
+             return root;
+         },
+         false, true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        TempDir tmp, elsewhere;
+        const fs::path victim = elsewhere.path / "victim";
+        std::ofstream(victim) << "keep";
+        ClientLog log = makeLog(row.prepare(tmp.path, victim));
+        log.record("a", t0, diag(Op::terminalOpen, Outcome::failed, "1"));
+        log.recordRefresh("b", PollTrigger::timer, 1, std::nullopt, std::nullopt, t0, diag(Op::menuPoll, Outcome::failed));
+        EXPECT_EQ(readFile(victim), "keep");
+        EXPECT_EQ(log.lostWrites(), int(row.transitionsFail) + int(row.refreshFails));
+        EXPECT_EQ(log.failures().count("menubar.jsonl"), row.transitionsFail ? 1u : 0u);
+        EXPECT_EQ(log.failures().count("menubar-refresh.jsonl"), row.refreshFails ? 1u : 0u);
+        ASSERT_TRUE(log.writeFailure());
+        // The transitions file's failure is the one reported while both fail.
+        EXPECT_EQ(log.writeFailure()->operation, row.transitionsFail ? Op::terminalOpen : Op::menuPoll);
+        EXPECT_EQ(log.writeFailure()->domain, "NSPOSIXErrorDomain");
+        EXPECT_EQ(log.recent().size(), row.transitionsFail ? 0u : 1u);
+        EXPECT_EQ(log.recentRefreshes().size(), row.refreshFails ? 0u : 1u);
+    }
+}
+
+TEST(ClientLog, FailingWriteIsCounted) {
+    TempDir tmp;
+    std::ofstream(tmp.path / "menubar.jsonl") << std::string(200, 'x');
+    pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // In the child only: a file size limit below the file's size makes every write fail.
+        ::signal(SIGXFSZ, SIG_IGN);
+        struct rlimit limit {100, 100};
+        if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) ::_exit(10);
+        ClientLog log = makeLog(tmp.path);
+        log.record("a", t0, diag(Op::cliRun, Outcome::failed));
+        auto failure = log.writeFailure();
+        if (log.lostWrites() != 1) ::_exit(11);
+        if (!failure || failure->code != std::to_string(EFBIG) || failure->outcome != Outcome::failed) ::_exit(12);
+        ::_exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(fs::file_size(tmp.path / "menubar.jsonl"), 200u);
+}
+
+TEST(ClientLog, TwoProcessesAppendingAtOnce) {
+    TempDir tmp;
+    constexpr int linesEach = 10'000;
+    int results[2][2];
+    pid_t children[2];
+    for (int c = 0; c < 2; ++c) {
+        ASSERT_EQ(::pipe(results[c]), 0);
+        children[c] = ::fork();
+        ASSERT_GE(children[c], 0);
+        if (children[c] == 0) {
+            ClientLog log = makeLog(tmp.path, std::int64_t{1} << 40);
+            for (int i = 0; i < linesEach; ++i)
+                log.recordRefresh("child", PollTrigger::timer, i, std::nullopt, std::nullopt, t0,
+                                  diag(Op::menuPoll, Outcome::available));
+            std::int64_t lost = log.lostWrites();
+            ::_exit(::write(results[c][1], &lost, sizeof lost) == sizeof lost ? 0 : 1);
+        }
+        ::close(results[c][1]);
+    }
+    std::int64_t lost = 0;
+    for (int c = 0; c < 2; ++c) {
+        int status = 0;
+        ASSERT_EQ(::waitpid(children[c], &status, 0), children[c]);
+        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        std::int64_t childLost = -1;
+        ASSERT_EQ(::read(results[c][0], &childLost, sizeof childLost), static_cast<ssize_t>(sizeof childLost));
+        ::close(results[c][0]);
+        lost += childLost;
+    }
+    auto lines = readLines(tmp.path / "menubar-refresh.jsonl");
+    for (const auto& line : lines) {
+        Json value = Json::parse(line, nullptr, false);
+        ASSERT_TRUE(value.is_object()) << line;
+        ASSERT_EQ(value["event"], "refresh");
+    }
+    EXPECT_EQ(static_cast<std::int64_t>(lines.size()) + lost, 2 * linesEach);
+    EXPECT_FALSE(fs::exists(tmp.path / "menubar-refresh.jsonl.1"));
+}
+
+TEST(ClientLogPlaces, LogDirectoryAndOsVersion) {
+    struct Dir {
+        const char* home;
+        std::optional<std::string> xdg;
+        bool mac;
+        const char* expected;
+    };
+    const Dir dirs[] = {
+        {"/Users/ada", std::nullopt, true, "/Users/ada/Library/Logs/Corvane/production"},
+        {"/Users/ada/", "/ignored", true, "/Users/ada/Library/Logs/Corvane/production"},
+        {"/home/ada", std::nullopt, false, "/home/ada/.local/state/corvane/logs/production"},
+        {"/home/ada", "", false, "/home/ada/.local/state/corvane/logs/production"},
+        {"/home/ada", "relative/state", false, "/home/ada/.local/state/corvane/logs/production"},
+        {"/home/ada", "/var/state/", false, "/var/state/corvane/logs/production"},
+    };
+    for (const auto& d : dirs) EXPECT_EQ(logDirectory(d.home, "production", d.xdg, d.mac), d.expected) << d.home;
+
+    struct Os {
+        const char* release;
+        const char* kernel;
+        const char* version;
+        const char* expected;
+    };
+    const Os oses[] = {
+        {"NAME=\"Debian GNU/Linux\"\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nID=debian\n", "Linux", "6.1.0",
+         "Debian GNU/Linux 12 (bookworm); Linux 6.1.0"},
+        {"PRETTY_NAME='Fedora Linux 40'\n", "Linux", "6.8.5-301.fc40.x86_64", "Fedora Linux 40; Linux 6.8.5-301.fc40.x86_64"},
+        {"PRETTY_NAME=Alpine\r\n", "Linux", "6.6.1", "Alpine; Linux 6.6.1"},
+        {"PRETTY_NAME=\"Say \\\"hi\\\"\"\n", "Linux", "1", "Say \"hi\"; Linux 1"},
+        {"ID=arch\n", "Linux", "6.9.1", "Linux 6.9.1"},
+        {"", "Darwin", "23.5.0", "Darwin 23.5.0"},
+        {"", "", "", "unknown"},
+    };
+    for (const auto& o : oses) EXPECT_EQ(osVersionText(o.release, o.kernel, o.version), o.expected) << o.release;
+    EXPECT_FALSE(osVersionString().empty());
+}
+
+}  // namespace
+}  // namespace corvane
