@@ -1,0 +1,652 @@
+#include "ProcessRunner.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#if defined(__APPLE__)
+#include <sys/event.h>
+#include <util.h>
+#elif defined(__linux__)
+#include <sys/syscall.h>
+#endif
+
+extern char** environ;
+
+namespace corvane {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+// ---- Descriptors --------------------------------------------------------------------------------
+
+class Descriptor {
+public:
+    Descriptor() = default;
+    explicit Descriptor(int fd) : fd_(fd) {}
+    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        if (this != &other) {
+            reset();
+            fd_ = std::exchange(other.fd_, -1);
+        }
+        return *this;
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { reset(); }
+
+    int get() const { return fd_; }
+    bool valid() const { return fd_ >= 0; }
+    int release() { return std::exchange(fd_, -1); }
+    void reset() {
+        if (fd_ >= 0) ::close(fd_);
+        fd_ = -1;
+    }
+
+private:
+    int fd_ = -1;
+};
+
+#if defined(__APPLE__)
+// macOS cannot create pipes and terminals close-on-exec in one step. Creating them and forking
+// under one lock keeps a concurrent fork of ours from inheriting a descriptor in between;
+// posix_spawn runs close everything they are not given anyway.
+std::mutex& descriptorLock() {
+    static std::mutex lock;
+    return lock;
+}
+
+void setCloseOnExec(int fd) { ::fcntl(fd, F_SETFD, FD_CLOEXEC); }
+#endif
+
+// A child's descriptors are renumbered with dup2 onto 0, 1 and 2; one of ours that already sits
+// there (the app was started with a standard stream closed) is moved out of the way first.
+Descriptor aboveStandardStreams(Descriptor descriptor) {
+    if (!descriptor.valid() || descriptor.get() > 2) return descriptor;
+    Descriptor moved(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, 3));
+    int saved = errno;
+    descriptor.reset();
+    errno = saved;
+    return moved;
+}
+
+// Both ends close-on-exec. On failure errno says why.
+bool makePipe(Descriptor& readEnd, Descriptor& writeEnd) {
+    int fds[2];
+#if defined(__APPLE__)
+    std::lock_guard guard(descriptorLock());
+    if (::pipe(fds) != 0) return false;
+    setCloseOnExec(fds[0]);
+    setCloseOnExec(fds[1]);
+#else
+    if (::pipe2(fds, O_CLOEXEC) != 0) return false;
+#endif
+    readEnd = aboveStandardStreams(Descriptor(fds[0]));
+    writeEnd = aboveStandardStreams(Descriptor(fds[1]));
+    return readEnd.valid() && writeEnd.valid();
+}
+
+bool setNonBlocking(int fd) {
+    int flags = ::fcntl(fd, F_GETFL);
+    return flags >= 0 && ::fcntl(fd, F_SETFL, flags | O_NONBLOCK) == 0;
+}
+
+// Primary and secondary side of a new pseudo-terminal, both close-on-exec. On failure errno says
+// why.
+bool openTerminal(Descriptor& primary, Descriptor& secondary) {
+#if defined(__APPLE__)
+    std::lock_guard guard(descriptorLock());
+    int primaryFd = -1;
+    int secondaryFd = -1;
+    if (::openpty(&primaryFd, &secondaryFd, nullptr, nullptr, nullptr) != 0) return false;
+    setCloseOnExec(primaryFd);
+    setCloseOnExec(secondaryFd);
+    primary = Descriptor(primaryFd);
+    secondary = Descriptor(secondaryFd);
+#else
+    primary = Descriptor(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (!primary.valid()) return false;
+    if (::grantpt(primary.get()) != 0 || ::unlockpt(primary.get()) != 0) return false;
+    char name[128];
+    if (int error = ::ptsname_r(primary.get(), name, sizeof name); error != 0) {
+        errno = error;
+        return false;
+    }
+    secondary = Descriptor(::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (!secondary.valid()) return false;
+#endif
+    primary = aboveStandardStreams(std::move(primary));
+    secondary = aboveStandardStreams(std::move(secondary));
+    return primary.valid() && secondary.valid();
+}
+
+// ---- Arguments and environment ----------------------------------------------------------------
+
+// Texts kept alive with a null-terminated array of pointers to them, as exec wants.
+class CStringArray {
+public:
+    explicit CStringArray(std::vector<std::string> texts) : texts_(std::move(texts)) {
+        pointers_.reserve(texts_.size() + 1);
+        for (auto& text : texts_) pointers_.push_back(text.data());
+        pointers_.push_back(nullptr);
+    }
+    char* const* get() const { return pointers_.data(); }
+
+private:
+    std::vector<std::string> texts_;
+    std::vector<char*> pointers_;
+};
+
+CStringArray argumentArray(const std::string& executable, const std::vector<std::string>& arguments) {
+    std::vector<std::string> texts;
+    texts.reserve(arguments.size() + 1);
+    texts.push_back(executable);
+    texts.insert(texts.end(), arguments.begin(), arguments.end());
+    return CStringArray(std::move(texts));
+}
+
+// Our environment with `overrides` replacing entries of the same name.
+CStringArray environmentArray(const std::map<std::string, std::string>& overrides) {
+    std::map<std::string, std::string> merged;
+    if (environ != nullptr) {
+        for (char** entry = environ; *entry != nullptr; ++entry) {
+            std::string_view text(*entry);
+            auto equals = text.find('=');
+            if (equals == std::string_view::npos || equals == 0) continue;
+            merged.emplace(std::string(text.substr(0, equals)), std::string(text.substr(equals + 1)));
+        }
+    }
+    for (const auto& [name, value] : overrides) merged[name] = value;
+    std::vector<std::string> texts;
+    texts.reserve(merged.size());
+    for (const auto& [name, value] : merged) texts.push_back(name + "=" + value);
+    return CStringArray(std::move(texts));
+}
+
+// ---- Children -----------------------------------------------------------------------------------
+
+int exitCodeOf(int status) {
+    if (WIFEXITED(status)) return WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) return WTERMSIG(status);
+    return -1;
+}
+
+// A child of ours until it has been reaped. `descriptor` becomes readable when the child ends
+// (a pidfd on Linux, a kqueue on macOS); without one the caller polls with short ticks.
+class Child {
+public:
+    explicit Child(pid_t pid) : pid_(pid) {
+#if defined(__linux__) && defined(SYS_pidfd_open)
+        // A pidfd is always close-on-exec. Kernels before 5.3 (or a sandbox) refuse it.
+        watch_ = Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+#elif defined(__APPLE__)
+        watch_ = Descriptor(::kqueue());
+        if (watch_.valid()) {
+            struct kevent change;
+            EV_SET(&change, pid, EVFILT_PROC, EV_ADD | EV_ONESHOT, NOTE_EXIT, 0, nullptr);
+            // A child that has already ended cannot be registered; the next reap finds it.
+            if (::kevent(watch_.get(), &change, 1, nullptr, 0, nullptr) != 0) watch_.reset();
+        }
+#endif
+    }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    // A child that is still running when we give up on it is reaped by a thread of its own, so
+    // that no zombie is left behind.
+    ~Child() {
+        if (reaped_) return;
+        try {
+            std::thread([pid = pid_] {
+                int status = 0;
+                while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+                }
+            }).detach();
+        } catch (...) {
+            // No thread to be had: the zombie stays until the app exits.
+        }
+    }
+
+    pid_t pid() const { return pid_; }
+    int watchDescriptor() const { return watch_.get(); }
+    bool ended() const { return reaped_; }
+    int exitCode() const { return exitCode_; }
+
+    // Reaps the child if it has ended; true once it has.
+    bool tryReap() {
+        if (reaped_) return true;
+        int status = 0;
+        pid_t result;
+        do {
+            result = ::waitpid(pid_, &status, WNOHANG);
+        } while (result < 0 && errno == EINTR);
+        if (result == pid_) {
+            reaped_ = true;
+            exitCode_ = exitCodeOf(status);
+        } else if (result < 0) {
+            // Someone else reaped it (SIGCHLD ignored by the process): it is gone, status unknown.
+            reaped_ = true;
+            exitCode_ = -1;
+        }
+        return reaped_;
+    }
+
+    // Waits until the child ends or `until` passes. Before every wait `collect` adds the
+    // descriptors to watch besides the child; each one that becomes ready goes to `onReady`.
+    // True when the child has ended.
+    template <class Collect, class OnReady>
+    bool waitUntil(Clock::time_point until, Collect collect, OnReady onReady) {
+        std::vector<pollfd> fds;
+        auto tick = 1ms;
+        bool check = true;
+        for (;;) {
+            if (check && tryReap()) return true;
+            const auto now = Clock::now();
+            if (now >= until) return tryReap();
+            auto wait = std::chrono::ceil<std::chrono::milliseconds>(until - now);
+            if (!watch_.valid()) {
+                // No exit notification: look again after a tick that grows to 50 ms.
+                wait = std::min<std::chrono::milliseconds>(wait, tick);
+                tick = std::min<std::chrono::milliseconds>(tick * 2, 50ms);
+            }
+            fds.clear();
+            collect(fds);
+            const std::size_t watched = fds.size();
+            if (watch_.valid()) fds.push_back(pollfd{watch_.get(), POLLIN, 0});
+            const int ready = ::poll(fds.data(), static_cast<nfds_t>(fds.size()),
+                                     static_cast<int>(std::min<std::int64_t>(wait.count(), 60'000)));
+            if (ready < 0) {
+                // Interrupted, or poll itself failed (out of memory): look at the child again.
+                if (errno != EINTR) std::this_thread::sleep_for(1ms);
+                check = true;
+                continue;
+            }
+            check = !watch_.valid() || fds[watched].revents != 0;
+            for (std::size_t i = 0; i < watched; ++i)
+                if (fds[i].revents != 0) onReady(fds[i]);
+        }
+    }
+
+private:
+    pid_t pid_;
+    Descriptor watch_;
+    bool reaped_ = false;
+    int exitCode_ = -1;
+};
+
+// ---- Output ------------------------------------------------------------------------------------
+
+// One output pipe of a foreground run: its reading end and the bytes read so far.
+struct OutputPipe {
+    Descriptor readEnd;
+    std::string bytes;
+
+    // Reads what is available now, at most `maxReads` chunks; closes the pipe at its end.
+    void readAvailable(int maxReads) {
+        char buffer[65536];
+        for (int i = 0; i < maxReads && readEnd.valid(); ++i) {
+            ssize_t count = ::read(readEnd.get(), buffer, sizeof buffer);
+            if (count > 0) {
+                bytes.append(buffer, static_cast<std::size_t>(count));
+                if (static_cast<std::size_t>(count) < sizeof buffer) return;
+            } else if (count < 0 && errno == EINTR) {
+                continue;
+            } else if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+                return;
+            } else {
+                readEnd.reset();
+            }
+        }
+    }
+};
+
+constexpr auto terminateGrace = 5s;
+constexpr auto killGrace = 5s;
+
+Clock::time_point deadlineAfter(double seconds) {
+    if (!(seconds > 0)) return Clock::now();
+    // Anything beyond a year is as good as never.
+    seconds = std::min(seconds, 365.0 * 24 * 3600);
+    return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+ProcessRunner::Failure startFailure(DiagnosticOperation operation, int error) {
+    return ProcessRunner::Failure::spawnFailed(ClientDiagnostic::system(operation, SystemError::posix(error)));
+}
+
+// Spawn attributes that give the child an empty signal mask and default signal handling,
+// whatever this process blocks or ignores.
+class SpawnAttributes {
+public:
+    SpawnAttributes() {
+        ok_ = ::posix_spawnattr_init(&attributes_) == 0;
+        if (!ok_) return;
+        sigset_t none;
+        sigset_t all;
+        sigemptyset(&none);
+        sigfillset(&all);
+        sigdelset(&all, SIGKILL);
+        sigdelset(&all, SIGSTOP);
+        short flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+#if defined(__APPLE__)
+        flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
+#endif
+        ok_ = ::posix_spawnattr_setsigmask(&attributes_, &none) == 0 &&
+              ::posix_spawnattr_setsigdefault(&attributes_, &all) == 0 &&
+              ::posix_spawnattr_setflags(&attributes_, flags) == 0;
+    }
+    ~SpawnAttributes() { ::posix_spawnattr_destroy(&attributes_); }
+    SpawnAttributes(const SpawnAttributes&) = delete;
+    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+
+    bool ok() const { return ok_; }
+    const posix_spawnattr_t* get() const { return &attributes_; }
+
+private:
+    posix_spawnattr_t attributes_;
+    bool ok_ = false;
+};
+
+class SpawnFileActions {
+public:
+    SpawnFileActions() { ok_ = ::posix_spawn_file_actions_init(&actions_) == 0; }
+    ~SpawnFileActions() { ::posix_spawn_file_actions_destroy(&actions_); }
+    SpawnFileActions(const SpawnFileActions&) = delete;
+    SpawnFileActions& operator=(const SpawnFileActions&) = delete;
+
+    void open(int fd, const char* path, int flags) {
+        ok_ = ok_ && ::posix_spawn_file_actions_addopen(&actions_, fd, path, flags, 0) == 0;
+    }
+    void dup2(int from, int to) { ok_ = ok_ && ::posix_spawn_file_actions_adddup2(&actions_, from, to) == 0; }
+    // Descriptors that other code opened without close-on-exec stay out of the child too.
+    void closeFrom([[maybe_unused]] int lowest) {
+#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 34))
+        ok_ = ok_ && ::posix_spawn_file_actions_addclosefrom_np(&actions_, lowest) == 0;
+#endif
+    }
+    bool ok() const { return ok_; }
+    const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+private:
+    posix_spawn_file_actions_t actions_;
+    bool ok_ = false;
+};
+
+}  // namespace
+
+// ---- Foreground runs ----------------------------------------------------------------------------
+
+ProcessRunner::Result ProcessRunner::run(const std::string& executable, const std::vector<std::string>& arguments,
+                                         const std::string& searchPath, double timeoutSeconds,
+                                         const std::map<std::string, std::string>& environment) {
+    constexpr auto operation = DiagnosticOperation::menuPoll;
+    std::map<std::string, std::string> overrides = environment;
+    overrides["PATH"] = searchPath;
+    overrides["CORVANE_NATIVE_DIAGNOSTICS"] = "1";
+    const CStringArray argv = argumentArray(executable, arguments);
+    const CStringArray envp = environmentArray(overrides);
+
+    OutputPipe out;
+    OutputPipe err;
+    Descriptor outWrite;
+    Descriptor errWrite;
+    if (!makePipe(out.readEnd, outWrite) || !makePipe(err.readEnd, errWrite)) return startFailure(operation, errno);
+
+    SpawnFileActions actions;
+    actions.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+    actions.dup2(outWrite.get(), STDOUT_FILENO);
+    actions.dup2(errWrite.get(), STDERR_FILENO);
+    actions.closeFrom(3);
+    SpawnAttributes attributes;
+    if (!actions.ok() || !attributes.ok()) return startFailure(operation, ENOMEM);
+
+    pid_t pid = -1;
+    int spawnError = ::posix_spawn(&pid, executable.c_str(), actions.get(), attributes.get(), argv.get(), envp.get());
+    outWrite.reset();
+    errWrite.reset();
+    if (spawnError != 0) return startFailure(operation, spawnError);
+
+    Child child(pid);
+    setNonBlocking(out.readEnd.get());
+    setNonBlocking(err.readEnd.get());
+
+    auto collect = [&](std::vector<pollfd>& fds) {
+        for (auto* pipe : {&out, &err})
+            if (pipe->readEnd.valid()) fds.push_back(pollfd{pipe->readEnd.get(), POLLIN, 0});
+    };
+    auto onReady = [&](const pollfd& ready) {
+        for (auto* pipe : {&out, &err})
+            if (pipe->readEnd.get() == ready.fd) pipe->readAvailable(16);
+    };
+    auto waitUntil = [&](Clock::time_point until) { return child.waitUntil(until, collect, onReady); };
+
+    bool timedOut = false;
+    if (!waitUntil(deadlineAfter(timeoutSeconds))) {
+        timedOut = true;
+        ::kill(pid, SIGTERM);
+        if (!waitUntil(Clock::now() + terminateGrace)) {
+            ::kill(pid, SIGKILL);
+            waitUntil(Clock::now() + killGrace);
+        }
+    }
+
+    // What the child wrote just before it ended; a grandchild that keeps the pipe open and keeps
+    // writing cannot hold the run up for more than a few chunks.
+    out.readAvailable(256);
+    err.readAvailable(256);
+
+    Outcome outcome;
+    outcome.stdout = decodeUtf8Lossy(out.bytes);
+    outcome.stderr = decodeUtf8Lossy(err.bytes);
+    outcome.timedOut = timedOut;
+    outcome.exitCode = timedOut ? -1 : child.exitCode();
+    return outcome;
+}
+
+// ---- Background runs ----------------------------------------------------------------------------
+
+ProcessRunner::Result BackgroundProcessRunner::run(const std::string& executable,
+                                                   const std::vector<std::string>& arguments,
+                                                   const std::string& searchPath, double timeoutSeconds,
+                                                   const RunCancellation& cancellation) {
+    constexpr auto operation = DiagnosticOperation::cliRun;
+    const CStringArray argv = argumentArray(executable, arguments);
+    const CStringArray envp = environmentArray({{"PATH", searchPath}});
+
+    Descriptor primary;
+    Descriptor secondary;
+    if (!openTerminal(primary, secondary)) return startFailure(operation, errno);
+    if (!setNonBlocking(primary.get())) return startFailure(operation, errno);
+
+    // The child reports a failed exec through this pipe; a successful exec closes it.
+    Descriptor errorRead;
+    Descriptor errorWrite;
+    if (!makePipe(errorRead, errorWrite)) return startFailure(operation, errno);
+
+    // Everything the child needs is prepared before fork: between fork and exec it may only make
+    // async-signal-safe calls.
+    sigset_t allSignals;
+    sigset_t previousMask;
+    sigfillset(&allSignals);
+    const int secondaryFd = secondary.get();
+    const int errorFd = errorWrite.get();
+    const char* path = executable.c_str();
+
+    pid_t pid;
+    {
+#if defined(__APPLE__)
+        std::lock_guard guard(descriptorLock());
+#endif
+        // No handler of ours may run in the child before its dispositions are reset.
+        ::pthread_sigmask(SIG_SETMASK, &allSignals, &previousMask);
+        pid = ::fork();
+        if (pid == 0) {
+            struct sigaction defaultAction {};
+            defaultAction.sa_handler = SIG_DFL;
+            sigemptyset(&defaultAction.sa_mask);
+            for (int signal = 1; signal < NSIG; ++signal)
+                if (signal != SIGKILL && signal != SIGSTOP) ::sigaction(signal, &defaultAction, nullptr);
+            // Its own session and process group, with the terminal as controlling terminal, so
+            // that stopping reaches everything it started.
+            ::setsid();
+            ::ioctl(secondaryFd, TIOCSCTTY, 0);
+            if (::dup2(secondaryFd, STDIN_FILENO) < 0 || ::dup2(secondaryFd, STDOUT_FILENO) < 0 ||
+                ::dup2(secondaryFd, STDERR_FILENO) < 0) {
+                int error = errno;
+                [[maybe_unused]] auto written = ::write(errorFd, &error, sizeof error);
+                ::_exit(127);
+            }
+#if defined(__linux__) && defined(SYS_close_range)
+            // Descriptors other code opened without close-on-exec do not reach the CLI.
+            ::syscall(SYS_close_range, 3u, ~0u, 4u /* CLOSE_RANGE_CLOEXEC */);
+#endif
+            sigset_t none;
+            sigemptyset(&none);
+            ::sigprocmask(SIG_SETMASK, &none, nullptr);
+            ::execve(path, argv.get(), envp.get());
+            int error = errno;
+            [[maybe_unused]] auto written = ::write(errorFd, &error, sizeof error);
+            ::_exit(127);
+        }
+        int forkError = errno;
+        ::pthread_sigmask(SIG_SETMASK, &previousMask, nullptr);
+        if (pid < 0) return startFailure(operation, forkError);
+    }
+    secondary.reset();
+    errorWrite.reset();
+
+    int execError = 0;
+    ssize_t count;
+    do {
+        count = ::read(errorRead.get(), &execError, sizeof execError);
+    } while (count < 0 && errno == EINTR);
+    if (count == static_cast<ssize_t>(sizeof execError)) {
+        int status;
+        while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+        }
+        return startFailure(operation, execError);
+    }
+    errorRead.reset();
+
+    Child child(pid);
+    const auto deadline = deadlineAfter(timeoutSeconds);
+    std::array<char, 4096> buffer;
+    bool terminalOpen = true;
+
+    // Output is only read so that the child never blocks on a full terminal; it is discarded.
+    auto drain = [&] {
+        for (int i = 0; i < 16 && terminalOpen; ++i) {
+            ssize_t got = ::read(primary.get(), buffer.data(), buffer.size());
+            if (got > 0) continue;
+            // End of output (no one holds the terminal any longer) stops the watching of it.
+            if (got == 0 || (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)) terminalOpen = false;
+            return;
+        }
+    };
+    auto collect = [&](std::vector<pollfd>& fds) {
+        if (terminalOpen) fds.push_back(pollfd{primary.get(), POLLIN, 0});
+    };
+    auto onReady = [&](const pollfd&) { drain(); };
+
+    enum class Stop { none, deadline, cancelled };
+    Stop stop = Stop::none;
+    for (;;) {
+        if (child.waitUntil(Clock::now() + 20ms, collect, onReady)) break;
+        drain();
+        if (Clock::now() >= deadline) {
+            stop = Stop::deadline;
+            break;
+        }
+        if (cancellation.requested()) {
+            stop = Stop::cancelled;
+            break;
+        }
+    }
+
+    if (stop == Stop::none) return ProcessRunner::Outcome{{}, {}, child.exitCode(), false};
+
+    // The child leads its own group unless it left it; then the whole group is stopped.
+    const pid_t target = ::getpgid(pid) == pid ? -pid : pid;
+    ::kill(target, SIGTERM);
+    std::this_thread::sleep_for(200ms);
+    ::kill(target, SIGKILL);
+    child.waitUntil(Clock::now() + 2s, collect, onReady);
+    return ProcessRunner::Outcome{{}, {}, -1, stop == Stop::deadline};
+}
+
+bool processIsRunning(pid_t pid) {
+    // 0 and negative ids name process groups, never one process.
+    if (pid <= 0) return false;
+    return ::kill(pid, 0) == 0 || errno == EPERM;
+}
+
+// ---- UTF-8 ----------------------------------------------------------------------------------------
+
+std::string decodeUtf8Lossy(std::string_view bytes) {
+    static constexpr std::string_view replacement = "\xEF\xBF\xBD";
+    std::string text;
+    text.reserve(bytes.size());
+    const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+    const std::size_t size = bytes.size();
+    std::size_t i = 0;
+    while (i < size) {
+        // Runs of ASCII are copied whole.
+        std::size_t start = i;
+        while (i < size && data[i] < 0x80) ++i;
+        if (i > start) text.append(bytes.substr(start, i - start));
+        if (i >= size) break;
+
+        const unsigned char lead = data[i];
+        std::size_t length = 0;
+        unsigned char low = 0x80;
+        unsigned char high = 0xBF;
+        if (lead >= 0xC2 && lead <= 0xDF) {
+            length = 2;
+        } else if (lead >= 0xE0 && lead <= 0xEF) {
+            length = 3;
+            if (lead == 0xE0) low = 0xA0;  // no overlong forms
+            if (lead == 0xED) high = 0x9F;  // no surrogates
+        } else if (lead >= 0xF0 && lead <= 0xF4) {
+            length = 4;
+            if (lead == 0xF0) low = 0x90;
+            if (lead == 0xF4) high = 0x8F;  // nothing above U+10FFFF
+        }
+        if (length == 0) {
+            text.append(replacement);
+            ++i;
+            continue;
+        }
+        // The longest valid prefix of the sequence; an incomplete one is replaced as a whole.
+        std::size_t valid = 1;
+        while (valid < length && i + valid < size) {
+            unsigned char next = data[i + valid];
+            unsigned char lo = valid == 1 ? low : 0x80;
+            unsigned char hi = valid == 1 ? high : 0xBF;
+            if (next < lo || next > hi) break;
+            ++valid;
+        }
+        if (valid == length)
+            text.append(bytes.substr(i, length));
+        else
+            text.append(replacement);
+        i += valid;
+    }
+    return text;
+}
+
+}  // namespace corvane
