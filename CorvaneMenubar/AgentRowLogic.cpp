@@ -1,0 +1,97 @@
+#include "AgentRowLogic.h"
+
+#include <algorithm>
+
+namespace corvane {
+namespace {
+
+bool hasDistinctHarness(const AgentRow& row) { return row.harness && *row.harness != row.corvane; }
+
+}  // namespace
+
+std::optional<std::string> agentStatusText(const AgentRow& row) {
+    if (row.statusLabel) return row.statusLabel;
+    if (isWorking(row)) return std::string("Working");
+    return std::nullopt;
+}
+
+AgentTargetDescriptions describeTargets(const AgentRow& row) {
+    const auto status = agentStatusText(row);
+    const std::string suffix = status ? ", " + *status : std::string();
+    AgentTargetDescriptions out;
+    out.harnessEnabled = row.harness.has_value();
+    out.harnessToolTip = row.harness ? row.harness->title + ": " + row.corvane.title
+                                     : "This session cannot be opened in its harness on this Mac. Use the "
+                                       "lightning button to open Corvane.";
+    out.harnessAccessibilityLabel = out.harnessToolTip + suffix;
+    out.corvaneToolTip = row.harness ? "Open in Corvane (Option-Return)" : "Open in Corvane (Return)";
+    out.corvaneAccessibilityLabel = "Open in Corvane: " + row.corvane.title;
+    return out;
+}
+
+std::optional<AgentTarget> highlightedTarget(const AgentRow& row, std::optional<AgentTarget> hovered,
+                                             bool keyboardHighlighted) {
+    if (hovered == AgentTarget::corvane) return AgentTarget::corvane;
+    if (hovered == AgentTarget::harness)
+        return row.harness ? std::optional<AgentTarget>(AgentTarget::harness) : std::nullopt;
+    if (keyboardHighlighted) return hasDistinctHarness(row) ? AgentTarget::harness : AgentTarget::corvane;
+    return std::nullopt;
+}
+
+MenuAction activate(const AgentRow& row, bool optionPressed) {
+    if (!optionPressed && hasDistinctHarness(row)) return *row.harness;
+    return row.corvane;
+}
+
+std::optional<MenuAction> chosenAgentAction(const AgentRow& row, const Activation& activation) {
+    switch (activation.part) {
+    case RowPart::main: return activate(row, activation.optionPressed);
+    case RowPart::harness: return row.harness;
+    case RowPart::corvane: return row.corvane;
+    case RowPart::dismiss: return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+HarnessIconCandidates harnessIconCandidates(std::string_view word) {
+    if (word == "claude") return {{"com.anthropic.claudefordesktop"}, {"claude-desktop", "claude"}};
+    if (word == "cursor") return {{"com.todesktop.230313mzl4w4u92"}, {"cursor", "co.anysphere.cursor"}};
+    if (word == "chatgpt")
+        return {{"com.openai.chat", "com.openai.codex"}, {"chatgpt", "com.openai.chat", "codex", "com.openai.codex"}};
+    return {};
+}
+
+std::optional<std::string> firstAvailable(const std::vector<std::string>& candidates,
+                                          const std::function<bool(const std::string&)>& available) {
+    for (const auto& candidate : candidates)
+        if (available && available(candidate)) return candidate;
+    return std::nullopt;
+}
+
+bool isWorking(const AgentRow& row) { return row.status == "working"; }
+
+bool shouldPulse(const AgentRow& row, bool inWindow, bool reduceMotion) {
+    return inWindow && isWorking(row) && !reduceMotion;
+}
+
+bool pulseNeedsRestart(const AgentRow& before, const AgentRow& after) { return isWorking(before) != isWorking(after); }
+
+AgentRowGeometry agentRowGeometry(double width, double height, std::optional<double> statusTextWidth) {
+    AgentRowGeometry g;
+    g.harnessPart = {4, 0, width - 24, height};
+    g.corvaneButton = {width - 20, 0, 20, height};
+    g.harnessHighlight = g.harnessPart;
+    g.corvaneHighlight = g.corvaneButton.insetBy(2);
+    g.icon = {14, (height - 16) * 0.5, 16, 16};
+    g.textY = (height - AgentRowGeometry::textLineHeight) * 0.5;
+    double edge = width - 24;
+    if (statusTextWidth) {
+        g.status = Rect{edge - *statusTextWidth, g.textY, *statusTextWidth, AgentRowGeometry::textLineHeight};
+        edge -= *statusTextWidth + 8;
+    }
+    g.title = {AgentRowGeometry::titleX, g.textY, std::max(edge - AgentRowGeometry::titleX, 0.0),
+               AgentRowGeometry::textLineHeight};
+    return g;
+}
+
+}  // namespace corvane

@@ -1,0 +1,451 @@
+#include "MenuBuilder.h"
+
+#include <algorithm>
+
+#include "AgentRowLogic.h"
+#include "CliUpdateRow.h"
+#include "CliUpdateTextsShim.h"
+#include "MenuText.h"
+
+namespace corvane {
+namespace {
+
+using shim::cliUpdateAction;
+using shim::cliUpdateActionTitle;
+using shim::cliUpdateCanStart;
+
+template <class T>
+const T* contentAs(const NativeMenuItem& item) {
+    return item.content() ? std::get_if<T>(&*item.content()) : nullptr;
+}
+
+template <class T>
+const T* roleAs(const NativeMenuItem& item) {
+    return std::get_if<T>(&item.role());
+}
+
+// A text that names the row a hosted item shows, so that a row whose details changed (a new
+// subtitle, another state) still counts as the same row and is rewritten in place.
+std::string hostedIdentity(const HostedRow& row) {
+    struct Visitor {
+        std::string operator()(const hosted::Header& h) const { return "header:" + h.title; }
+        std::string operator()(const hosted::SectionLabel& s) const { return "section:" + s.title; }
+        std::string operator()(const hosted::StatusRow& s) const { return "status:" + s.title; }
+        std::string operator()(const hosted::ConnectionRow& c) const { return "connection:" + c.name; }
+    };
+    return std::visit(Visitor{}, row);
+}
+
+bool sameRowPair(const NativeMenuItem& a, const NativeMenuItem& b);
+
+bool sameShapeOf(const std::vector<NativeMenu::ItemPtr>& live, const std::vector<NativeMenu::ItemPtr>& fresh) {
+    if (live.size() != fresh.size()) return false;
+    for (std::size_t i = 0; i < live.size(); ++i)
+        if (!sameRowPair(*live[i], *fresh[i])) return false;
+    return true;
+}
+
+bool sameRowPair(const NativeMenuItem& a, const NativeMenuItem& b) {
+    if (a.role().index() != b.role().index()) return false;
+    if (const auto* sa = roleAs<role::StatusAction>(a)) {
+        const auto* sb = roleAs<role::StatusAction>(b);
+        return sa->identity == sb->identity && sa->lineCount == sb->lineCount;
+    }
+    if (const auto* ua = roleAs<role::CliUpdateRow>(a)) return ua->role == roleAs<role::CliUpdateRow>(b)->role;
+    if (a.hasContent() || b.hasContent()) {
+        if (!a.hasContent() || !b.hasContent() || a.content()->index() != b.content()->index()) return false;
+        if (const auto* da = contentAs<DismissibleRowContent>(a)) {
+            const auto* db = contentAs<DismissibleRowContent>(b);
+            return da->identity == db->identity && rowHeight(*a.content()) == rowHeight(*b.content());
+        }
+        if (const auto* ha = contentAs<HostedRowContent>(a)) {
+            const auto* hb = contentAs<HostedRowContent>(b);
+            return ha->row.index() == hb->row.index() && a.representedObject() == b.representedObject() &&
+                   rowHeight(*a.content()) == rowHeight(*b.content());
+        }
+        return true;  // agent rows (any session: rewriting shows the new row)
+    }
+    if (!MenuBuilder::sameNativeRow(a, b)) return false;
+    return !a.submenu() || sameShapeOf(a.submenu()->items(), b.submenu()->items());
+}
+
+}  // namespace
+
+MenuBuilder::MenuBuilder(NativeMenuFactory& factory, const TextMeasure& measure, MenuBuilderHooks hooks,
+                         std::string displayName)
+    : factory_(factory),
+      measure_(measure),
+      hooks_(std::make_shared<const MenuBuilderHooks>(std::move(hooks))),
+      displayName_(std::move(displayName)),
+      menu_(factory.makeMenu()) {
+    menu_->setAutoenablesItems(false);
+    menu_->setMinimumWidth(menuMinimumWidth);
+    // The subscription ends with the builder, so the observer never outlives `this`.
+    trackingObserver_ = menu_->observeTracking([this](bool began) {
+        tracking_ = began;
+        if (!began) applyPending();
+    });
+    tracking_ = menu_->isTracking();
+}
+
+void MenuBuilder::submit(MenuBuild build) {
+    pending_ = std::move(build);
+    applyPending();
+}
+
+void MenuBuilder::applyPending() {
+    if (!pending_) return;
+    MenuBuild next = std::move(*pending_);
+    pending_.reset();
+    menu_->setAutoenablesItems(false);
+    menu_->setMinimumWidth(menuMinimumWidth);
+
+    const auto fresh = build(next);
+    const auto items = fresh->items();  // a copy: reconciling moves items out of `fresh`
+    if (tracking_) {
+        if (sameShape(*menu_, items)) {
+            rewriteInPlace(*menu_, items);
+            displayedBaked_ = !next.moreItems;
+            return;
+        }
+        if (!displayedBaked_ && next.moreItems) {
+            // Rows would come and go under the pointer: change only what is live now and hold
+            // the rest until the menu closes.
+            rewriteUpdateBlock(*menu_, *fresh);
+            rewriteSessionStatuses(*menu_, *fresh);
+            menu_->update();
+            pending_ = std::move(next);
+            return;
+        }
+    }
+    reconcile(*menu_, items);
+    displayedBaked_ = !next.moreItems;
+}
+
+void MenuBuilder::applyHighlight(NativeMenu& menu, const NativeMenuItem* highlighted) {
+    for (const auto& item : menu.items())
+        if (contentAs<AgentRowContent>(*item) || contentAs<DismissibleRowContent>(*item))
+            item->setHighlighted(item.get() == highlighted);
+}
+
+// ---- Building ----
+
+std::string MenuBuilder::fittingText(const std::string& text, FontRole font) const {
+    return corvane::fittingText(text, font, measure_);
+}
+
+ItemHandler MenuBuilder::performing(const MenuAction& action) const {
+    std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
+    return [hooks, action](NativeMenuItem&, const Activation&) {
+        if (auto live = hooks.lock(); live && live->performAction) live->performAction(action);
+    };
+}
+
+MenuBuilder::ItemPtr MenuBuilder::handlerItem(const std::string& title, ItemHandler handler) {
+    auto item = factory_.makeItem();
+    item->setTitle(fittingText(title));
+    item->setToolTip(title);
+    item->setHandler(std::move(handler));
+    item->setKeyEquivalent("");
+    return item;
+}
+
+MenuBuilder::ItemPtr MenuBuilder::hostedItem(const HostedRow& row) {
+    auto item = factory_.makeItem();
+    item->setContent(HostedRowContent{row});
+    item->setRepresentedObject(hostedIdentity(row));
+    item->setEnabled(false);
+    return item;
+}
+
+MenuBuilder::ItemPtr MenuBuilder::statusActionItem(const std::string& identity, const std::string& title,
+                                                   const std::optional<std::string>& detail,
+                                                   const MenuAction& action,
+                                                   const std::optional<MenuAction>& dismiss) {
+    std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
+    auto item = handlerItem(title, [hooks, action, dismiss](NativeMenuItem&, const Activation& activation) {
+        auto live = hooks.lock();
+        if (!live || !live->performAction) return;
+        if (activation.part == RowPart::dismiss) {
+            if (dismiss) live->performAction(*dismiss);
+        } else {
+            live->performAction(action);
+        }
+    });
+    item->setAttributedTitle(statusTitle(title, detail, measure_));
+    item->setToolTip(detail && !detail->empty() ? title + "\n" + *detail : title);
+    item->setRole(role::StatusAction{identity, statusLineCount(detail), dismiss});
+    item->setEnabled(action.isEnabled);
+    return item;
+}
+
+MenuBuilder::ItemPtr MenuBuilder::dismissibleItem(const std::string& identity, const HostedRow& content,
+                                                  const MenuAction& dismiss) {
+    auto item = factory_.makeItem();
+    item->setTitle(fittingText(plainText(content)));
+    item->setContent(DismissibleRowContent{identity, content, dismiss, std::nullopt, std::nullopt});
+    item->setRepresentedObject(identity);
+    std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
+    item->setHandler([hooks](NativeMenuItem& sender, const Activation& activation) {
+        auto live = hooks.lock();
+        const auto* row = contentAs<DismissibleRowContent>(sender);
+        if (!live || !live->performAction || !row) return;
+        if (activation.part == RowPart::dismiss)
+            live->performAction(row->dismiss);
+        else if (row->repair)
+            live->performAction(*row->repair);
+    });
+    return item;
+}
+
+MenuBuilder::ItemPtr MenuBuilder::agentItem(const AgentRow& row) {
+    std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
+    // The handler reads the row the item shows when chosen, so a row rewritten in place opens
+    // the new session's targets.
+    auto item = handlerItem(row.corvane.title, [hooks](NativeMenuItem& sender, const Activation& activation) {
+        auto live = hooks.lock();
+        const auto* content = contentAs<AgentRowContent>(sender);
+        if (!live || !live->performAction || !content) return;
+        if (auto action = chosenAgentAction(content->row, activation)) live->performAction(*action);
+    });
+    const bool reduceMotion = hooks_->reduceMotion && hooks_->reduceMotion();
+    item->setContent(AgentRowContent{row, reduceMotion});
+    return item;
+}
+
+std::vector<MenuBuilder::ItemPtr> MenuBuilder::updateItems(const CliUpdate& update) {
+    auto notice = factory_.makeItem();
+    presentCliUpdate(*notice, update, measure_);
+    if (cliUpdateCanStart(update)) {
+        const auto start = handlerItem(cliUpdateActionTitle(update), performing(cliUpdateAction(update)));
+        copyNativeState(*start, *notice);
+    } else {
+        notice->setEnabled(false);
+    }
+    std::vector<ItemPtr> rows{notice};
+    if (update.phase == CliUpdatePhase::failed) {
+        auto log = handlerItem(std::string(viewUpdateLogTitle), performing(updateLogAction(update)));
+        log->setRole(role::CliUpdateRow{role::CliUpdateRole::log, update});
+        rows.push_back(log);
+    }
+    return rows;
+}
+
+MenuBuilder::ItemPtr MenuBuilder::menuItem(const MenuItem& item) {
+    struct Visitor {
+        MenuBuilder& b;
+        ItemPtr operator()(const row::CliUpdate& u) const { return b.updateItems(u.update).front(); }
+        ItemPtr operator()(const row::Header& h) const { return b.hostedItem(hosted::Header{h.title, h.subtitle, h.trailing}); }
+        ItemPtr operator()(const row::Section& s) const { return b.hostedItem(hosted::SectionLabel{s.title}); }
+        ItemPtr operator()(const row::Status& s) const {
+            if (s.action) return b.statusActionItem("status:" + s.title, s.title, s.subtitle, *s.action, s.dismiss);
+            const hosted::StatusRow content{s.mark, s.title, s.subtitle, false};
+            if (s.dismiss) return b.dismissibleItem("status:" + s.title, content, *s.dismiss);
+            return b.hostedItem(content);
+        }
+        ItemPtr operator()(const row::Connection& c) const {
+            if (c.action)
+                return b.statusActionItem("connection:" + c.name, c.name + ": " + c.state, std::nullopt, *c.action,
+                                          c.dismiss);
+            const hosted::ConnectionRow content{c.mark, c.name, c.state};
+            if (c.dismiss) return b.dismissibleItem("connection:" + c.name, content, *c.dismiss);
+            return b.hostedItem(content);
+        }
+        ItemPtr operator()(const row::Submenu& s) const {
+            auto item = b.factory_.makeItem();
+            item->setTitle(b.fittingText(s.title));
+            item->setToolTip(s.title);
+            auto submenu = b.factory_.makeMenu();
+            submenu->setAutoenablesItems(false);
+            for (const auto& child : s.items) submenu->append(b.menuItem(child));
+            item->setSubmenu(std::move(submenu));
+            return item;
+        }
+        ItemPtr operator()(const row::Action& a) const {
+            auto item = b.handlerItem(a.action.title, b.performing(a.action));
+            item->setEnabled(a.action.isEnabled);
+            if (a.action.badge == "paused") item->setBadge(pausedBadge());
+            return item;
+        }
+        ItemPtr operator()(const row::Agent& a) const { return b.agentItem(a.agent); }
+        ItemPtr operator()(const row::Separator&) const { return b.factory_.makeSeparator(); }
+    };
+    return std::visit(Visitor{*this}, item.value);
+}
+
+void MenuBuilder::appendAppRows(NativeMenu& menu) {
+    std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
+    auto call = [hooks](std::function<void()> MenuBuilderHooks::*member) {
+        return [hooks, member](NativeMenuItem&, const Activation&) {
+            if (auto live = hooks.lock(); live && ((*live).*member)) ((*live).*member)();
+        };
+    };
+    auto login = handlerItem("Launch at Login", call(&MenuBuilderHooks::toggleLoginItem));
+    login->setChecked(hooks_->launchAtLoginEnabled && hooks_->launchAtLoginEnabled());
+    menu.append(login);
+    menu.append(factory_.makeSeparator());
+    menu.append(handlerItem("About " + displayName_, call(&MenuBuilderHooks::showAbout)));
+    auto quit = factory_.makeItem();
+    quit->setTitle("Quit " + displayName_);
+    quit->setKeyEquivalent("q");
+    quit->setHandler(call(&MenuBuilderHooks::quit));
+    menu.append(quit);
+}
+
+std::shared_ptr<NativeMenu> MenuBuilder::build(const MenuBuild& build) {
+    auto menu = factory_.makeMenu();
+    menu->setAutoenablesItems(false);
+    for (const auto& item : build.items) {
+        if (const auto* status = item.as<row::Status>(); status && build.checking) {
+            // While re-checking, status rows show their checking look and lose their buttons.
+            menu->append(hostedItem(hosted::StatusRow{status->mark, status->title, status->subtitle, true}));
+        } else if (const auto* update = item.as<row::CliUpdate>()) {
+            for (auto& row : updateItems(update->update)) menu->append(std::move(row));
+        } else {
+            menu->append(menuItem(item));
+        }
+    }
+    if (!build.moreItems) {
+        menu->append(factory_.makeSeparator());
+        appendAppRows(*menu);
+        return menu;
+    }
+    auto more = factory_.makeItem();
+    more->setTitle("More");
+    auto submenu = factory_.makeMenu();
+    submenu->setAutoenablesItems(false);
+    for (const auto& item : *build.moreItems) submenu->append(menuItem(item));
+    if (!build.moreItems->empty()) submenu->append(factory_.makeSeparator());
+    appendAppRows(*submenu);
+    more->setSubmenu(std::move(submenu));
+    menu->append(std::move(more));
+    return menu;
+}
+
+// ---- Applying ----
+
+bool MenuBuilder::sameNativeRow(const NativeMenuItem& a, const NativeMenuItem& b) {
+    return a.title() == b.title() && a.toolTip() == b.toolTip() && a.isSeparator() == b.isSeparator() &&
+           static_cast<bool>(a.submenu()) == static_cast<bool>(b.submenu());
+}
+
+void MenuBuilder::copyNativeState(const NativeMenuItem& from, NativeMenuItem& to) {
+    to.setHandler(from.handler());
+    to.setRepresentedObject(from.representedObject());
+    to.setChecked(from.isChecked());
+    if (from.attributedTitle()) to.setAttributedTitle(from.attributedTitle());
+    to.setBadge(from.badge());
+    to.setEnabled(from.isEnabled());
+    to.setKeyEquivalent(from.keyEquivalent());
+}
+
+bool MenuBuilder::sameShape(const NativeMenu& menu, const std::vector<ItemPtr>& items) {
+    return sameShapeOf(menu.items(), items);
+}
+
+void MenuBuilder::rewritePair(NativeMenuItem& live, const NativeMenuItem& fresh) {
+    if (roleAs<role::StatusAction>(live)) {
+        live.setAttributedTitle(fresh.attributedTitle());
+        live.setToolTip(fresh.toolTip());
+        live.setTitle(fresh.title());
+        live.setRole(fresh.role());
+        copyNativeState(fresh, live);
+    } else if (const auto* update = roleAs<role::CliUpdateRow>(fresh)) {
+        if (update->role == role::CliUpdateRole::notice)
+            presentCliUpdate(live, update->model, measure_);
+        else
+            live.setRole(fresh.role());
+        live.setTitle(fresh.title());
+        live.setToolTip(fresh.toolTip());
+        copyNativeState(fresh, live);
+    } else if (contentAs<DismissibleRowContent>(fresh)) {
+        live.setContent(fresh.content());
+        live.setTitle(fresh.title());
+        live.setEnabled(fresh.isEnabled());
+        copyNativeState(fresh, live);
+    } else if (contentAs<AgentRowContent>(fresh)) {
+        live.setContent(fresh.content());
+        live.setTitle(fresh.title());
+        live.setToolTip(fresh.toolTip());
+    } else if (fresh.hasContent()) {
+        live.setContent(fresh.content());
+        live.setRepresentedObject(fresh.representedObject());
+    } else {
+        copyNativeState(fresh, live);
+        if (live.submenu() && fresh.submenu()) rewriteInPlace(*live.submenu(), fresh.submenu()->items());
+    }
+}
+
+void MenuBuilder::rewriteInPlace(NativeMenu& menu, const std::vector<ItemPtr>& items) {
+    const std::size_t count = std::min(menu.count(), items.size());
+    for (std::size_t i = 0; i < count; ++i) rewritePair(*menu.itemAt(i), *items[i]);
+    menu.update();
+}
+
+void MenuBuilder::rewriteUpdateBlock(NativeMenu& menu, const NativeMenu& from) {
+    std::vector<ItemPtr> live, fresh;
+    for (const auto& item : menu.items())
+        if (roleAs<role::CliUpdateRow>(*item)) live.push_back(item);
+    for (const auto& item : from.items())
+        if (roleAs<role::CliUpdateRow>(*item)) fresh.push_back(item);
+    for (std::size_t i = 0; i < std::min(live.size(), fresh.size()); ++i) {
+        if (roleAs<role::CliUpdateRow>(*live[i])->role == roleAs<role::CliUpdateRow>(*fresh[i])->role) {
+            rewritePair(*live[i], *fresh[i]);
+        } else {
+            live[i]->setTitle(fresh[i]->title());
+            live[i]->setToolTip(fresh[i]->toolTip());
+        }
+    }
+}
+
+void MenuBuilder::rewriteSessionStatuses(NativeMenu& menu, const NativeMenu& from) {
+    std::vector<ItemPtr> live;
+    std::vector<const AgentRowContent*> fresh;
+    for (const auto& item : menu.items())
+        if (contentAs<AgentRowContent>(*item)) live.push_back(item);
+    for (const auto& item : from.items())
+        if (const auto* agent = contentAs<AgentRowContent>(*item)) fresh.push_back(agent);
+    for (std::size_t i = 0; i < std::min(live.size(), fresh.size()); ++i) {
+        AgentRowContent shown = *contentAs<AgentRowContent>(*live[i]);
+        shown.row.status = fresh[i]->row.status;
+        shown.row.statusLabel = fresh[i]->row.statusLabel;
+        live[i]->setContent(shown);
+    }
+}
+
+void MenuBuilder::reconcile(NativeMenu& menu, const std::vector<ItemPtr>& items) {
+    const std::vector<ItemPtr> pool = menu.items();
+    std::vector<bool> used(pool.size(), false);
+    std::vector<ItemPtr> chosen;
+    chosen.reserve(items.size());
+    for (const auto& fresh : items) {
+        ItemPtr pick = fresh;
+        if (!fresh->hasContent()) {
+            for (std::size_t i = 0; i < pool.size(); ++i) {
+                const auto& live = pool[i];
+                if (used[i] || live->hasContent() || live->role().index() != fresh->role().index() ||
+                    !sameNativeRow(*live, *fresh))
+                    continue;
+                used[i] = true;
+                if (live->submenu() && fresh->submenu()) reconcile(*live->submenu(), fresh->submenu()->items());
+                live->setRole(fresh->role());
+                copyNativeState(*fresh, *live);
+                pick = live;
+                break;
+            }
+        }
+        chosen.push_back(std::move(pick));
+    }
+    for (std::size_t i = 0; i < pool.size(); ++i)
+        if (!used[i]) menu.remove(*pool[i]);
+    for (const auto& item : chosen)
+        if (item->menu() && item->menu() != &menu) item->menu()->remove(*item);
+    for (std::size_t i = 0; i < chosen.size(); ++i) {
+        if (i < menu.count() && menu.itemAt(i) == chosen[i]) continue;
+        if (chosen[i]->menu() == &menu) menu.remove(*chosen[i]);
+        menu.insert(chosen[i], i);
+    }
+    menu.update();
+}
+
+}  // namespace corvane

@@ -1,0 +1,63 @@
+#include "MenuText.h"
+
+#include <vector>
+
+namespace corvane {
+namespace {
+
+constexpr std::string_view ellipsis = "\u2026";
+
+std::vector<std::string_view> linesOf(std::string_view text) {
+    std::vector<std::string_view> lines;
+    std::size_t start = 0;
+    while (true) {
+        const std::size_t end = text.find('\n', start);
+        if (end == std::string_view::npos) {
+            lines.push_back(text.substr(start));
+            return lines;
+        }
+        lines.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+}
+
+}  // namespace
+
+std::string fittingText(std::string_view text, FontRole font, const TextMeasure& measure) {
+    if (measure.width(text, font) <= fittingWidthLimit) return std::string(text);
+    const auto characters = graphemeClusters(text);
+    // Each piece is a view into `text`, so a prefix of n characters ends where piece n-1 ends.
+    auto prefix = [&](std::size_t n) {
+        if (n == 0) return std::string();
+        const auto& last = characters[n - 1];
+        return std::string(text.substr(0, static_cast<std::size_t>(last.data() - text.data()) + last.size()));
+    };
+    std::size_t low = 0, high = characters.size();
+    while (low < high) {
+        const std::size_t mid = (low + high + 1) / 2;
+        if (measure.width(prefix(mid) + std::string(ellipsis), font) <= fittingWidthLimit)
+            low = mid;
+        else
+            high = mid - 1;
+    }
+    return prefix(low) + std::string(ellipsis);
+}
+
+AttributedTitle statusTitle(std::string_view title, const std::optional<std::string>& subtitle,
+                            const TextMeasure& measure) {
+    AttributedTitle out;
+    out.runs.push_back({fittingText(title, FontRole::menu13, measure), FontRole::menu13, false});
+    if (subtitle && !subtitle->empty()) {
+        std::string lines;
+        for (const auto line : linesOf(*subtitle)) lines += "\n" + fittingText(line, FontRole::system11, measure);
+        out.runs.push_back({std::move(lines), FontRole::system11, true});
+    }
+    return out;
+}
+
+int statusLineCount(const std::optional<std::string>& subtitle) {
+    if (!subtitle || subtitle->empty()) return 1;
+    return 1 + static_cast<int>(linesOf(*subtitle).size());
+}
+
+}  // namespace corvane
