@@ -1,13 +1,10 @@
 #include "CliUpdateRow.h"
 
-#include "CliUpdateTextsShim.h"
+#include "CliUpdatePresentation.h"
 #include "MenuText.h"
 
 namespace corvane {
 
-using shim::cliUpdateCanStart;
-using shim::cliUpdateSubtitle;
-using shim::cliUpdateTitle;
 
 std::string cliUpdateToolTip(const CliUpdate& update) {
     const auto subtitle = cliUpdateSubtitle(update);

@@ -4,15 +4,12 @@
 
 #include "AgentRowLogic.h"
 #include "CliUpdateRow.h"
-#include "CliUpdateTextsShim.h"
+#include "CliUpdatePresentation.h"
 #include "MenuText.h"
 
 namespace corvane {
 namespace {
 
-using shim::cliUpdateAction;
-using shim::cliUpdateActionTitle;
-using shim::cliUpdateCanStart;
 
 template <class T>
 const T* contentAs(const NativeMenuItem& item) {
