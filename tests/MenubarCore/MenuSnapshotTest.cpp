@@ -1,0 +1,175 @@
+#include "MenuSnapshot.h"
+
+#include <functional>
+#include <limits>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "MenuTime.h"
+
+namespace corvane {
+namespace {
+
+using Json = nlohmann::json;
+
+const Instant readStart = *parseMenuTime("2025-03-01T10:00:00.000Z");
+const Instant written = *parseMenuTime("2025-03-01T10:00:01.500Z");
+const Instant staleAt = *parseMenuTime("2025-03-01T10:02:00Z");
+const Instant now = *parseMenuTime("2025-03-01T10:00:30Z");
+
+Json snapshotFile() {
+    return Json{
+        {"contract", 1},
+        {"appEnv", "staging"},
+        {"cliVersion", "1.4.0"},
+        {"icon", "running"},
+        {"refreshSeconds", 30},
+        {"watchPaths", Json::array({"/tmp/state"})},
+        {"items", Json::array({{{"type", "header"}, {"title", "Corvane"}}})},
+        {"more", Json::array()},
+        {"snapshot",
+         {{"version", 1},
+          {"bootId", "boot-7"},
+          {"pid", 4242},
+          {"sequence", 3},
+          {"writtenAt", "2025-03-01T10:00:01.500Z"},
+          {"staleAfter", "2025-03-01T10:02:00Z"},
+          {"readStartedAt", "2025-03-01T10:00:00Z"},
+          {"apiUrl", "https://api.corvane.dev"},
+          {"webUrl", "https://corvane.dev"},
+          {"enrollment", {{"machineId", "m-1"}}}}},
+    };
+}
+
+const SnapshotIdentity expectedIdentity{"staging", "1.4.0", "https://api.corvane.dev", "https://corvane.dev",
+                                        SnapshotEnrollment{"m-1", std::nullopt}};
+
+TEST(MenuSnapshot, DecodesPayloadAndStamp) {
+    auto snapshot = decodeMenuSnapshot(snapshotFile().dump(), now);
+    ASSERT_TRUE(snapshot);
+    EXPECT_EQ(snapshot->stamp, (SnapshotStamp{"boot-7", 4242, 3, written, staleAt, readStart, expectedIdentity}));
+    EXPECT_EQ(snapshot->payload.cliVersion, "1.4.0");
+    EXPECT_EQ(snapshot->payload.refreshSeconds, 30);
+    ASSERT_EQ(snapshot->payload.items.size(), 1u);
+}
+
+// Every way to the seven outcomes, in the order the rules are applied.
+TEST(MenuSnapshot, ReadRules) {
+    using Edit = std::function<void(Json&)>;
+    const Edit none = [](Json&) {};
+    struct Row {
+        const char* name;
+        Edit edit;
+        std::optional<SnapshotIdentity> expected;
+        std::optional<Instant> requestedAt;
+        Instant at;
+        bool running;
+        std::optional<SnapshotSkip> skip;  // absent: drawn
+    };
+    const auto withOrg = [] {
+        SnapshotIdentity identity = expectedIdentity;
+        identity.enrollment->orgId = "org-1";
+        return identity;
+    }();
+    const auto stamp = [](const char* key, Json value) -> Edit {
+        return [=](Json& file) { file["snapshot"][key] = value; };
+    };
+    const auto top = [](const char* key, Json value) -> Edit { return [=](Json& file) { file[key] = value; }; };
+    const auto dropStamp = [](const char* key) -> Edit { return [=](Json& file) { file["snapshot"].erase(key); }; };
+
+    const Row rows[] = {
+        {"draws", none, expectedIdentity, std::nullopt, now, true, std::nullopt},
+        {"stamp version 2", stamp("version", 2), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
+        {"sequence 0", stamp("sequence", 0), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
+        {"sequence as text", stamp("sequence", "3"), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
+        {"contract 2 is unreadable, not a mismatch", top("contract", 2), expectedIdentity, {}, now, true,
+         SnapshotSkip::unreadable},
+        {"payload damaged", top("items", 5), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
+        {"no stamp", [](Json& f) { f.erase("snapshot"); }, expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
+        {"no boot id", dropStamp("bootId"), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
+        {"pid beyond 32 bits", stamp("pid", 4'294'967'296LL), expectedIdentity, {}, now, true,
+         SnapshotSkip::unreadable},
+        {"unparsable written time", stamp("writtenAt", "yesterday"), expectedIdentity, {}, now, true,
+         SnapshotSkip::unreadable},
+        {"no read start", dropStamp("readStartedAt"), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
+        {"no web URL", dropStamp("webUrl"), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
+        {"enrollment without machine", stamp("enrollment", Json{{"orgId", "o"}}), expectedIdentity, {}, now, true,
+         SnapshotSkip::unreadable},
+        {"nothing expected", none, std::nullopt, {}, now, true, SnapshotSkip::otherIdentity},
+        {"org id only in the file", stamp("enrollment", Json{{"machineId", "m-1"}, {"orgId", "org-1"}}),
+         expectedIdentity, {}, now, true, SnapshotSkip::otherIdentity},
+        {"org id only expected", none, withOrg, {}, now, true, SnapshotSkip::otherIdentity},
+        {"no enrollment in the file", dropStamp("enrollment"), expectedIdentity, {}, now, true,
+         SnapshotSkip::otherIdentity},
+        {"another CLI version", top("cliVersion", "1.5.0"), expectedIdentity, {}, now, true,
+         SnapshotSkip::otherIdentity},
+        {"another environment, and stale too", top("appEnv", "production"), expectedIdentity, {}, staleAt, false,
+         SnapshotSkip::otherIdentity},
+        {"stale exactly at staleAfter", none, expectedIdentity, {}, staleAt, true, SnapshotSkip::stale},
+        {"stale and stopped", none, expectedIdentity, {}, plusSeconds(staleAt, 1), false, SnapshotSkip::stale},
+        {"fresh just before staleAfter", none, expectedIdentity, {}, plusSeconds(staleAt, -0.001), true, std::nullopt},
+        {"writer stopped", none, expectedIdentity, plusSeconds(readStart, 1), now, false, SnapshotSkip::stopped},
+        {"refresh asked 1 ms after the read began", none, expectedIdentity, plusSeconds(readStart, 0.001), now, true,
+         SnapshotSkip::refreshPending},
+        {"refresh asked as the read began", none, expectedIdentity, readStart, now, true, std::nullopt},
+        {"refresh asked before the read", none, expectedIdentity, plusSeconds(readStart, -5), now, true, std::nullopt},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Json file = snapshotFile();
+        row.edit(file);
+        std::string bytes = file.dump();
+        std::int32_t askedPid = 0;
+        SnapshotRead read = readMenuSnapshot(bytes, row.expected, row.requestedAt, row.at, [&](std::int32_t pid) {
+            askedPid = pid;
+            return row.running;
+        });
+        if (row.skip) {
+            ASSERT_TRUE(std::holds_alternative<SnapshotSkip>(read));
+            EXPECT_EQ(std::get<SnapshotSkip>(read), *row.skip) << wireWord(std::get<SnapshotSkip>(read));
+        } else {
+            ASSERT_TRUE(std::holds_alternative<MenuSnapshot>(read));
+            EXPECT_EQ(askedPid, 4242);
+            EXPECT_EQ(std::get<MenuSnapshot>(read), *decodeMenuSnapshot(bytes, row.at));
+        }
+    }
+    EXPECT_EQ(std::get<SnapshotSkip>(readMenuSnapshot(std::nullopt, expectedIdentity, {}, now, nullptr)),
+              SnapshotSkip::missing);
+    for (const char* bytes : {"", "not json", "[]", "{\"snapshot\":{}}"})
+        EXPECT_EQ(std::get<SnapshotSkip>(readMenuSnapshot(std::string_view(bytes), expectedIdentity, {}, now, nullptr)),
+                  SnapshotSkip::unreadable)
+            << bytes;
+}
+
+TEST(MenuSnapshot, SkipWords) {
+    const std::pair<SnapshotSkip, const char*> words[] = {
+        {SnapshotSkip::missing, "missing"},     {SnapshotSkip::unreadable, "unreadable"},
+        {SnapshotSkip::otherIdentity, "other-identity"}, {SnapshotSkip::stale, "stale"},
+        {SnapshotSkip::stopped, "stopped"},     {SnapshotSkip::refreshPending, "refresh-pending"},
+        {SnapshotSkip::cliChanged, "cli-changed"},
+    };
+    for (const auto& [skip, word] : words) {
+        EXPECT_EQ(wireWord(skip), word);
+        EXPECT_EQ(snapshotSkipFromWord(word), skip);
+    }
+    EXPECT_FALSE(snapshotSkipFromWord("otherIdentity"));
+}
+
+TEST(MenuSnapshot, PayloadFreshness) {
+    const Instant success = *parseMenuTime("2025-03-01T10:00:00Z");
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    struct Row {
+        double age;
+        double refreshSeconds;
+        bool fresh;
+    };
+    const Row rows[] = {{60, 30, true},   {60.001, 30, false}, {0, 30, true},      {-5, 30, true},
+                        {1, 0, false},    {1, nan, false},     {1e6, 1e6, true},   {121, 60, false}};
+    for (const auto& row : rows)
+        EXPECT_EQ(payloadIsFresh(success, row.refreshSeconds, plusSeconds(success, row.age)), row.fresh)
+            << row.age << " / " << row.refreshSeconds;
+}
+
+}  // namespace
+}  // namespace corvane
