@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "AgentRowLogic.h"
+#include "MenuRows.h"
+
+namespace corvane {
+namespace {
+
+using testrows::urlAction;
+
+AgentRow session(bool withHarness, std::optional<std::string> status = std::nullopt,
+                 std::optional<std::string> label = std::nullopt) {
+    AgentRow row{"s1", "claude", std::move(status), std::move(label), std::nullopt,
+                 urlAction("Fix the build · 3m", "https://corvane.test/s1")};
+    if (withHarness) row.harness = urlAction("Open in Claude", "claude://s1");
+    return row;
+}
+
+TEST(AgentRowLogic, TargetDescriptions) {
+    const std::string cannot =
+        "This session cannot be opened in its harness on this Mac. Use the lightning button to open Corvane.";
+    struct Row {
+        AgentRow row;
+        AgentTargetDescriptions expected;
+    };
+    const std::vector<Row> rows = {
+        {session(true, "working"),
+         {true, "Open in Claude: Fix the build · 3m", "Open in Claude: Fix the build · 3m, Working",
+          "Open in Corvane (Option-Return)", "Open in Corvane: Fix the build · 3m"}},
+        {session(false, "working", "Waiting for you · 2m"),
+         {false, cannot, cannot + ", Waiting for you · 2m", "Open in Corvane (Return)",
+          "Open in Corvane: Fix the build · 3m"}},
+        {session(true, "idle"),
+         {true, "Open in Claude: Fix the build · 3m", "Open in Claude: Fix the build · 3m",
+          "Open in Corvane (Option-Return)", "Open in Corvane: Fix the build · 3m"}},
+    };
+    for (const auto& row : rows) EXPECT_EQ(describeTargets(row.row), row.expected) << row.expected.harnessToolTip;
+}
+
+TEST(AgentRowLogic, HighlightAndChoice) {
+    using T = AgentTarget;
+    AgentRow same = session(true);
+    same.harness = same.corvane;  // a harness action that is the Corvane action
+    struct Row {
+        AgentRow row;
+        std::optional<T> hovered;
+        bool keyboard;
+        std::optional<T> highlighted;
+        bool option;
+        std::string chosen;  // title of what Return performs
+    };
+    const std::vector<Row> rows = {
+        {session(true), T::corvane, false, T::corvane, false, "Open in Claude"},
+        {session(true), T::harness, false, T::harness, true, "Fix the build · 3m"},
+        {session(false), T::harness, true, std::nullopt, false, "Fix the build · 3m"},
+        {session(true), std::nullopt, true, T::harness, false, "Open in Claude"},
+        {session(false), std::nullopt, true, T::corvane, false, "Fix the build · 3m"},
+        {same, std::nullopt, true, T::corvane, false, "Fix the build · 3m"},
+        {session(true), std::nullopt, false, std::nullopt, true, "Fix the build · 3m"},
+    };
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto& row = rows[i];
+        EXPECT_EQ(highlightedTarget(row.row, row.hovered, row.keyboard), row.highlighted) << "row " << i;
+        EXPECT_EQ(activate(row.row, row.option).title, row.chosen) << "row " << i;
+    }
+    EXPECT_EQ(chosenAgentAction(session(false), {RowPart::harness, false}), std::nullopt);
+    EXPECT_EQ(chosenAgentAction(session(true), {RowPart::harness, true})->title, "Open in Claude");
+    EXPECT_EQ(chosenAgentAction(session(true), {RowPart::dismiss, false}), std::nullopt);
+}
+
+TEST(AgentRowLogic, HarnessIcons) {
+    struct Row {
+        std::string word;
+        std::vector<std::string> installed;
+        std::optional<std::string> bundle;
+    };
+    const std::vector<Row> rows = {
+        {"claude", {"com.anthropic.claudefordesktop"}, "com.anthropic.claudefordesktop"},
+        {"claude", {}, std::nullopt},
+        {"cursor", {"com.todesktop.230313mzl4w4u92"}, "com.todesktop.230313mzl4w4u92"},
+        {"chatgpt", {"com.openai.codex"}, "com.openai.codex"},
+        {"chatgpt", {"com.openai.codex", "com.openai.chat"}, "com.openai.chat"},
+        {"codex", {"com.openai.codex"}, std::nullopt},
+    };
+    for (const auto& row : rows) {
+        const auto installed = [&](const std::string& id) {
+            return std::find(row.installed.begin(), row.installed.end(), id) != row.installed.end();
+        };
+        EXPECT_EQ(firstAvailable(harnessIconCandidates(row.word).bundleIds, installed), row.bundle) << row.word;
+    }
+    EXPECT_FALSE(harnessIconCandidates("chatgpt").iconNames.empty());
+    EXPECT_TRUE(harnessIconCandidates("other").iconNames.empty());
+}
+
+TEST(AgentRowLogic, Pulse) {
+    struct Row {
+        std::optional<std::string> status;
+        bool inWindow, reduceMotion, pulses;
+    };
+    for (const auto& row : std::vector<Row>{{"working", true, false, true},
+                                            {"working", true, true, false},
+                                            {"working", false, false, false},
+                                            {"paused", true, false, false},
+                                            {std::nullopt, true, false, false}})
+        EXPECT_EQ(shouldPulse(session(true, row.status), row.inWindow, row.reduceMotion), row.pulses);
+
+    AgentRow other = session(true, "working");
+    other.id = "s2";
+    EXPECT_FALSE(pulseNeedsRestart(session(true, "working"), other));
+    EXPECT_TRUE(pulseNeedsRestart(session(true, "working"), session(true, "paused")));
+    EXPECT_TRUE(pulseNeedsRestart(session(true), session(true, "working")));
+    EXPECT_FALSE(pulseNeedsRestart(session(true, "idle"), session(true, "paused")));
+}
+
+TEST(AgentRowLogic, Geometry) {
+    const auto g = agentRowGeometry(300, 26, 60.0);
+    EXPECT_EQ(g.harnessHighlight, (Rect{4, 0, 276, 26}));
+    EXPECT_EQ(g.corvaneButton, (Rect{280, 0, 20, 26}));
+    EXPECT_EQ(g.corvaneHighlight, (Rect{282, 2, 16, 22}));
+    EXPECT_EQ(g.textY, 4.5);
+    EXPECT_EQ(g.status, (Rect{216, 4.5, 60, 17}));
+    EXPECT_EQ(g.title, (Rect{38, 4.5, 170, 17}));  // edge 276 − 68 = 208
+
+    EXPECT_EQ(agentRowGeometry(300, 26, std::nullopt).title.width, 238);
+    EXPECT_EQ(agentRowGeometry(80, 26, 40.0).title.width, 0);  // never negative
+}
+
+}  // namespace
+}  // namespace corvane
