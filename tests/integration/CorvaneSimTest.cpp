@@ -1,6 +1,8 @@
 // The CLI stand-in plays `corvane` for the app's end-to-end tests and demo, so its answers must
 // keep the wire format the app reads, and its faults must misbehave exactly as advertised.
 
+#include "MenuDecode.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -186,54 +188,73 @@ protected:
     std::vector<pid_t> started;
 };
 
-void collectRows(const Json& rows, std::set<std::string>& types, std::set<std::string>& verbs, std::vector<Json>& all) {
-    for (const auto& row : rows) {
-        all.push_back(row);
-        types.insert(row.value("type", ""));
-        for (const char* verb : {"run", "background", "terminal", "url", "copy", "file", "diagnostics", "badge", "dismiss"})
-            if (row.contains(verb)) verbs.insert(verb);
-        if (row.contains("items")) collectRows(row["items"], types, verbs, all);
+// What the decoded demo shows, collected over all rows and submenus.
+struct DemoCoverage {
+    std::set<std::string> kinds, verbs, harnesses;
+    bool pausedBadge = false, dismiss = false;
+};
+
+void collectDecoded(const std::vector<corvane::MenuItem>& rows, DemoCoverage& seen) {
+    using namespace corvane;
+    for (const auto& item : rows) {
+        seen.kinds.insert(std::string(rowKindName(item)));
+        if (const auto* action = item.as<row::Action>()) {
+            seen.verbs.insert(std::string(verbName(action->action.verb)));
+            seen.pausedBadge = seen.pausedBadge || action->action.badge == "paused";
+        }
+        if (const auto* status = item.as<row::Status>()) seen.dismiss = seen.dismiss || status->dismiss.has_value();
+        if (const auto* agent = item.as<row::Agent>()) {
+            const AgentRow& session = agent->agent;
+            seen.harnesses.insert(session.icon);
+            seen.verbs.insert(std::string(verbName(session.corvane.verb)));
+            EXPECT_TRUE(session.harness.has_value()) << session.id;
+            EXPECT_EQ(session.corvane.reportClick, (Arguments{"report-agent-click", session.id, session.icon}));
+            // The decoder appends the age of a last-activity time it could read.
+            EXPECT_NE(session.corvane.title.find(" · "), std::string::npos) << session.corvane.title;
+        }
+        if (const auto* submenu = item.as<row::Submenu>()) collectDecoded(submenu->items, seen);
     }
 }
 
-TEST_F(CorvaneSim, DemoAnswerCarriesEveryRowAndVerbTheAppReads) {
-    const Json answer = menu();
-    ASSERT_TRUE(answer.is_object());
-    EXPECT_EQ(answer["contract"], 1);
-    for (const char* key : {"appEnv", "cliVersion", "icon", "refreshSeconds", "watchPaths", "items", "more",
-                            "snapshotFiles", "snapshotIdentity", "cliUpdate"})
-        EXPECT_TRUE(answer.contains(key)) << key;
-
-    std::set<std::string> types, verbs;
-    std::vector<Json> rows;
-    collectRows(answer["items"], types, verbs, rows);
-    collectRows(answer["more"], types, verbs, rows);
-    EXPECT_EQ(types, (std::set<std::string>{"header", "section", "status", "connection", "submenu", "action", "separator"}));
-    EXPECT_EQ(verbs.size(), 9u);
-
-    std::set<std::string> harnesses;
+// The app's own decoder is the judge: a row the stand-in spells wrong would silently disappear.
+TEST_F(CorvaneSim, DemoAnswerKeepsEveryRowThroughTheAppDecoder) {
+    using namespace corvane;
+    const struct {
+        const char* offer;
+        bool hasUpdateRow;
+    } rows[] = {{"1.5.0", true}, {"none", false}};
     for (const auto& row : rows) {
-        if (!row.contains("agent")) continue;
-        harnesses.insert(row["agent"]["icon"].get<std::string>());
-        EXPECT_TRUE(isWireTime(row["agent"]["lastActivityAt"]));
-        ASSERT_EQ(row["reportClick"].size(), 3u);
-        EXPECT_EQ(row["reportClick"][0], "report-agent-click");
-        EXPECT_EQ(row["reportClick"][1], row["agent"]["id"]);
+        ASSERT_EQ(run({"sim", "offer", row.offer}).exitCode, 0);
+        const auto answer = run({"menu"});
+        const auto decoded = decodeMenuPayload(answer.out, std::chrono::time_point_cast<std::chrono::microseconds>(
+                                                               std::chrono::system_clock::now()));
+        const auto* payload = std::get_if<MenuPayload>(&decoded);
+        ASSERT_NE(payload, nullptr) << row.offer;
+        DemoCoverage seen;
+        collectDecoded(payload->items, seen);
+        collectDecoded(payload->more, seen);
+        std::set<std::string> expectedKinds{"header", "section", "status", "connection", "submenu", "action", "agent", "separator"};
+        if (row.hasUpdateRow) expectedKinds.insert("cliUpdate");
+        EXPECT_EQ(seen.kinds, expectedKinds) << row.offer;
+        EXPECT_EQ(seen.verbs, (std::set<std::string>{"background", "run", "terminal", "url", "file", "copy", "diagnostics"}));
+        EXPECT_EQ(seen.harnesses, (std::set<std::string>{"claude", "cursor", "chatgpt"}));
+        EXPECT_TRUE(seen.pausedBadge && seen.dismiss);
+        EXPECT_EQ(payload->cliUpToDateAt.has_value(), !row.hasUpdateRow);
+        EXPECT_TRUE(payload->snapshotIdentity && payload->refreshReport && payload->desktopDiagnostic);
+
+        // Every file the answer names lives in the private state folder.
+        ASSERT_TRUE(payload->snapshotFiles.has_value());
+        const auto& files = *payload->snapshotFiles;
+        for (const auto& path : {files.snapshot, files.refreshRequest, files.openRequest})
+            EXPECT_EQ(fs::path(path).parent_path(), home) << path;
+        ASSERT_EQ(payload->watchPaths.size(), 1u);
+        EXPECT_TRUE(fs::is_directory(payload->watchPaths[0]));
+        for (const auto& item : payload->items) {
+            if (const auto* update = item.as<row::CliUpdate>()) {
+                EXPECT_EQ(fs::path(update->update.logPath).parent_path(), home);
+            }
+        }
     }
-    EXPECT_EQ(harnesses, (std::set<std::string>{"claude", "cursor", "chatgpt"}));
-
-    // The update block must cover its fallback rows, which a reader splices out.
-    const Json& update = answer["cliUpdate"];
-    const int start = update["startIndex"], count = update["itemCount"];
-    EXPECT_GE(start, 0);
-    EXPECT_GE(count, 1);
-    EXPECT_LE(start + count, static_cast<int>(answer["items"].size()));
-    EXPECT_EQ(update["run"], Json::array({"update", "--background"}));
-    EXPECT_EQ(fs::path(update["logPath"].get<std::string>()).parent_path(), home);
-
-    EXPECT_TRUE(fs::is_directory(answer["watchPaths"][0].get<std::string>()));
-    for (const auto& [key, path] : answer["snapshotFiles"].items())
-        EXPECT_EQ(fs::path(path.get<std::string>()).parent_path(), home) << key;
 }
 
 TEST_F(CorvaneSim, MenuEchoesEnvAndLogsWhatItWasGiven) {
@@ -392,6 +413,8 @@ TEST_F(CorvaneSim, ActionTargetsExitAsTheDemoExpects) {
                 {{"notices", "dismiss", "x"}, 0}, {{"no-such-command"}, 2}, {{"menu", "--bogus"}, 2}};
     for (const auto& row : rows) EXPECT_EQ(run(row.args).exitCode, row.exitCode) << row.args[0];
     EXPECT_NE(run({"no-such-command"}).err.find("usage:"), std::string::npos);
+    // State-changing commands outdate the snapshot, as the real CLI does.
+    EXPECT_TRUE(fs::exists(home / "refresh-request"));
 }
 
 }  // namespace

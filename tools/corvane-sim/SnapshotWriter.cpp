@@ -4,13 +4,18 @@
 
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 
 namespace corvane::sim {
 
 bool writeSnapshot(const SimPaths& paths, const WriterOptions& options, const SnapshotStampSource& source,
                    std::string* error) {
-    const double readStartedAt = nowSeconds();
+    // Start reading on a whole millisecond: the stamp keeps milliseconds, and a request file
+    // touched earlier in the same millisecond must not look newer than the read that saw it.
+    const double arrival = nowSeconds();
+    const double readStartedAt = std::ceil(arrival * 1000) / 1000;
+    sleepUnlessStopped(readStartedAt - arrival);
     const SimState state = loadState(paths);
     auto answer = menuAnswer(paths, state, options.appEnv, readStartedAt, error);
     if (!answer) return false;

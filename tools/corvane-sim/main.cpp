@@ -37,8 +37,8 @@ Commands the app runs:
 Snapshot files:
   snapshot-writer [--env NAME] [--interval S] [--stale-after S]
                                     keep snapshot.json current until SIGTERM/SIGINT: every S
-                                    seconds (10), and at once when refresh-request or state.json
-                                    changes; open requests are logged to open-requests.jsonl
+                                    seconds (10), and at once when refresh-request, open-request
+                                    or state.json changes; open requests go to open-requests.jsonl
   snapshot-write-once [--env NAME] [--stale-after S] [--bump] [--pid N]
                                     write one snapshot (sequence 1 with a new boot id, or with
                                     --bump the existing boot id and its sequence + 1) and exit
@@ -74,6 +74,13 @@ int usageError(const std::string& message) {
 void printAll(const std::string& text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
+}
+
+// What the CLI does after changing its state: ask the snapshot writer for a fresh snapshot (which
+// also tells a reader that the current one is outdated) and wake anyone watching the watch path.
+void announceChange(const SimPaths& paths) {
+    touchFile(paths.refreshRequestFile());
+    touchFile(paths.watchFolder() + "/changed");
 }
 
 void marker(const std::string& code) {
@@ -272,7 +279,7 @@ int updateCommand(const SimPaths& paths, const std::vector<std::string>& args) {
         return 1;
     }
     appendLine(paths.updateLog(), isoTime(nowSeconds()) + " installed " + target);
-    touchFile(paths.watchFolder() + "/changed");
+    announceChange(paths);
     std::printf("Updated Corvane CLI to %s.\n", target.c_str());
     return 0;
 }
@@ -291,7 +298,7 @@ int simCommand(const SimPaths& paths, const std::vector<std::string>& args) {
         return usageError("sim: unknown control " + args[0]);
     }
     if (!saveState(paths, state)) return 1;
-    touchFile(paths.watchFolder() + "/changed");
+    announceChange(paths);
     return 0;
 }
 
@@ -351,6 +358,7 @@ int main(int argc, char** argv) {
         return appendLine(paths->clickLog(), line.dump()) ? 0 : 1;
     }
     if (is({"sessions", "sync"})) {
+        announceChange(*paths);
         std::printf("Synced 3 sessions.\n");
         return 0;
     }
@@ -375,10 +383,12 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (is({"agents", "resume"})) {
+        announceChange(*paths);
         std::printf("Resumed 1 agent.\n");
         return 0;
     }
     if (command == "notices" && args.size() == 2 && args[0] == "dismiss") {
+        announceChange(*paths);
         std::printf("Dismissed %s.\n", args[1].c_str());
         return 0;
     }
