@@ -1,0 +1,124 @@
+#include "AppMenuState.h"
+
+#include <gtest/gtest.h>
+
+#include "MenuTime.h"
+
+namespace corvane {
+namespace {
+
+const Instant launched = *parseMenuTime("2025-03-01T10:00:00Z");
+
+MenuPayload payloadWith(double refreshSeconds, std::optional<MenuIcon> icon) {
+    MenuPayload payload;
+    payload.appEnv = "production";
+    payload.cliVersion = "1.4.2";
+    payload.icon = icon;
+    payload.refreshSeconds = refreshSeconds;
+    payload.items = {row::Section{"Agents"}};
+    return payload;
+}
+
+TEST(AppMenuState, DecidesInAFixedOrder) {
+    const MenuPayload payload = payloadWith(30, MenuIcon::running);
+    auto inputs = [&](double secondsSinceLaunch) {
+        AppStateInputs in;
+        in.launchedAt = launched;
+        in.now = plusSeconds(launched, secondsSinceLaunch);
+        return in;
+    };
+    struct Row {
+        const char* name;
+        AppStateInputs in;
+        AppMenuState expected;
+    };
+    auto with = [&](double since, auto change) {
+        AppStateInputs in = inputs(since);
+        change(in);
+        return in;
+    };
+    const Instant answeredAt = plusSeconds(launched, 100);
+    const Row rows[] = {
+        {"mismatch beats a missing CLI", with(0, [](auto& in) { in.cliLocated = false; in.contractMismatch = 2; }),
+         appstate::ContractMismatch{2}},
+        {"mismatch beats a fresh payload",
+         with(100, [&](auto& in) { in.cliLocated = true; in.contractMismatch = 7; in.lastPayload = payload; in.lastSuccessAt = answeredAt; }),
+         appstate::ContractMismatch{7}},
+        {"search running", with(500, [](auto& in) { in.consecutivePollFailures = 9; }), appstate::Checking{}},
+        {"no CLI", with(0, [&](auto& in) { in.cliLocated = false; in.lastPayload = payload; in.lastSuccessAt = answeredAt; }),
+         appstate::CliNotFound{}},
+        {"fresh at exactly two intervals",
+         with(160, [&](auto& in) { in.cliLocated = true; in.lastPayload = payload; in.lastSuccessAt = answeredAt; }),
+         appstate::Payload{payload}},
+        {"stale just after two intervals",
+         with(160.001, [&](auto& in) { in.cliLocated = true; in.lastPayload = payload; in.lastSuccessAt = answeredAt; }),
+         appstate::StalePayload{payload, answeredAt}},
+        {"payload without its time counts as none",
+         with(5, [&](auto& in) { in.cliLocated = true; in.lastPayload = payload; in.consecutivePollFailures = 2; in.lastFailureDetail = "boom"; }),
+         appstate::Unresponsive{"boom"}},
+        {"first failure within two minutes", with(120, [](auto& in) { in.cliLocated = true; in.consecutivePollFailures = 1; }),
+         appstate::Checking{}},
+        {"first failure after two minutes", with(120.5, [](auto& in) { in.cliLocated = true; in.consecutivePollFailures = 1; }),
+         appstate::Unresponsive{}},
+        {"second failure early", with(5, [](auto& in) { in.cliLocated = true; in.consecutivePollFailures = 2; in.lastFailureDetail = ""; }),
+         appstate::Unresponsive{""}},
+        {"clock before launch", with(-30, [](auto& in) { in.cliLocated = true; }), appstate::Checking{}},
+    };
+    for (const auto& row : rows) EXPECT_EQ(appMenuState(row.in), row.expected) << row.name;
+}
+
+TEST(AppMenuState, ShowsAnIconOnlyForAFreshPayload) {
+    const std::pair<AppMenuState, IconState> rows[] = {
+        {appstate::Payload{payloadWith(60, MenuIcon::running)}, IconState::running},
+        {appstate::Payload{payloadWith(60, MenuIcon::attention)}, IconState::attention},
+        {appstate::Payload{payloadWith(60, MenuIcon::paused)}, IconState::paused},
+        {appstate::Payload{payloadWith(60, std::nullopt)}, IconState::unknown},
+        {appstate::StalePayload{payloadWith(60, MenuIcon::attention), launched}, IconState::unknown},
+        {appstate::Unresponsive{}, IconState::unknown},
+        {appstate::ContractMismatch{2}, IconState::unknown},
+        {appstate::Checking{}, IconState::unknown},
+        {appstate::CliNotFound{}, IconState::unknown},
+    };
+    for (const auto& [state, icon] : rows) EXPECT_EQ(iconState(state), icon) << stateName(state);
+}
+
+TEST(AppMenuState, BakesItsOwnRows) {
+    const MenuAction diagnostics{"Copy Diagnostics", verb::Diagnostics{}, {}, {}, true};
+    const std::string notResponding = "The Corvane CLI isn't responding";
+    const Instant now = plusSeconds(launched, 185);
+    struct Row {
+        AppMenuState state;
+        std::optional<std::vector<MenuItem>> expected;
+    };
+    const Row rows[] = {
+        {appstate::Payload{payloadWith(60, MenuIcon::running)}, std::nullopt},
+        {appstate::CliNotFound{},
+         std::vector<MenuItem>{row::Status{StatusMark::problem, "The Corvane CLI isn't installed",
+                                           "Install the CLI to connect this app.", {},
+                                           MenuAction{"Copy Install Command",
+                                                      verb::Copy{"npm install -g @usecorvane/cli && corvane init"}, {}, {}, true}}}},
+        {appstate::Checking{},
+         std::vector<MenuItem>{row::Status{StatusMark::muted, "Connecting to the Corvane CLI\xE2\x80\xA6", {}, {}, {}}}},
+        {appstate::ContractMismatch{2},
+         std::vector<MenuItem>{row::Status{StatusMark::problem, "This app is too old for the installed Corvane CLI",
+                                           "The CLI now speaks menu format 2; this app speaks 1. Update the app.", {},
+                                           diagnostics}}},
+        {appstate::Unresponsive{"corvane menu didn't answer within 90 seconds"},
+         std::vector<MenuItem>{
+             row::Status{StatusMark::problem, notResponding, "It hasn't answered since this app started.", {}, diagnostics},
+             row::Status{StatusMark::muted, "corvane menu didn't answer within 90 seconds", {}, {}, {}}}},
+        {appstate::Unresponsive{""},
+         std::vector<MenuItem>{
+             row::Status{StatusMark::problem, notResponding, "It hasn't answered since this app started.", {}, diagnostics}}},
+        {appstate::Unresponsive{},
+         std::vector<MenuItem>{
+             row::Status{StatusMark::problem, notResponding, "It hasn't answered since this app started.", {}, diagnostics}}},
+        {appstate::StalePayload{payloadWith(60, MenuIcon::running), launched},
+         std::vector<MenuItem>{row::Status{StatusMark::problem, notResponding,
+                                           "No answer for 3 minutes. This menu can't show current status.", {}, diagnostics}}},
+    };
+    for (const auto& row : rows) EXPECT_EQ(bakedMenuItems(row.state, now), row.expected) << stateName(row.state);
+}
+
+}  // namespace
+}  // namespace corvane
