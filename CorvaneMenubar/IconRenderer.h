@@ -1,0 +1,39 @@
+#pragma once
+
+// The status icon: a two-piece bolt, 18 × 18 points, drawn from vector data. An overlay marks the
+// attention state (an orange dot) and the paused state (a pause badge); the unknown state is the
+// outline alone; non-production variants carry a letter badge at the bottom left.
+
+#include <optional>
+#include <string>
+
+#include "VectorImage.h"
+
+#if __has_include("AppMenuState.h")
+#include "AppMenuState.h"
+#else
+namespace corvane {
+enum class IconState { running, attention, paused, unknown };
+}
+#endif
+
+namespace corvane::IconRenderer {
+
+// A new image for `state`. Every state but `attention` is a template image drawn in opaque black
+// (the system tints it); `attention` keeps its colours, so only it depends on `darkAppearance`.
+// `badgeLetter` is absent for the production variant.
+VectorImage image(IconState state, const std::optional<std::string>& badgeLetter, bool darkAppearance);
+
+// The bolt: two closed six-point polygons designed on a 200 × 200 grid, mapped into the image with
+// a 1-point margin (x × 0.08 + 1, y × 0.08 + 1). Built once.
+const shape::Polygons& boltPolygons();
+
+}  // namespace corvane::IconRenderer
+
+namespace corvane {
+
+// The image as an SVG document, for the headless shell and tests. Each punch-out becomes a mask
+// over everything drawn before it; the template flag is kept in a data-template attribute.
+std::string toSvg(const VectorImage& image);
+
+}  // namespace corvane

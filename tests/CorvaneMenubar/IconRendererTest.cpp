@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "IconRenderer.h"
+
+namespace corvane {
+namespace {
+
+const std::vector<IconState> allStates = {IconState::running, IconState::attention, IconState::paused,
+                                          IconState::unknown};
+
+std::vector<op::PunchOut> punchOuts(const VectorImage& image) {
+    std::vector<op::PunchOut> out;
+    for (const auto& o : image.ops)
+        if (const auto* p = std::get_if<op::PunchOut>(&o)) out.push_back(*p);
+    return out;
+}
+
+op::PunchOut roundedHole(Rect rect, double radius) { return {shape::RoundedRect{rect, radius}}; }
+
+TEST(IconRenderer, BoltSecondPieceIsTheFirstTurnedHalfATurn) {
+    const auto& bolt = IconRenderer::boltPolygons().polygons;
+    ASSERT_EQ(bolt.size(), 2u);
+    ASSERT_EQ(bolt[0].size(), 6u);
+    ASSERT_EQ(bolt[1].size(), 6u);
+    EXPECT_NEAR(bolt[0][0].x, 120.403 * 0.08 + 1, 1e-9);
+    EXPECT_NEAR(bolt[0][0].y, 2.22, 1e-9);
+    for (std::size_t i = 0; i < 6; ++i) {  // about the image's centre (9, 9)
+        EXPECT_NEAR(bolt[1][i].x, 18 - bolt[0][i].x, 1e-4) << i;
+        EXPECT_NEAR(bolt[1][i].y, 18 - bolt[0][i].y, 1e-4) << i;
+    }
+}
+
+TEST(IconRenderer, OnlyAttentionIsColouredAndDependsOnTheMenuBar) {
+    for (auto state : allStates) {
+        const auto dark = IconRenderer::image(state, std::nullopt, true);
+        const auto light = IconRenderer::image(state, std::nullopt, false);
+        const bool attention = state == IconState::attention;
+        EXPECT_EQ(dark.isTemplate, !attention);
+        EXPECT_EQ(dark == light, !attention);
+        EXPECT_EQ(dark.width, 18);
+        EXPECT_EQ(dark.height, 18);
+    }
+    const auto dark = IconRenderer::image(IconState::attention, std::nullopt, true);
+    const auto light = IconRenderer::image(IconState::attention, std::nullopt, false);
+    EXPECT_EQ(std::get<op::Fill>(dark.ops[0]).colour, Colour::grey(0.95));
+    EXPECT_EQ(std::get<op::Fill>(light.ops[0]).colour, Colour::grey(0.1));
+    const auto dot = op::Fill{shape::Oval{{11.6, 1.6, 5.8, 5.8}}, Colour::systemOrange()};
+    EXPECT_EQ(std::get<op::Fill>(dark.ops.back()), dot);
+    EXPECT_EQ(std::get<op::Fill>(light.ops.back()), dot);
+}
+
+TEST(IconRenderer, OverlaysPunchOutTheirShapes) {
+    struct Row {
+        IconState state;
+        std::vector<op::PunchOut> holes;
+    };
+    const std::vector<Row> rows = {
+        {IconState::running, {}},
+        {IconState::unknown, {}},
+        {IconState::attention, {op::PunchOut{shape::Oval{{10.4, 0.4, 8.2, 8.2}}}}},
+        {IconState::paused,
+         {roundedHole({9.4, 9.4, 9.0, 9.0}, 2.6), roundedHole({12.3, 11.9, 1.1, 4.0}, 0),
+          roundedHole({14.4, 11.9, 1.1, 4.0}, 0)}},
+    };
+    for (const auto& row : rows) EXPECT_EQ(punchOuts(IconRenderer::image(row.state, std::nullopt, false)), row.holes);
+
+    const auto paused = IconRenderer::image(IconState::paused, std::nullopt, false);
+    EXPECT_EQ(std::get<op::Fill>(paused.ops[2]), (op::Fill{shape::RoundedRect{{10.4, 10.4, 7.0, 7.0}, 1.8},
+                                                           Colour::black()}));
+
+    const auto unknown = IconRenderer::image(IconState::unknown, std::nullopt, false);
+    ASSERT_EQ(unknown.ops.size(), 1u);
+    const auto& outline = std::get<op::Stroke>(unknown.ops[0]);
+    EXPECT_EQ(outline.lineWidth, 1.4);
+    EXPECT_TRUE(outline.roundJoins);
+}
+
+TEST(IconRenderer, VariantBadgeComesLastInEveryState) {
+    for (auto state : allStates) {
+        const auto plain = IconRenderer::image(state, std::nullopt, true);
+        const auto badged = IconRenderer::image(state, "D", true);
+        ASSERT_EQ(badged.ops.size(), plain.ops.size() + 3);
+        EXPECT_TRUE(std::equal(plain.ops.begin(), plain.ops.end(), badged.ops.begin()));
+        const auto fg = state == IconState::attention ? Colour::grey(0.95) : Colour::black();
+        const auto tail = std::vector<VectorOp>(badged.ops.end() - 3, badged.ops.end());
+        EXPECT_EQ(tail, (std::vector<VectorOp>{roundedHole({-0.8, 9.4, 9.4, 9.4}, 2.6),
+                                               op::Fill{shape::RoundedRect{{0.0, 10.2, 7.8, 7.8}, 2.0}, fg},
+                                               op::PunchOutText{"D", 6.0, true, {3.9, 14.1}}}));
+        EXPECT_EQ(badged.isTemplate, plain.isTemplate);
+    }
+}
+
+TEST(IconRenderer, SvgMasksEachPunchOut) {
+    const auto count = [](const std::string& text, const std::string& what) {
+        std::size_t n = 0;
+        for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+        return n;
+    };
+    struct Row {
+        IconState state;
+        std::optional<std::string> letter;
+        std::size_t masks;
+        std::string template_;
+    };
+    for (const auto& row : std::vector<Row>{{IconState::running, std::nullopt, 0, "true"},
+                                            {IconState::paused, "B", 5, "true"},
+                                            {IconState::attention, std::nullopt, 1, "false"}}) {
+        const auto svg = toSvg(IconRenderer::image(row.state, row.letter, false));
+        EXPECT_EQ(count(svg, "<mask "), row.masks);
+        EXPECT_EQ(count(svg, "mask=\"url(#"), row.masks);
+        EXPECT_NE(svg.find("data-template=\"" + row.template_ + "\""), std::string::npos);
+        EXPECT_EQ(svg.rfind("<svg ", 0), 0u);
+    }
+    const auto attention = toSvg(IconRenderer::image(IconState::attention, std::nullopt, true));
+    EXPECT_NE(attention.find("#FF9500"), std::string::npos);
+    EXPECT_NE(attention.find("#F2F2F2"), std::string::npos);  // 0.95 white
+    EXPECT_NE(toSvg(IconRenderer::image(IconState::running, "&", false)).find(">&amp;</text>"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace corvane
