@@ -9,13 +9,7 @@
 
 #include "VectorImage.h"
 
-#if __has_include("AppMenuState.h")
 #include "AppMenuState.h"
-#else
-namespace corvane {
-enum class IconState { running, attention, paused, unknown };
-}
-#endif
 
 namespace corvane::IconRenderer {
 
