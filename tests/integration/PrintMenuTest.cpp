@@ -1,0 +1,173 @@
+// `corvane-menubar --print-menu` run as a person or a script would: on the bundled sample, on
+// garbage and on hostile answers, reading files and standard input.
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+const std::string sample = std::string(CORVANE_TEST_DATA_DIR) + "/sample-menu.json";
+
+struct Result {
+    int exitCode = -1;  // -1: ended by a signal
+    std::string out;
+    std::string err;
+};
+
+std::string readFile(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+class PrintMenu : public ::testing::Test {
+protected:
+    fs::path dir;
+
+    void SetUp() override {
+        char pattern[] = "/tmp/print-menu-test-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        dir = pattern;
+    }
+    void TearDown() override { fs::remove_all(dir); }
+
+    fs::path write(const std::string& name, const std::string& bytes) {
+        fs::path path = dir / name;
+        std::ofstream(path, std::ios::binary) << bytes;
+        return path;
+    }
+
+    // Runs the app with `args`, `stdinBytes` on its standard input.
+    Result run(std::vector<std::string> args, const std::string& stdinBytes = "") {
+        const fs::path in = write("stdin", stdinBytes), out = dir / "stdout", err = dir / "stderr";
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        args.insert(args.begin(), CORVANE_MENUBAR_EXE);
+        std::vector<char*> argv;
+        for (auto& arg : args) argv.push_back(arg.data());
+        argv.push_back(nullptr);
+        pid_t pid = -1;
+        Result result;
+        const int spawned = posix_spawn(&pid, CORVANE_MENUBAR_EXE, &actions, nullptr, argv.data(), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        if (spawned != 0) return result;
+        int status = 0;
+        waitpid(pid, &status, 0);
+        if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
+        result.out = readFile(out);
+        result.err = readFile(err);
+        return result;
+    }
+};
+
+TEST_F(PrintMenu, ShowsTheSampleAsText) {
+    Result result = run({"--print-menu", "--payload", sample, "--now", "2025-03-01T10:05:00Z"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    for (const char* line : {"state: payload\n", "icon:  attention\n",
+                             "cliUpdate  [available] 1.4.2 → 1.5.0",
+                             "agent      [claude · working] Fix flaky checkout tests · 1m ago — Working",
+                             "connection [ok] GitHub: connected, checked 4m ago\n",
+                             "  submenu    Recent sessions ▸\n",
+                             "\nmore:\naction     Settings…"})
+        EXPECT_NE(result.out.find(line), std::string::npos) << line << "\n" << result.out;
+    // The fallback rows of the update block are replaced, and the plain row that the next action
+    // presents appears once.
+    EXPECT_EQ(result.out.find("Update available: Corvane CLI"), std::string::npos);
+    const auto first = result.out.find("Sync with GitHub failed");
+    EXPECT_EQ(result.out.find("Sync with GitHub failed", first + 1), std::string::npos);
+}
+
+TEST_F(PrintMenu, PrintsOneJsonObject) {
+    std::string answer = readFile(sample);
+    Result result = run({"--print-menu", "--payload", "-", "--json", "--now", "2025-03-01T10:05:00Z"}, answer);
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    Json frame = Json::parse(result.out);
+    EXPECT_EQ(frame["state"], "payload");
+    EXPECT_EQ(frame["icon"], "attention");
+    EXPECT_EQ(frame["items"][2]["type"], "cliUpdate");
+    EXPECT_EQ(frame["items"][4]["agent"]["harness"]["verb"]["appPid"], 48213);
+    EXPECT_EQ(frame["more"].size(), 3u);
+
+    // Another contract version shows the app's own rows and no icon.
+    Json newer = Json::parse(answer);
+    newer["contract"] = 2;
+    result = run({"--print-menu", "--payload", write("newer.json", newer.dump()).string(), "--json"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    frame = Json::parse(result.out);
+    EXPECT_EQ(frame["state"], "contractMismatch");
+    EXPECT_EQ(frame["icon"], "unknown");
+    EXPECT_EQ(frame["items"][0]["subtitle"], "The CLI now speaks menu format 2; this app speaks 1. Update the app.");
+    EXPECT_EQ(frame["more"], Json::array());
+}
+
+TEST_F(PrintMenu, RefusesWhatItCannotRead) {
+    Json damaged = Json::parse(readFile(sample));
+    damaged["items"][3]["title"] = 42;
+    std::string deep;
+    for (int i = 0; i < 100'000; ++i) deep += R"({"type":"submenu","title":"S","items":[)";
+    for (int i = 0; i < 100'000; ++i) deep += "]}";
+    Json deepAnswer = Json::parse(readFile(sample));
+    std::string deepText = deepAnswer.dump();
+    deepText.replace(deepText.find("\"items\":[") + 9, 0, deep + ",");
+    struct Row {
+        const char* name;
+        std::string bytes;
+        int exitCode;
+        const char* stderrHas;
+    };
+    const Row rows[] = {
+        {"wrong type", damaged.dump(), 1, "items[3].title: expected a string"},
+        {"empty", "", 1, "the answer is unreadable: not a JSON answer"},
+        {"binary", std::string("\x7f" "ELF\x02\x01\x00\x00\xff\xfe", 10), 1, "not a JSON answer"},
+        {"invalid UTF-8", "{\"contract\": 1, \"appEnv\": \"\xc0\xaf\"}", 1, "not a JSON answer"},
+        {"out of range", R"({"contract": 123456789012345678901234567890})", 1, "contract: expected an integer"},
+        {"deep submenus", deepText, 0, ""},
+    };
+    for (const auto& row : rows) {
+        Result result = run({"--print-menu", "--payload", write("answer.json", row.bytes).string()});
+        EXPECT_EQ(result.exitCode, row.exitCode) << row.name << ": " << result.err;
+        EXPECT_NE(result.err.find(row.stderrHas), std::string::npos) << row.name << ": " << result.err;
+    }
+}
+
+TEST_F(PrintMenu, ExplainsBadUsage) {
+    const std::pair<std::vector<std::string>, int> rows[] = {
+        {{}, 64},
+        {{"--print-menu"}, 64},
+        {{"--print-menu", "--payload"}, 64},
+        {{"--print-menu", "--payload", sample, "--now", "soon"}, 64},
+        {{"--print-menu", "--payload", sample, "--colour"}, 64},
+        {{"--frobnicate"}, 64},
+        {{"--print-menu", "--payload", (fs::path("/nonexistent") / "menu.json").string()}, 1},
+    };
+    for (const auto& [args, exitCode] : rows) {
+        Result result = run(args);
+        EXPECT_EQ(result.exitCode, exitCode) << testing::PrintToString(args);
+        EXPECT_EQ(result.out, "");
+        EXPECT_NE(result.err.find(exitCode == 64 ? "usage: corvane-menubar" : "cannot open"), std::string::npos)
+            << result.err;
+    }
+}
+
+}  // namespace
