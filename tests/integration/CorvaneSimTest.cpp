@@ -2,6 +2,7 @@
 // keep the wire format the app reads, and its faults must misbehave exactly as advertised.
 
 #include "MenuDecode.h"
+#include "MenuSnapshot.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -10,6 +11,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -139,6 +141,16 @@ Json lastJsonLine(const fs::path& path) {
     return objectOf(last);
 }
 
+corvane::Instant currentInstant() {
+    return std::chrono::time_point_cast<std::chrono::microseconds>(std::chrono::system_clock::now());
+}
+
+std::optional<corvane::Instant> modifiedInstant(const std::string& path) {
+    struct stat info {};
+    if (stat(path.c_str(), &info) != 0) return std::nullopt;
+    return corvane::Instant(std::chrono::microseconds(info.st_mtim.tv_sec * 1000000LL + info.st_mtim.tv_nsec / 1000));
+}
+
 // "2026-11-21T19:44:18.123Z"
 bool isWireTime(const Json& value) {
     if (!value.is_string()) return false;
@@ -226,8 +238,7 @@ TEST_F(CorvaneSim, DemoAnswerKeepsEveryRowThroughTheAppDecoder) {
     for (const auto& row : rows) {
         ASSERT_EQ(run({"sim", "offer", row.offer}).exitCode, 0);
         const auto answer = run({"menu"});
-        const auto decoded = decodeMenuPayload(answer.out, std::chrono::time_point_cast<std::chrono::microseconds>(
-                                                               std::chrono::system_clock::now()));
+        const auto decoded = decodeMenuPayload(answer.out, currentInstant());
         const auto* payload = std::get_if<MenuPayload>(&decoded);
         ASSERT_NE(payload, nullptr) << row.offer;
         DemoCoverage seen;
@@ -362,18 +373,32 @@ TEST_F(CorvaneSim, WriteOnceStampsASnapshotAndBumpsItsSequence) {
     }
 }
 
+// The app's snapshot reader is the judge of the stamp: a snapshot read before a refresh request
+// must be held back, the rewrite that follows the request must be drawn.
 TEST_F(CorvaneSim, WriterAnswersRefreshAndOpenRequestsAndStopsOnTerm) {
-    const Json files = menu()["snapshotFiles"];
-    const fs::path snapshotPath = files["snapshot"].get<std::string>();
+    using namespace corvane;
+    const auto decoded = decodeMenuPayload(run({"menu"}).out, currentInstant());
+    ASSERT_TRUE(std::holds_alternative<MenuPayload>(decoded));
+    const MenuPayload& announced = std::get<MenuPayload>(decoded);
+    ASSERT_TRUE(announced.snapshotFiles && announced.snapshotIdentity);
+    const SnapshotFiles files = *announced.snapshotFiles;
+
     Spawned writer = start({"snapshot-writer", "--interval", "600"});
-    auto stamp = [&] { return objectOf(readText(snapshotPath)).value("snapshot", Json::object()); };
+    auto stamp = [&] { return objectOf(readText(files.snapshot)).value("snapshot", Json::object()); };
     ASSERT_TRUE(waitFor([&] { return stamp().value("sequence", 0) == 1; }));
-    EXPECT_EQ(stamp()["pid"], writer.pid);
+    const std::string first = readText(files.snapshot);
 
-    std::ofstream(files["refreshRequest"].get<std::string>()) << "now";
+    std::ofstream(files.refreshRequest) << "now";
     EXPECT_TRUE(waitFor([&] { return stamp().value("sequence", 0) == 2; })) << "no rewrite after a refresh request";
+    const auto requestedAt = modifiedInstant(files.refreshRequest);
+    auto read = [&](const std::string& data) {
+        return readMenuSnapshot(data, announced.snapshotIdentity, requestedAt, currentInstant(),
+                                [&](std::int32_t pid) { return pid == writer.pid; });
+    };
+    EXPECT_EQ(read(first), SnapshotRead(SnapshotSkip::refreshPending));
+    EXPECT_TRUE(std::holds_alternative<MenuSnapshot>(read(readText(files.snapshot))));
 
-    std::ofstream(files["openRequest"].get<std::string>()) << "2026-11-21T19:44:18.123Z";
+    std::ofstream(files.openRequest) << "2026-11-21T19:44:18.123Z";
     EXPECT_TRUE(waitFor([&] { return lastJsonLine(home / "open-requests.jsonl").value("content", "") == "2026-11-21T19:44:18.123Z"; }));
 
     kill(writer.pid, SIGTERM);
