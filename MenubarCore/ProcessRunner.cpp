@@ -315,6 +315,8 @@ struct OutputPipe {
     }
 };
 
+std::string decodedOutput(std::string bytes);
+
 constexpr auto terminateGrace = 5s;
 constexpr auto killGrace = 5s;
 
@@ -451,8 +453,8 @@ ProcessRunner::Result ProcessRunner::run(const std::string& executable, const st
     err.readAvailable(256);
 
     Outcome outcome;
-    outcome.stdout = decodeUtf8Lossy(out.bytes);
-    outcome.stderr = decodeUtf8Lossy(err.bytes);
+    outcome.stdout = decodedOutput(std::move(out.bytes));
+    outcome.stderr = decodedOutput(std::move(err.bytes));
     outcome.timedOut = timedOut;
     outcome.exitCode = timedOut ? -1 : child.exitCode();
     return outcome;
@@ -486,6 +488,8 @@ ProcessRunner::Result BackgroundProcessRunner::run(const std::string& executable
     const int secondaryFd = secondary.get();
     const int errorFd = errorWrite.get();
     const char* path = executable.c_str();
+    const long openMax = ::sysconf(_SC_OPEN_MAX);
+    const int highestDescriptor = openMax > 0 && openMax < 65536 ? static_cast<int>(openMax) : 65536;
 
     pid_t pid;
     {
@@ -511,10 +515,11 @@ ProcessRunner::Result BackgroundProcessRunner::run(const std::string& executable
                 [[maybe_unused]] auto written = ::write(errorFd, &error, sizeof error);
                 ::_exit(127);
             }
-#if defined(__linux__) && defined(SYS_close_range)
             // Descriptors other code opened without close-on-exec do not reach the CLI.
-            ::syscall(SYS_close_range, 3u, ~0u, 4u /* CLOSE_RANGE_CLOEXEC */);
+#if defined(__linux__) && defined(SYS_close_range)
+            if (::syscall(SYS_close_range, 3u, ~0u, 4u /* CLOSE_RANGE_CLOEXEC */) != 0)
 #endif
+                for (int fd = 3; fd < highestDescriptor; ++fd) ::fcntl(fd, F_SETFD, FD_CLOEXEC);
             sigset_t none;
             sigemptyset(&none);
             ::sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -597,56 +602,91 @@ bool processIsRunning(pid_t pid) {
 
 // ---- UTF-8 ----------------------------------------------------------------------------------------
 
-std::string decodeUtf8Lossy(std::string_view bytes) {
-    static constexpr std::string_view replacement = "\xEF\xBF\xBD";
-    std::string text;
-    text.reserve(bytes.size());
-    const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
-    const std::size_t size = bytes.size();
-    std::size_t i = 0;
-    while (i < size) {
-        // Runs of ASCII are copied whole.
-        std::size_t start = i;
-        while (i < size && data[i] < 0x80) ++i;
-        if (i > start) text.append(bytes.substr(start, i - start));
-        if (i >= size) break;
+namespace {
 
-        const unsigned char lead = data[i];
-        std::size_t length = 0;
-        unsigned char low = 0x80;
-        unsigned char high = 0xBF;
-        if (lead >= 0xC2 && lead <= 0xDF) {
-            length = 2;
-        } else if (lead >= 0xE0 && lead <= 0xEF) {
-            length = 3;
-            if (lead == 0xE0) low = 0xA0;  // no overlong forms
-            if (lead == 0xED) high = 0x9F;  // no surrogates
-        } else if (lead >= 0xF0 && lead <= 0xF4) {
-            length = 4;
-            if (lead == 0xF0) low = 0x90;
-            if (lead == 0xF4) high = 0x8F;  // nothing above U+10FFFF
-        }
-        if (length == 0) {
-            text.append(replacement);
+struct Sequence {
+    bool valid;
+    std::size_t length;  // of the character, or of the maximal invalid part to replace
+};
+
+// The UTF-8 sequence at `i` (not ASCII): a whole valid character, or the longest prefix of one
+// that could still have become valid (at least one byte).
+Sequence sequenceAt(const unsigned char* data, std::size_t size, std::size_t i) {
+    const unsigned char lead = data[i];
+    std::size_t length = 0;
+    unsigned char low = 0x80;
+    unsigned char high = 0xBF;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        length = 3;
+        if (lead == 0xE0) low = 0xA0;   // no overlong forms
+        if (lead == 0xED) high = 0x9F;  // no surrogates
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        length = 4;
+        if (lead == 0xF0) low = 0x90;
+        if (lead == 0xF4) high = 0x8F;  // nothing above U+10FFFF
+    }
+    if (length == 0) return {false, 1};
+    std::size_t valid = 1;
+    while (valid < length && i + valid < size) {
+        const unsigned char next = data[i + valid];
+        if (next < (valid == 1 ? low : 0x80) || next > (valid == 1 ? high : 0xBF)) break;
+        ++valid;
+    }
+    return {valid == length, valid};
+}
+
+std::size_t firstInvalid(std::string_view bytes) {
+    const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+    std::size_t i = 0;
+    while (i < bytes.size()) {
+        if (data[i] < 0x80) {
             ++i;
             continue;
         }
-        // The longest valid prefix of the sequence; an incomplete one is replaced as a whole.
-        std::size_t valid = 1;
-        while (valid < length && i + valid < size) {
-            unsigned char next = data[i + valid];
-            unsigned char lo = valid == 1 ? low : 0x80;
-            unsigned char hi = valid == 1 ? high : 0xBF;
-            if (next < lo || next > hi) break;
-            ++valid;
+        Sequence sequence = sequenceAt(data, bytes.size(), i);
+        if (!sequence.valid) return i;
+        i += sequence.length;
+    }
+    return std::string_view::npos;
+}
+
+std::string decodedFrom(std::string_view bytes, std::size_t start) {
+    static constexpr std::string_view replacement = "\xEF\xBF\xBD";
+    const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+    std::string text;
+    text.reserve(bytes.size() + 16);
+    text.append(bytes.substr(0, start));
+    std::size_t i = start;
+    while (i < bytes.size()) {
+        if (data[i] < 0x80) {
+            text.push_back(static_cast<char>(data[i++]));
+            continue;
         }
-        if (valid == length)
-            text.append(bytes.substr(i, length));
+        Sequence sequence = sequenceAt(data, bytes.size(), i);
+        if (sequence.valid)
+            text.append(bytes.substr(i, sequence.length));
         else
             text.append(replacement);
-        i += valid;
+        i += sequence.length;
     }
     return text;
+}
+
+// Output that is already valid UTF-8 (the usual case) is kept as it is, without a copy.
+std::string decodedOutput(std::string bytes) {
+    std::size_t invalid = firstInvalid(bytes);
+    if (invalid == std::string_view::npos) return bytes;
+    return decodedFrom(bytes, invalid);
+}
+
+}  // namespace
+
+std::string decodeUtf8Lossy(std::string_view bytes) {
+    std::size_t invalid = firstInvalid(bytes);
+    if (invalid == std::string_view::npos) return std::string(bytes);
+    return decodedFrom(bytes, invalid);
 }
 
 }  // namespace corvane
