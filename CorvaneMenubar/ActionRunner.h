@@ -114,12 +114,13 @@ public:
     // its process to end, at most `stopWaitLimit` seconds.
     void stop();
 
-    struct Completion;  // signalled by the worker when the running action's process has ended
-
 private:
     struct Token {};
+    struct Completion;  // signalled by the worker when the running action's process has ended
 
 public:
+    // Only `create` can call this: results come back through `weak_from_this`, so a runner must
+    // be owned by a shared pointer.
     ActionRunner(Token, MainLoop& mainLoop, BackgroundWork& background, Effects& effects);
 
 private:
