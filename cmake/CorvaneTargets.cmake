@@ -3,8 +3,9 @@ function(corvane_target_defaults target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Werror)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # GCC 12 reports false positives inside libstdc++ for std::variant/optional moves at -O2.
-    target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
+    # GCC 12 reports false positives inside libstdc++ at -O2: maybe-uninitialized for
+    # std::variant/optional moves, and restrict for std::string assignment (GCC bug 105329).
+    target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized -Wno-restrict)
   endif()
 endfunction()
 
