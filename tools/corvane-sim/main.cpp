@@ -245,6 +245,8 @@ int writeOnceCommand(const SimPaths& paths, const std::vector<std::string>& args
         std::fprintf(stderr, "corvane-sim: %s\n", error.c_str());
         return 1;
     }
+    // Wake a reader that watches the watch path, so that it draws the new snapshot at once.
+    touchFile(paths.watchFolder() + "/changed");
     std::printf("%s\n", paths.snapshotFile().c_str());
     return 0;
 }
