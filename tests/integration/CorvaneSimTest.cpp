@@ -4,141 +4,18 @@
 #include "MenuDecode.h"
 #include "MenuSnapshot.h"
 
+#include "integration/ProcessHarness.h"
+
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
-#include <fcntl.h>
-#include <poll.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <functional>
 #include <set>
-#include <sstream>
-#include <string>
-#include <thread>
-#include <vector>
-
-extern char** environ;
 
 namespace {
 
-using Json = nlohmann::json;
-namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
+using namespace harness;
 
-struct ProcessResult {
-    int exitCode = -1;  // -1 when ended by a signal
-    std::string out;
-    std::string err;
-};
-
-struct Spawned {
-    pid_t pid = -1;
-    int outFd = -1;
-    int errFd = -1;
-};
-
-// Starts the stand-in with `extraEnv` added to (or replacing in) this process's environment.
 Spawned spawnSim(const std::vector<std::string>& args, const std::vector<std::string>& extraEnv) {
-    std::vector<std::string> env(extraEnv);
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string text(*entry);
-        const auto name = text.substr(0, text.find('=') + 1);
-        bool replaced = false;
-        for (const auto& extra : extraEnv) replaced = replaced || extra.rfind(name, 0) == 0;
-        if (!replaced) env.push_back(text);
-    }
-    std::vector<std::string> argvText{CORVANE_SIM_EXE};
-    argvText.insert(argvText.end(), args.begin(), args.end());
-    std::vector<char*> argv, envp;
-    for (auto& arg : argvText) argv.push_back(arg.data());
-    for (auto& entry : env) envp.push_back(entry.data());
-    argv.push_back(nullptr);
-    envp.push_back(nullptr);
-
-    int outPipe[2], errPipe[2];
-    if (pipe2(outPipe, O_CLOEXEC) != 0 || pipe2(errPipe, O_CLOEXEC) != 0) return {};
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, outPipe[1], 1);
-    posix_spawn_file_actions_adddup2(&actions, errPipe[1], 2);
-    Spawned child;
-    if (posix_spawn(&child.pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0) child.pid = -1;
-    posix_spawn_file_actions_destroy(&actions);
-    close(outPipe[1]);
-    close(errPipe[1]);
-    child.outFd = outPipe[0];
-    child.errFd = errPipe[0];
-    return child;
-}
-
-// Waits for the child to exit, reading its output; kills it after `limitSeconds` to catch hangs.
-ProcessResult finish(Spawned child, double limitSeconds = 20) {
-    ProcessResult result;
-    const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
-    pollfd fds[2] = {{child.outFd, POLLIN, 0}, {child.errFd, POLLIN, 0}};
-    std::string* sinks[2] = {&result.out, &result.err};
-    int open = 2;
-    while (open > 0 && Clock::now() < deadline) {
-        if (poll(fds, 2, 100) <= 0) continue;
-        for (int i = 0; i < 2; ++i) {
-            if (fds[i].fd < 0 || fds[i].revents == 0) continue;
-            char buffer[65536];
-            const ssize_t n = read(fds[i].fd, buffer, sizeof buffer);
-            if (n > 0) {
-                sinks[i]->append(buffer, static_cast<size_t>(n));
-            } else {
-                close(fds[i].fd);
-                fds[i].fd = -1;
-                --open;
-            }
-        }
-    }
-    if (open > 0) kill(child.pid, SIGKILL);
-    for (auto& fd : fds)
-        if (fd.fd >= 0) close(fd.fd);
-    int status = 0;
-    waitpid(child.pid, &status, 0);
-    if (open == 0 && WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
-    return result;
-}
-
-bool waitFor(const std::function<bool()>& condition, double limitSeconds = 5) {
-    const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
-    while (Clock::now() < deadline) {
-        if (condition()) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return condition();
-}
-
-std::string readText(const fs::path& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-// An object, or an empty object for anything else, so that a file caught mid-write reads as empty.
-Json objectOf(const std::string& text) {
-    Json value = Json::parse(text, nullptr, false);
-    return value.is_object() ? value : Json::object();
-}
-
-Json lastJsonLine(const fs::path& path) {
-    std::istringstream lines(readText(path));
-    std::string line, last;
-    while (std::getline(lines, line))
-        if (!line.empty()) last = line;
-    return objectOf(last);
+    return spawnProcess(CORVANE_SIM_EXE, args, extraEnv);
 }
 
 corvane::Instant currentInstant() {

@@ -1,0 +1,465 @@
+#pragma once
+
+// Child processes for the end-to-end tests and the benchmarks: the CLI simulator in a private
+// state folder, and the headless app driven through its standard input and output. Header-only
+// and free of GoogleTest so that the benchmarks can use it too.
+
+#include <nlohmann/json.hpp>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+extern char** environ;
+
+namespace harness {
+
+using Json = nlohmann::json;
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+struct ProcessResult {
+    int exitCode = -1;  // -1 when ended by a signal or killed after its time limit
+    std::string out;
+    std::string err;
+};
+
+struct Spawned {
+    pid_t pid = -1;
+    int inFd = -1;  // only when asked for
+    int outFd = -1;
+    int errFd = -1;  // -1 when stderr went to a file
+};
+
+// This process's environment with `overrides` applied in order: "NAME=value" adds or replaces, a
+// bare "NAME" removes the variable.
+inline std::vector<std::string> mergedEnvironment(const std::vector<std::string>& overrides) {
+    auto nameOf = [](const std::string& entry) { return entry.substr(0, entry.find('=')); };
+    std::vector<std::string> env;
+    for (size_t i = 0; i < overrides.size(); ++i) {
+        // A later override of the same name wins.
+        bool later = false;
+        for (size_t j = i + 1; j < overrides.size(); ++j) later = later || nameOf(overrides[j]) == nameOf(overrides[i]);
+        if (!later && overrides[i].find('=') != std::string::npos) env.push_back(overrides[i]);
+    }
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string text(*entry);
+        bool overridden = false;
+        for (const auto& override : overrides) overridden = overridden || nameOf(override) == nameOf(text);
+        if (!overridden) env.push_back(text);
+    }
+    return env;
+}
+
+// Starts `program` with pipes for stdout (and stdin when `withInput`); stderr goes to `errFile`
+// when given, else to a pipe.
+inline Spawned spawnProcess(const std::string& program, const std::vector<std::string>& args,
+                            const std::vector<std::string>& envOverrides, bool withInput = false,
+                            const std::string& errFile = {}) {
+    std::vector<std::string> env = mergedEnvironment(envOverrides);
+    std::vector<std::string> argvText{program};
+    argvText.insert(argvText.end(), args.begin(), args.end());
+    std::vector<char*> argv, envp;
+    for (auto& arg : argvText) argv.push_back(arg.data());
+    for (auto& entry : env) envp.push_back(entry.data());
+    argv.push_back(nullptr);
+    envp.push_back(nullptr);
+
+    int inPipe[2] = {-1, -1}, outPipe[2] = {-1, -1}, errPipe[2] = {-1, -1};
+    if (pipe2(outPipe, O_CLOEXEC) != 0) return {};
+    if (withInput && pipe2(inPipe, O_CLOEXEC) != 0) return {};
+    if (errFile.empty() && pipe2(errPipe, O_CLOEXEC) != 0) return {};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    if (withInput) posix_spawn_file_actions_adddup2(&actions, inPipe[0], 0);
+    posix_spawn_file_actions_adddup2(&actions, outPipe[1], 1);
+    if (errFile.empty()) {
+        posix_spawn_file_actions_adddup2(&actions, errPipe[1], 2);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, 2, errFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    }
+    Spawned child;
+    if (posix_spawn(&child.pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0) child.pid = -1;
+    posix_spawn_file_actions_destroy(&actions);
+    for (int fd : {inPipe[0], outPipe[1], errPipe[1]})
+        if (fd >= 0) close(fd);
+    child.inFd = inPipe[1];
+    child.outFd = outPipe[0];
+    child.errFd = errPipe[0];
+    return child;
+}
+
+// Waits for the child to exit, reading its output; kills it after `limitSeconds` to catch hangs.
+inline ProcessResult finish(Spawned child, double limitSeconds = 20) {
+    ProcessResult result;
+    if (child.inFd >= 0) close(child.inFd);
+    const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
+    pollfd fds[2] = {{child.outFd, POLLIN, 0}, {child.errFd, POLLIN, 0}};
+    std::string* sinks[2] = {&result.out, &result.err};
+    int open = (child.outFd >= 0) + (child.errFd >= 0);
+    while (open > 0 && Clock::now() < deadline) {
+        if (poll(fds, 2, 100) <= 0) continue;
+        for (int i = 0; i < 2; ++i) {
+            if (fds[i].fd < 0 || fds[i].revents == 0) continue;
+            char buffer[65536];
+            const ssize_t n = read(fds[i].fd, buffer, sizeof buffer);
+            if (n > 0) {
+                sinks[i]->append(buffer, static_cast<size_t>(n));
+            } else {
+                close(fds[i].fd);
+                fds[i].fd = -1;
+                --open;
+            }
+        }
+    }
+    if (open > 0) kill(child.pid, SIGKILL);
+    for (auto& fd : fds)
+        if (fd.fd >= 0) close(fd.fd);
+    int status = 0;
+    waitpid(child.pid, &status, 0);
+    if (open == 0 && WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
+    return result;
+}
+
+inline bool waitFor(const std::function<bool()>& condition, double limitSeconds = 5) {
+    const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
+    while (Clock::now() < deadline) {
+        if (condition()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return condition();
+}
+
+inline double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+inline std::string readText(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// An object, or an empty object for anything else, so that a file caught mid-write reads as empty.
+inline Json objectOf(const std::string& text) {
+    Json value = Json::parse(text, nullptr, false);
+    return value.is_object() ? value : Json::object();
+}
+
+// Every complete line of a JSON-lines file, as objects (a damaged line reads as an empty object).
+inline std::vector<Json> jsonLines(const fs::path& path) {
+    std::vector<Json> result;
+    std::istringstream lines(readText(path));
+    for (std::string line; std::getline(lines, line);)
+        if (!line.empty()) result.push_back(objectOf(line));
+    return result;
+}
+
+inline Json lastJsonLine(const fs::path& path) {
+    auto lines = jsonLines(path);
+    return lines.empty() ? Json::object() : lines.back();
+}
+
+// True while a process with this id exists and is not a zombie.
+inline bool processAlive(pid_t pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string text;
+    std::getline(stat, text);
+    const auto close = text.rfind(')');
+    return close != std::string::npos && close + 2 < text.size() && text[close + 2] != 'Z';
+}
+
+class TempFolder {
+public:
+    explicit TempFolder(const std::string& prefix) {
+        std::string pattern = (fs::temp_directory_path() / (prefix + "-XXXXXX")).string();
+        if (mkdtemp(pattern.data()) != nullptr) path_ = pattern;
+    }
+    ~TempFolder() {
+        std::error_code ignored;
+        if (!path_.empty()) fs::remove_all(path_, ignored);
+    }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+    const fs::path& path() const { return path_; }
+
+private:
+    fs::path path_;
+};
+
+// A private world for one app run: a home, XDG folders, the simulator's state folder and a
+// `corvane` link to the simulator that the app finds through CORVANE_CLI_PATH.
+class SimWorld {
+public:
+    explicit SimWorld(std::string simExe) : folder_("corvane-world"), simExe_(std::move(simExe)) {
+        root = folder_.path();
+        home = root / "home";
+        stateHome = root / "state";
+        configHome = root / "config";
+        simHome = root / "sim";
+        cliPath = root / "bin" / "corvane";
+        for (const auto& dir : {home, stateHome, configHome, simHome, cliPath.parent_path()}) fs::create_directories(dir);
+        fs::create_symlink(simExe_, cliPath);
+    }
+
+    // The environment the app runs in; the simulator it starts inherits it.
+    std::vector<std::string> appEnvironment() const {
+        std::vector<std::string> env{"HOME=" + home.string(),
+                                     "XDG_STATE_HOME=" + stateHome.string(),
+                                     "XDG_CONFIG_HOME=" + configHome.string(),
+                                     "CORVANE_CLI_PATH=" + cliPath.string(),
+                                     "CORVANE_SIM_HOME=" + simHome.string(),
+                                     "CORVANE_MENUBAR_ENV",
+                                     "CORVANE_SIM_FAULT",
+                                     "CORVANE_SIM_SCENARIO"};
+        env.insert(env.end(), extraEnvironment.begin(), extraEnvironment.end());
+        return env;
+    }
+
+    ProcessResult sim(const std::vector<std::string>& args, double limitSeconds = 20) const {
+        return finish(spawnProcess(simExe_, args, appEnvironment()), limitSeconds);
+    }
+
+    // Replaces the CLI on disk by a new wrapper script around the simulator (a new file, so a
+    // new path and modification time).
+    void replaceCli() const {
+        const fs::path wrapper = root / "bin" / ("corvane-wrapper-" + std::to_string(++replacements_));
+        std::ofstream(wrapper) << "#!/bin/sh\nexec '" << simExe_ << "' \"$@\"\n";
+        fs::permissions(wrapper, fs::perms::owner_all);
+        const fs::path fresh = cliPath.string() + ".new";
+        fs::create_symlink(wrapper, fresh);
+        fs::rename(fresh, cliPath);
+    }
+
+    std::vector<Json> invocations() const { return jsonLines(simHome / "invocations.jsonl"); }
+    // Simulator runs whose arguments begin with `prefix`.
+    int countRuns(const std::vector<std::string>& prefix) const {
+        int count = 0;
+        for (const auto& line : invocations()) {
+            const Json argv = line.value("argv", Json::array());
+            bool matches = argv.size() >= prefix.size();
+            for (size_t i = 0; matches && i < prefix.size(); ++i) matches = argv[i] == prefix[i];
+            count += matches;
+        }
+        return count;
+    }
+
+    fs::path logFolder() const { return stateHome / "corvane" / "logs" / "production"; }
+    std::vector<Json> refreshLines() const { return jsonLines(logFolder() / "menubar-refresh.jsonl"); }
+    std::vector<Json> transitionLines() const { return jsonLines(logFolder() / "menubar.jsonl"); }
+
+    fs::path root, home, stateHome, configHome, simHome, cliPath;
+    std::vector<std::string> extraEnvironment;  // more variables for the app and the simulator
+
+private:
+    TempFolder folder_;
+    std::string simExe_;
+    mutable int replacements_ = 0;
+};
+
+// ---- Frames -----------------------------------------------------------------------------------
+
+inline bool isFrame(const Json& line) { return line.contains("frame"); }
+inline bool isEvent(const Json& line, std::string_view name) { return line.value("event", "") == name; }
+
+// Everything a row says: its title, a custom row's text and its tool tip (which carries the
+// whole text of a row whose title is cut short).
+inline std::string rowText(const Json& row) {
+    std::string text = row.value("title", "");
+    for (const char* key : {"text", "toolTip"}) {
+        const std::string more = row.value(key, "");
+        if (!more.empty()) text += (text.empty() ? "" : "\n") + more;
+    }
+    return text;
+}
+
+// The path ("3", "24/1") of the first row whose title or text holds `needle` (or, when `exact`,
+// whose title is `needle`), depth first.
+inline std::optional<std::string> rowPath(const Json& items, std::string_view needle, bool exact = false) {
+    for (size_t i = 0; i < items.size(); ++i) {
+        const Json& row = items[i];
+        if (exact ? row.value("title", "") == needle : rowText(row).find(needle) != std::string::npos)
+            return std::to_string(i);
+        if (row.contains("submenu"))
+            if (auto inner = rowPath(row["submenu"], needle, exact)) return std::to_string(i) + "/" + *inner;
+    }
+    return std::nullopt;
+}
+
+inline const Json* rowAt(const Json& items, const std::string& path) {
+    const Json* current = &items;
+    const Json* row = nullptr;
+    std::istringstream pieces(path);
+    for (std::string piece; std::getline(pieces, piece, '/');) {
+        if (current == nullptr || !current->is_array()) return nullptr;
+        const size_t index = std::stoul(piece);
+        if (index >= current->size()) return nullptr;
+        row = &(*current)[index];
+        current = row->contains("submenu") ? &(*row)["submenu"] : nullptr;
+    }
+    return row;
+}
+
+inline bool hasRow(const Json& frame, std::string_view needle, bool exact = false) {
+    return rowPath(frame.value("items", Json::array()), needle, exact).has_value();
+}
+
+// ---- The headless app -------------------------------------------------------------------------
+
+// `corvane-menubar --headless` as a child: commands go to its stdin, its stdout lines are parsed
+// as JSON and kept in order. Waits consume lines, so a later wait never matches an earlier line.
+class HeadlessApp {
+public:
+    HeadlessApp() = default;
+    ~HeadlessApp() {
+        if (child_.pid > 0 && !exited_) {
+            kill(child_.pid, SIGKILL);
+            waitpid(child_.pid, nullptr, 0);
+        }
+        for (int fd : {child_.inFd, child_.outFd})
+            if (fd >= 0) close(fd);
+    }
+    HeadlessApp(const HeadlessApp&) = delete;
+    HeadlessApp& operator=(const HeadlessApp&) = delete;
+
+    bool start(const std::string& exe, const std::vector<std::string>& env, const fs::path& errFile,
+               std::vector<std::string> args = {"--headless"}) {
+        errFile_ = errFile;
+        // A command written after the app has gone must fail, not end the test process.
+        signal(SIGPIPE, SIG_IGN);
+        child_ = spawnProcess(exe, args, env, true, errFile.string());
+        if (child_.outFd >= 0) fcntl(child_.outFd, F_SETFL, O_NONBLOCK);
+        return child_.pid > 0;
+    }
+    pid_t pid() const { return child_.pid; }
+
+    void send(const std::string& command) {
+        const std::string line = command + "\n";
+        if (child_.inFd >= 0) [[maybe_unused]] auto written = write(child_.inFd, line.data(), line.size());
+    }
+    void closeInput() {
+        if (child_.inFd >= 0) close(child_.inFd);
+        child_.inFd = -1;
+    }
+
+    // The next line that satisfies `matches`, reading up to `limitSeconds`; lines before it are
+    // passed over.
+    std::optional<Json> waitLine(const std::function<bool(const Json&)>& matches, double limitSeconds = 10) {
+        const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
+        while (true) {
+            for (; cursor_ < lines_.size(); ++cursor_) {
+                if (matches(lines_[cursor_])) return lines_[cursor_++];
+            }
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+            if (left <= 0 || !readSome(static_cast<int>(left))) return std::nullopt;
+        }
+    }
+    std::optional<Json> waitFrame(const std::function<bool(const Json&)>& matches, double limitSeconds = 10) {
+        return waitLine([&](const Json& line) { return isFrame(line) && matches(line); }, limitSeconds);
+    }
+    std::optional<Json> waitFrameWith(std::string_view needle, double limitSeconds = 10) {
+        return waitFrame([&](const Json& frame) { return hasRow(frame, needle); }, limitSeconds);
+    }
+    std::optional<Json> waitEvent(std::string_view name, double limitSeconds = 10) {
+        return waitLine([&](const Json& line) { return isEvent(line, name); }, limitSeconds);
+    }
+
+    // The newest frame printed so far (after reading whatever is ready).
+    Json lastFrame() {
+        readSome(0);
+        for (auto it = lines_.rbegin(); it != lines_.rend(); ++it)
+            if (isFrame(*it)) return *it;
+        return Json::object();
+    }
+    // Waits until the newest frame satisfies `matches`, whatever was waited for before.
+    std::optional<Json> waitLatestFrame(const std::function<bool(const Json&)>& matches, double limitSeconds = 10) {
+        const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
+        while (true) {
+            const Json frame = lastFrame();
+            if (isFrame(frame) && matches(frame)) return frame;
+            if (Clock::now() > deadline) return std::nullopt;
+            readSome(50);
+        }
+    }
+    const std::vector<Json>& lines() const { return lines_; }
+
+    // Waits for the exit (reading the rest of the output); -1 when it did not exit in time (it is
+    // then killed) or ended by a signal.
+    int waitExit(double limitSeconds = 10) {
+        const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
+        int status = 0;
+        while (!exited_) {
+            readSome(20);
+            const pid_t done = waitpid(child_.pid, &status, WNOHANG);
+            if (done == child_.pid) {
+                exited_ = true;
+                exitStatus_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+                break;
+            }
+            if (Clock::now() > deadline) {
+                kill(child_.pid, SIGKILL);
+                waitpid(child_.pid, nullptr, 0);
+                exited_ = true;
+                exitStatus_ = -1;
+            }
+        }
+        while (readSome(0)) {
+        }
+        return exitStatus_;
+    }
+
+    std::string errors() const { return readText(errFile_); }
+
+private:
+    // Reads what is available within `timeoutMs`; false when nothing new came.
+    bool readSome(int timeoutMs) {
+        if (child_.outFd < 0) return false;
+        pollfd fd{child_.outFd, POLLIN, 0};
+        if (poll(&fd, 1, timeoutMs) <= 0) return false;
+        char buffer[65536];
+        const ssize_t n = read(child_.outFd, buffer, sizeof buffer);
+        if (n <= 0) {
+            if (n == 0) {
+                close(child_.outFd);
+                child_.outFd = -1;
+            }
+            return false;
+        }
+        pending_.append(buffer, static_cast<size_t>(n));
+        bool added = false;
+        for (auto end = pending_.find('\n'); end != std::string::npos; end = pending_.find('\n')) {
+            lines_.push_back(Json::parse(pending_.substr(0, end), nullptr, false));
+            if (lines_.back().is_discarded()) lines_.back() = Json{{"unparsed", pending_.substr(0, end)}};
+            pending_.erase(0, end + 1);
+            added = true;
+        }
+        return added || n > 0;
+    }
+
+    Spawned child_;
+    fs::path errFile_;
+    std::string pending_;
+    std::vector<Json> lines_;
+    size_t cursor_ = 0;
+    bool exited_ = false;
+    int exitStatus_ = -1;
+};
+
+}  // namespace harness
