@@ -133,12 +133,12 @@ TEST(BackgroundProcessRunnerTest, NoDescriptorsLeakIntoTheChild) {
     EXPECT_EQ(extra.count(std::to_string(leaky)), 0u);
 }
 
-// A poll and an action at once, as the app runs them.
+// A poll and an action at once, as the app runs them: outputs stay apart, nothing races.
 TEST(BackgroundProcessRunnerTest, RunsBesideForegroundRuns) {
     ScriptFolder folder("background-mixed");
     RunCancellation cancellation;
     std::string background = folder.script("background", "sleep 0.3; exit 2");
-    std::string foreground = folder.script("foreground", "echo hi");
+    std::string foreground = folder.script("foreground", R"(i=0; while [ $i -lt 200 ]; do echo "$1"; i=$((i+1)); done)");
     std::vector<std::thread> threads;
     std::vector<int> failures(3, 0);
     for (int t = 0; t < 3; ++t) {
@@ -149,9 +149,12 @@ TEST(BackgroundProcessRunnerTest, RunsBesideForegroundRuns) {
                     auto* outcome = std::get_if<Outcome>(&result);
                     if (outcome == nullptr || outcome->exitCode != 2) ++failures[t];
                 } else {
-                    auto result = ProcessRunner::run(foreground, {}, testSearchPath, 10);
+                    std::string word = "thread" + std::to_string(t);
+                    std::string expected;
+                    for (int i = 0; i < 200; ++i) expected += word + "\n";
+                    auto result = ProcessRunner::run(foreground, {word}, testSearchPath, 10);
                     auto* outcome = std::get_if<Outcome>(&result);
-                    if (outcome == nullptr || outcome->stdout != "hi\n") ++failures[t];
+                    if (outcome == nullptr || outcome->stdout != expected) ++failures[t];
                 }
             }
         });

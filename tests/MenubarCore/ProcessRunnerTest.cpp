@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <set>
-#include <thread>
 
 #include <fcntl.h>
 
@@ -144,27 +143,6 @@ TEST(ProcessRunnerTest, NoDescriptorsLeakIntoTheChild) {
     // `ls` holds the folder it lists open.
     EXPECT_LE(extra.size(), 1u) << outcomeOf(result).stdout;
     EXPECT_EQ(extra.count(std::to_string(leaky)), 0u) << outcomeOf(result).stdout;
-}
-
-TEST(ProcessRunnerTest, ConcurrentRunsKeepTheirOutputsApart) {
-    ScriptFolder folder("runner-threads");
-    std::string script = folder.script("echo", R"(i=0; while [ $i -lt 200 ]; do echo "$1"; i=$((i+1)); done)");
-    std::vector<std::thread> threads;
-    std::vector<int> mismatches(4, 0);
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] {
-            std::string word = "thread" + std::to_string(t);
-            std::string expected;
-            for (int i = 0; i < 200; ++i) expected += word + "\n";
-            for (int run = 0; run < 5; ++run) {
-                auto result = ProcessRunner::run(script, {word}, testSearchPath, 20);
-                auto* outcome = std::get_if<Outcome>(&result);
-                if (outcome == nullptr || outcome->stdout != expected || outcome->exitCode != 0) ++mismatches[t];
-            }
-        });
-    }
-    for (auto& thread : threads) thread.join();
-    EXPECT_EQ(mismatches, std::vector<int>(4, 0));
 }
 
 TEST(ProcessRunnerTest, Utf8DecodingReplacesMaximalInvalidParts) {
