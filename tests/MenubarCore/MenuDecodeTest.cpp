@@ -6,9 +6,14 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "MenuJson.h"
 #include "MenuTime.h"
 
 namespace corvane {
+
+// Failed comparisons print rows as JSON rather than as bytes.
+inline void PrintTo(const MenuItem& item, std::ostream* out) { *out << rowJson(item).dump(); }
+
 namespace {
 
 using Json = nlohmann::json;
