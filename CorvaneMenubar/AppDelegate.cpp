@@ -1,0 +1,686 @@
+#include "AppDelegate.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdlib>
+
+#include "MenuDecode.h"
+#include "MenuTime.h"
+#include "Uuid.h"
+
+namespace corvane {
+
+namespace {
+
+std::string decimal(double value) {
+    char buffer[64];
+    auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, value);
+    if (error != std::errc()) return "0";
+    return std::string(buffer, end);
+}
+
+std::optional<std::string> readWholeFile(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream) return std::nullopt;
+    std::string contents((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+    if (stream.bad()) return std::nullopt;
+    return contents;
+}
+
+bool isDirectory(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::string parentFolder(const std::string& path) {
+    auto slash = path.find_last_of('/');
+    if (slash == std::string::npos) return ".";
+    if (slash == 0) return "/";
+    return path.substr(0, slash);
+}
+
+// Writes `bytes` as the whole new content of `path`, readable by the user only.
+bool writePrivateFile(const std::string& path, std::string_view bytes) {
+    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0) return false;
+    ::fchmod(fd, 0600);
+    bool ok = true;
+    while (!bytes.empty()) {
+        auto written = ::write(fd, bytes.data(), bytes.size());
+        if (written < 0) {
+            if (errno == EINTR) continue;
+            ok = false;
+            break;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    ::close(fd);
+    return ok;
+}
+
+std::int64_t truncatedMilliseconds(double seconds) {
+    double ms = seconds * 1000.0;
+    if (!std::isfinite(ms)) return 0;
+    return static_cast<std::int64_t>(ms);
+}
+
+ClientDiagnostic pollDiagnostic(DiagnosticOutcome outcome, std::optional<std::string> domain,
+                                std::optional<std::string> code) {
+    ClientDiagnostic diagnostic;
+    diagnostic.operation = DiagnosticOperation::menuPoll;
+    diagnostic.outcome = outcome;
+    diagnostic.domain = std::move(domain);
+    diagnostic.code = std::move(code);
+    return diagnostic;
+}
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view space = " \t\r\n\v\f";
+    auto first = text.find_first_not_of(space);
+    if (first == std::string_view::npos) return {};
+    auto last = text.find_last_not_of(space);
+    return text.substr(first, last - first + 1);
+}
+
+VectorImage placeholderIcon(IconState state, const std::optional<std::string>&, bool) {
+    VectorImage image;
+    image.isTemplate = state != IconState::attention;
+    return image;
+}
+
+}  // namespace
+
+std::optional<std::string> cliFileStamp(const std::string& path) {
+    if (path.empty()) return std::nullopt;
+    char resolved[PATH_MAX];
+    if (!::realpath(path.c_str(), resolved)) return std::nullopt;
+    struct stat info {};
+    if (::stat(resolved, &info) != 0) return std::nullopt;
+    double seconds = static_cast<double>(info.st_mtim.tv_sec) + static_cast<double>(info.st_mtim.tv_nsec) / 1e9;
+    return std::string(resolved) + "@" + decimal(seconds);
+}
+
+bool isExecutableFile(const std::string& path) {
+    struct stat info {};
+    return !path.empty() && ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+           ::access(path.c_str(), X_OK) == 0;
+}
+
+std::optional<Instant> modifiedTime(const std::string& path) {
+    struct stat info {};
+    if (path.empty() || ::stat(path.c_str(), &info) != 0) return std::nullopt;
+    return Instant(std::chrono::seconds(info.st_mtim.tv_sec)) +
+           std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::nanoseconds(info.st_mtim.tv_nsec));
+}
+
+// ---- Construction ----------------------------------------------------------------------------
+
+std::shared_ptr<AppDelegate> AppDelegate::create(AppSeams seams, Variant variant, ClientLog& clientLog,
+                                                 std::shared_ptr<ActionRunner> actionRunner,
+                                                 AppOperations operations) {
+    if (!operations.locateCli) {
+        operations.locateCli = [appEnv = variant.appEnv] {
+            return CliLocator::locate(appEnv, CliLocator::realLocatorEnvironment());
+        };
+    }
+    if (!operations.runMenu) {
+        operations.runMenu = [](const CliLocator::Located& located, const MenuRun& run) {
+            return ProcessRunner::run(located.cliPath, run.arguments, located.searchPath, menuPollTimeoutSeconds,
+                                      {{std::string(menuRefreshIdEnvironmentKey), run.refreshId}});
+        };
+    }
+    if (!operations.isRunning) operations.isRunning = [](std::int32_t pid) { return processIsRunning(pid); };
+    if (!operations.iconImage) operations.iconImage = placeholderIcon;
+    if (!operations.systemLog) {
+        operations.systemLog = [](std::string_view line) {
+            std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
+        };
+    }
+    return std::shared_ptr<AppDelegate>(
+        new AppDelegate(seams, std::move(variant), clientLog, std::move(actionRunner), std::move(operations)));
+}
+
+AppDelegate::AppDelegate(AppSeams seams, Variant variant, ClientLog& clientLog,
+                         std::shared_ptr<ActionRunner> actionRunner, AppOperations operations)
+    : seams_(seams),
+      variant_(std::move(variant)),
+      launchedAt_(seams.loop.now()),
+      actionRunner_(std::move(actionRunner)),
+      clientLog_(clientLog),
+      operations_(std::move(operations)),
+      launchAtLogin_(seams.loginItem, operations_.systemLog),
+      pollId_(makeUuid()) {}
+
+AppDelegate::~AppDelegate() = default;
+
+template <class F>
+Job AppDelegate::weakly(F function) {
+    return [weak = weak_from_this(), function = std::move(function)] {
+        if (auto self = weak.lock()) function(*self);
+    };
+}
+
+std::string AppDelegate::updatePresentationKey() const {
+    return std::string(updatePresentationKeyPrefix) + variant_.appEnv;
+}
+
+// ---- Lifecycle -------------------------------------------------------------------------------
+
+void AppDelegate::applicationDidFinishLaunching() {
+    launchAtLogin_.offerOnFirstLaunch(seams_.defaults, operations_.bundlePath);
+
+    if (auto stored = seams_.defaults.data(updatePresentationKey())) {
+        if (auto decoded = decodeCliUpdatePresentation(*stored)) {
+            updatePresentation_ = *decoded;
+        } else {
+            recordUpdatePersistenceFailure("UPDATE_STATE_UNREADABLE");
+        }
+    }
+
+    seams_.statusItem.setToolTip(variant_.displayName());
+    MenuBuilderHooks hooks;
+    auto weak = weak_from_this();
+    hooks.performAction = [weak](const MenuAction& action) {
+        if (auto self = weak.lock()) self->perform(action);
+    };
+    hooks.launchAtLoginEnabled = [weak] {
+        auto self = weak.lock();
+        return self && self->launchAtLogin_.isEnabled();
+    };
+    hooks.toggleLoginItem = [weak] {
+        if (auto self = weak.lock()) {
+            self->launchAtLogin_.toggle();
+            self->render();
+        }
+    };
+    hooks.showAbout = [weak] {
+        if (auto self = weak.lock(); self && self->operations_.showAbout) self->operations_.showAbout();
+    };
+    hooks.quit = [weak] {
+        if (auto self = weak.lock(); self && self->operations_.quit) self->operations_.quit();
+    };
+    hooks.reduceMotion = [weak] {
+        auto self = weak.lock();
+        return self && self->seams_.appearance.reduceMotion();
+    };
+    menuBuilder_ = std::make_unique<MenuBuilder>(seams_.menuFactory, seams_.textMeasure, std::move(hooks),
+                                                 variant_.displayName());
+    seams_.statusItem.setMenu(menuBuilder_->menu());
+    StatusItemEvents events;
+    events.menuWillOpen = [weak] {
+        if (auto self = weak.lock()) self->menuWillOpen();
+    };
+    events.menuDidClose = [weak] {
+        if (auto self = weak.lock()) self->menuDidClose();
+    };
+    events.willHighlight = [weak](NativeMenuItem* item) {
+        if (auto self = weak.lock()) self->willHighlight(item);
+    };
+    seams_.statusItem.setEvents(std::move(events));
+
+    wireActionRunner();
+    appearanceObservation_ = seams_.appearance.observe(weakly([](AppDelegate& self) {
+        if (self.renderedState_) self.renderIcon(*self.renderedState_);
+    }));
+
+    stalenessTimer_ = seams_.loop.repeating(stalenessSeconds, weakly([](AppDelegate& self) { self.render(); }));
+    scheduleRefresh(defaultRefreshSeconds);
+    render();
+    pollNow(PollTrigger::launch, std::nullopt);
+}
+
+void AppDelegate::wireActionRunner() {
+    auto weak = weak_from_this();
+    actionRunner_->diagnostics = [weak]() -> std::string {
+        auto self = weak.lock();
+        if (!self) return {};
+        return diagnosticsText(self->diagnosticsInput(self->seams_.loop.now()));
+    };
+    actionRunner_->onDiagnostic = [weak](const ClientDiagnostic& diagnostic, const std::string& eventId) {
+        if (auto self = weak.lock()) self->clientLog_.record(eventId, self->seams_.loop.now(), diagnostic);
+    };
+    actionRunner_->onStateChanged = [weak] {
+        auto self = weak.lock();
+        if (!self) return;
+        const auto& state = self->actionRunner_->state();
+        if (state && self->updateAction_ && state->action == *self->updateAction_) {
+            if (auto failed = std::get_if<ActionRunState::Failed>(&state->phase))
+                self->updatePresentation_.launcherFailed(failed->message);
+        }
+        self->render();
+    };
+    actionRunner_->onRunFinished = [weak] {
+        if (auto self = weak.lock()) self->refresh(PollTrigger::actionFinished);
+    };
+}
+
+void AppDelegate::applicationWillTerminate() {
+    if (terminated_) return;
+    terminated_ = true;
+    clientLog_.flush(seams_.loop.now());
+    actionRunner_->stop();
+    refreshTimer_.reset();
+    stalenessTimer_.reset();
+    retryTimer_.reset();
+    watchers_.clear();
+    watchedPaths_.clear();
+    appearanceObservation_.reset();
+    seams_.statusItem.remove();
+}
+
+DiagnosticsInput AppDelegate::diagnosticsInput(Instant now) const {
+    DiagnosticsInput input;
+    input.appVersion = operations_.appVersion;
+    input.appEnv = variant_.appEnv;
+    input.cliVersion = clientLog_.cliVersion();
+    input.lastPayloadAt = lastSuccessAt_;
+    input.lastFailureDetail = lastFailureDetail_;
+    input.clientEvents = clientLog_.supportSummary();
+    input.now = now;
+    return input;
+}
+
+// ---- Poll cycle ------------------------------------------------------------------------------
+
+void AppDelegate::refresh(PollTrigger trigger) {
+    if (terminated_) return;
+    if (pollInFlight_ || !snapshotSource_) return poll(trigger, std::nullopt);
+
+    auto stamp = located_ ? cliFileStamp(located_->cliPath) : std::nullopt;
+    if (stamp != answeredCli_) return poll(trigger, SnapshotSkip::cliChanged);
+
+    const auto& [files, identity] = *snapshotSource_;
+    double startedUptime = seams_.loop.uptime();
+    std::optional<std::string> data;
+    struct stat info {};
+    if (::stat(files.snapshot.c_str(), &info) == 0) data = readWholeFile(files.snapshot);
+    Instant now = seams_.loop.now();
+    auto requestedAt = modifiedTime(files.refreshRequest);
+
+    std::optional<std::string_view> bytes;
+    if (data) bytes = *data;
+    auto read = readMenuSnapshot(bytes, identity, requestedAt, now, operations_.isRunning);
+    if (auto snapshot = std::get_if<MenuSnapshot>(&read)) {
+        draw(*snapshot, trigger, now, startedUptime);
+    } else {
+        poll(trigger, std::get<SnapshotSkip>(read));
+    }
+}
+
+void AppDelegate::poll(PollTrigger trigger, std::optional<SnapshotSkip> skip) {
+    bool skipForcesRun = skip == SnapshotSkip::refreshPending || skip == SnapshotSkip::otherIdentity ||
+                         skip == SnapshotSkip::cliChanged;
+    if (trigger == PollTrigger::menuOpen && !skipForcesRun && lastPollStartedAt_ &&
+        secondsBetween(*lastPollStartedAt_, seams_.loop.now()) < menuOpenDebounceSeconds) {
+        return;
+    }
+    pollNow(trigger, skip);
+}
+
+void AppDelegate::pollNow(PollTrigger trigger, std::optional<SnapshotSkip> skip) {
+    if (terminated_) return;
+    if (pollInFlight_) {
+        if (!queuedPollTrigger_) queuedPollTrigger_ = trigger;
+        return;
+    }
+    pollId_ = makeUuid();
+    pollTrigger_ = trigger;
+    pollSnapshotSkip_ = skip;
+    pollInFlight_ = true;
+    lastPollStartedAt_ = seams_.loop.now();
+    pollStartedUptime_ = seams_.loop.uptime();
+
+    MenuRun run{variant_.menuArguments(), pollId_};
+    auto captured = located_;
+    auto generation = updateGeneration_;
+    auto locateCli = operations_.locateCli;
+    auto runMenu = operations_.runMenu;
+    auto weak = weak_from_this();
+    MainLoop* loop = &seams_.loop;
+    seams_.background.run(WorkPriority::utility, [weak, loop, run = std::move(run), captured, generation, locateCli,
+                                                  runMenu] {
+        // Off the main thread: only the captured copies are touched here.
+        std::optional<CliLocator::Located> found;
+        if (captured && isExecutableFile(captured->cliPath)) {
+            found = captured;
+        } else if (locateCli) {
+            found = locateCli();
+        }
+        auto stamp = found ? cliFileStamp(found->cliPath) : std::nullopt;
+        PollResult result;
+        if (found) result = runMenu(*found, run);
+        loop->post([weak, found = std::move(found), stamp = std::move(stamp), result = std::move(result),
+                    generation] {
+            auto self = weak.lock();
+            if (!self || self->terminated_) return;
+            self->located_ = found;
+            self->cliLocated_ = found.has_value();
+            self->actionRunner_->located = found;
+            self->answeredCli_ = stamp;
+            self->handlePollResult(result, generation);
+        });
+    });
+}
+
+void AppDelegate::handlePollResult(const PollResult& result, std::int64_t generation) {
+    pollInFlight_ = false;
+    snapshotSource_.reset();
+
+    ClientDiagnostic diagnostic;
+    std::optional<CliRefreshReport> report;
+    if (!result) {
+        diagnostic = pollDiagnostic(DiagnosticOutcome::missing, "locator", "CLI_NOT_FOUND");
+    } else if (auto failure = std::get_if<ProcessRunner::Failure>(&*result)) {
+        diagnostic = failure->diagnostic;
+        recordPollFailure("corvane menu couldn't start: " + diagnostic.summary());
+    } else {
+        const auto& outcome = std::get<ProcessRunner::Outcome>(*result);
+        if (outcome.timedOut) {
+            diagnostic = pollDiagnostic(DiagnosticOutcome::failed, "process", "TIMEOUT");
+            recordPollFailure("corvane menu didn't answer within 90 seconds");
+        } else if (outcome.exitCode == 0) {
+            auto handled = handlePayloadText(outcome.stdout, generation);
+            diagnostic = std::move(handled.diagnostic);
+            report = std::move(handled.report);
+        } else {
+            auto status = std::to_string(outcome.exitCode);
+            if (auto cli = cliFailureDiagnostic(DiagnosticOperation::menuPoll, outcome.stderr)) {
+                diagnostic = *cli;
+            } else {
+                diagnostic = pollDiagnostic(DiagnosticOutcome::failed, "exit", status);
+            }
+            recordPollFailure("corvane menu exited " + status + ": " + diagnostic.summary() +
+                              ". Reopen the menu to retry.");
+        }
+    }
+
+    Instant now = seams_.loop.now();
+    clientLog_.record(pollId_, now, diagnostic);
+    auto durationMs = truncatedMilliseconds(seams_.loop.uptime() - pollStartedUptime_);
+    std::optional<RefreshSnapshot> snapshot;
+    if (pollSnapshotSkip_) snapshot = RefreshSnapshot::skip(*pollSnapshotSkip_);
+    clientLog_.recordRefresh(pollId_, pollTrigger_, durationMs, report, snapshot, now, diagnostic);
+
+    render();
+
+    if (queuedPollTrigger_) {
+        auto trigger = *queuedPollTrigger_;
+        queuedPollTrigger_.reset();
+        seams_.loop.post(weakly([trigger](AppDelegate& self) { self.refresh(trigger); }));
+    }
+}
+
+AppDelegate::PayloadOutcome AppDelegate::handlePayloadText(const std::string& text, std::int64_t generation) {
+    Instant now = seams_.loop.now();
+    auto decoded = decodeMenuPayload(trimmed(text), now);
+    if (auto mismatch = std::get_if<decode::ContractMismatch>(&decoded)) {
+        lastContractMismatch_ = mismatch->found;
+        consecutivePollFailures_ = 0;
+        return {pollDiagnostic(DiagnosticOutcome::failed, "contract", std::to_string(mismatch->found)), std::nullopt};
+    }
+    if (std::holds_alternative<decode::Invalid>(decoded)) {
+        recordPollFailure("corvane menu answered with something unreadable. Reopen the menu to retry.");
+        return {pollDiagnostic(DiagnosticOutcome::failed, "payload", "INVALID_JSON"), std::nullopt};
+    }
+    const auto& payload = std::get<MenuPayload>(decoded);
+    // A poll that started before an update run began must not move the update presentation.
+    if (generation == updateGeneration_) observeUpdate(payload, now);
+    takePayload(payload, pollId_);
+    if (payload.snapshotFiles && payload.snapshotIdentity) {
+        snapshotSource_ = std::make_pair(*payload.snapshotFiles, *payload.snapshotIdentity);
+    } else {
+        snapshotSource_.reset();
+    }
+    return {pollDiagnostic(DiagnosticOutcome::available, std::nullopt, std::nullopt), payload.refreshReport};
+}
+
+// A CLI row reporting a failed update may fail the remembered installation only while the
+// update's own launcher is not running: as long as it runs, its exit decides (a failure then
+// arrives through `launcherFailed`), and a "failed" row can only be left over from an earlier
+// attempt. Any other run state (none, the launcher's finished failure, another command) lets
+// the CLI's word stand.
+bool AppDelegate::allowUpdateFailure() const {
+    const auto& state = actionRunner_->state();
+    if (!state || !state->isRunning()) return true;
+    return !updateAction_ || !(state->action == *updateAction_);
+}
+
+void AppDelegate::observeUpdate(const MenuPayload& payload, Instant now) {
+    updatePresentation_.observe(payload, located_ ? located_->cliPath : std::string(), now, allowUpdateFailure());
+}
+
+void AppDelegate::takePayload(const MenuPayload& payload, const std::string& recordId) {
+    Instant now = seams_.loop.now();
+    clientLog_.setCliVersion(payload.cliVersion);
+    if (payload.desktopDiagnostic) clientLog_.record(recordId, now, *payload.desktopDiagnostic);
+    lastPayload_ = payload;
+    lastSuccessAt_ = now;
+    lastContractMismatch_.reset();
+    consecutivePollFailures_ = 0;
+    lastFailureDetail_.reset();
+    scheduleRefresh(payload.refreshSeconds);
+    watchDirectories(payload.watchPaths);
+}
+
+void AppDelegate::draw(const MenuSnapshot& snapshot, PollTrigger trigger, Instant now, double startedUptime) {
+    const auto& payload = snapshot.payload;
+    observeUpdate(payload, now);
+    auto recordId = makeUuid();
+    takePayload(payload, recordId);
+
+    std::pair<std::string, std::int64_t> drawn{snapshot.stamp.bootId, snapshot.stamp.sequence};
+    if (drawnSnapshot_ != drawn) {
+        drawnSnapshot_ = drawn;
+        auto durationMs = truncatedMilliseconds(seams_.loop.uptime() - startedUptime);
+        auto ageMs = truncatedMilliseconds(secondsBetween(snapshot.stamp.writtenAt, now));
+        clientLog_.recordRefresh(recordId, trigger, durationMs, std::nullopt,
+                                 RefreshSnapshot::drawn(snapshot.stamp.sequence, ageMs), now,
+                                 pollDiagnostic(DiagnosticOutcome::available, std::nullopt, std::nullopt));
+    }
+    render();
+}
+
+void AppDelegate::recordPollFailure(std::string detail) {
+    consecutivePollFailures_ += 1;
+    lastFailureDetail_ = std::move(detail);
+    if (consecutivePollFailures_ == 1) {
+        retryTimer_ = seams_.loop.oneShot(pollRetrySeconds, weakly([](AppDelegate& self) {
+                                              self.pollNow(PollTrigger::retry, std::nullopt);
+                                          }));
+    }
+}
+
+void AppDelegate::scheduleRefresh(double seconds) {
+    if (terminated_) return;
+    if (!(seconds > 0) || !std::isfinite(seconds)) seconds = defaultRefreshSeconds;
+    if (refreshTimer_ && refreshTimer_->interval() == seconds) return;
+    refreshTimer_.reset();
+    refreshTimer_ = seams_.loop.repeating(seconds, weakly([](AppDelegate& self) { self.refresh(PollTrigger::timer); }));
+}
+
+void AppDelegate::watchDirectories(const std::vector<std::string>& paths) {
+    if (terminated_ || paths == watchedPaths_) return;
+    watchedPaths_ = paths;
+    watchers_.clear();
+    for (const auto& path : paths) {
+        auto watcher = DebouncedWatcher::make(seams_.directoryWatcher, seams_.loop, path, weakly([](AppDelegate& self) {
+                                                  self.refresh(PollTrigger::directoryChange);
+                                              }));
+        if (watcher) watchers_.push_back(std::move(watcher));
+    }
+}
+
+void AppDelegate::requestSnapshotRefresh() {
+    if (!snapshotSource_) return;
+    const auto& path = snapshotSource_->first.openRequest;
+    if (path.empty() || !isDirectory(parentFolder(path))) return;
+    writePrivateFile(path, iso8601(seams_.loop.now()));
+}
+
+AppMenuState AppDelegate::currentState() const {
+    AppStateInputs inputs;
+    inputs.cliLocated = cliLocated_;
+    inputs.lastPayload = lastPayload_;
+    inputs.lastSuccessAt = lastSuccessAt_;
+    inputs.contractMismatch = lastContractMismatch_;
+    inputs.consecutivePollFailures = consecutivePollFailures_;
+    inputs.lastFailureDetail = lastFailureDetail_;
+    inputs.launchedAt = launchedAt_;
+    inputs.now = seams_.loop.now();
+    return appMenuState(inputs);
+}
+
+// ---- Rendering -------------------------------------------------------------------------------
+
+void AppDelegate::render() {
+    if (terminated_ || !menuBuilder_) return;
+    Instant now = seams_.loop.now();
+    updatePresentation_.expire(now);
+    if (updatePresentation_ != renderedUpdatePresentation_) persistUpdatePresentation();
+
+    double interval = updatePresentation_.isInstalling() ? installingRefreshSeconds
+                      : lastPayload_                     ? lastPayload_->refreshSeconds
+                                                         : defaultRefreshSeconds;
+    scheduleRefresh(interval);
+
+    auto state = currentState();
+    renderIcon(state);
+
+    bool loggingFailure = clientLog_.writeFailure().has_value();
+    bool loginEnabled = launchAtLogin_.isEnabled();
+    bool changed = !rebuiltOnce_ || renderedState_ != state || renderedActionState_ != actionRunner_->state() ||
+                   renderedUpdatePresentation_ != updatePresentation_ || renderedLaunchAtLogin_ != loginEnabled ||
+                   renderedLoggingFailure_ != loggingFailure;
+    if (changed) rebuildMenu(state);
+    if (onRendered) onRendered();
+}
+
+void AppDelegate::persistUpdatePresentation() {
+    const auto key = updatePresentationKey();
+    if (!updatePresentation_.update) {
+        seams_.defaults.remove(key);
+        return;
+    }
+    try {
+        seams_.defaults.setData(key, encodeCliUpdatePresentation(updatePresentation_));
+    } catch (...) {
+        recordUpdatePersistenceFailure("UPDATE_STATE_UNWRITABLE");
+    }
+}
+
+void AppDelegate::recordUpdatePersistenceFailure(std::string_view code) {
+    ClientDiagnostic diagnostic;
+    diagnostic.operation = DiagnosticOperation::cliRun;
+    diagnostic.outcome = DiagnosticOutcome::failed;
+    diagnostic.domain = "Corvane";
+    diagnostic.code = std::string(code);
+    clientLog_.record(makeUuid(), seams_.loop.now(), diagnostic);
+}
+
+void AppDelegate::renderIcon(const AppMenuState& state) {
+    if (!menuBuilder_) return;
+    auto icon = iconState(state);
+    const auto& runState = actionRunner_->state();
+    bool launcherFailed = runState && updateAction_ && runState->action == *updateAction_ &&
+                          std::holds_alternative<ActionRunState::Failed>(runState->phase);
+    bool updateFailed = updatePresentation_.update && updatePresentation_.update->phase == CliUpdatePhase::failed;
+    if (launcherFailed || updateFailed) icon = IconState::attention;
+    // Only the attention icon is drawn in colour; every other icon is a template the shell tints.
+    bool dark = icon == IconState::attention && seams_.appearance.menuBarIsDark();
+    if (seams_.statusItem.hasImage() && renderedIconState_ == icon && renderedIconDark_ == dark) return;
+    renderedIconState_ = icon;
+    renderedIconDark_ = dark;
+    auto image = operations_.iconImage(icon, variant_.badgeLetter(), dark);
+    image.isTemplate = icon != IconState::attention;
+    seams_.statusItem.setImage(image);
+}
+
+void AppDelegate::rebuildMenu(const AppMenuState& state) {
+    Instant now = seams_.loop.now();
+    MenuBuild build;
+    if (auto fresh = std::get_if<appstate::Payload>(&state)) {
+        build.items = fresh->payload.items;
+        build.moreItems = fresh->payload.more;
+    } else {
+        build.items = bakedMenuItems(state, now).value_or(std::vector<MenuItem>{});
+    }
+    bool loggingFailure = clientLog_.writeFailure().has_value();
+    if (loggingFailure) {
+        row::Status warning;
+        warning.mark = StatusMark::warn;
+        warning.title = std::string(loggingUnavailableTitle);
+        warning.subtitle = std::string(loggingUnavailableSubtitle);
+        build.items.emplace_back(std::move(warning));
+    }
+    build.items = updatePresentation_.presenting(build.items);
+    const auto& runState = actionRunner_->state();
+    if (runState) {
+        auto rows = runState->items();
+        auto presented = runState->presenting(build.items);
+        rows.insert(rows.end(), std::make_move_iterator(presented.begin()), std::make_move_iterator(presented.end()));
+        build.items = std::move(rows);
+        if (build.moreItems) build.moreItems = runState->presenting(*build.moreItems);
+    }
+    build.checking = std::holds_alternative<appstate::Checking>(state);
+    menuBuilder_->submit(std::move(build));
+    seams_.statusItem.setMenu(menuBuilder_->menu());
+
+    rebuiltOnce_ = true;
+    renderedState_ = state;
+    renderedActionState_ = runState;
+    renderedUpdatePresentation_ = updatePresentation_;
+    renderedLaunchAtLogin_ = launchAtLogin_.isEnabled();
+    renderedLoggingFailure_ = loggingFailure;
+}
+
+// ---- Actions and menu events -----------------------------------------------------------------
+
+void AppDelegate::perform(const MenuAction& action) {
+    if (terminated_) return;
+    if (auto update = std::get_if<verb::CliUpdate>(&action.verb)) {
+        const auto& runState = actionRunner_->state();
+        if (!cliUpdateCanStart(update->update) || (runState && runState->isRunning())) return;
+        updateAction_ = action;
+        updateGeneration_ += 1;
+        updatePresentation_.start(update->update, lastPayload_ ? lastPayload_->items : std::vector<MenuItem>{},
+                                  located_ ? located_->cliPath : std::string(), seams_.loop.now());
+        actionRunner_->located = located_;
+        actionRunner_->perform(action);
+        seams_.loop.post(weakly([](AppDelegate& self) { self.render(); }));
+        return;
+    }
+    actionRunner_->located = located_;
+    actionRunner_->perform(action);
+}
+
+void AppDelegate::menuWillOpen() {
+    if (terminated_) return;
+    menuIsOpen_ = true;
+    updatePresentation_.didShowMenu();
+    requestSnapshotRefresh();
+    refresh(PollTrigger::menuOpen);
+}
+
+void AppDelegate::menuDidClose() {
+    if (terminated_) return;
+    menuIsOpen_ = false;
+    // A finished update stays in the menu until the end of the first opening that showed it.
+    if (updatePresentation_.successWasShown) updatePresentation_ = CliUpdatePresentation{};
+    seams_.loop.post(weakly([](AppDelegate& self) { self.render(); }));
+}
+
+void AppDelegate::willHighlight(NativeMenuItem* item) {
+    if (!menuBuilder_) return;
+    MenuBuilder::applyHighlight(*menuBuilder_->menu(), item);
+}
+
+}  // namespace corvane
