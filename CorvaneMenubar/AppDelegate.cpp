@@ -13,6 +13,7 @@
 #include <climits>
 #include <cstdlib>
 
+#include "IconRenderer.h"
 #include "MenuDecode.h"
 #include "MenuTime.h"
 #include "Uuid.h"
@@ -91,13 +92,22 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, last - first + 1);
 }
 
-VectorImage placeholderIcon(IconState state, const std::optional<std::string>&, bool) {
-    VectorImage image;
-    image.isTemplate = state != IconState::attention;
-    return image;
-}
-
 }  // namespace
+
+MenuRunVerdict judgeMenuRun(const ProcessRunner::Result& result) {
+    if (auto failure = std::get_if<ProcessRunner::Failure>(&result))
+        return {failure->diagnostic, "corvane menu couldn't start: " + failure->diagnostic.summary()};
+    const auto& outcome = std::get<ProcessRunner::Outcome>(result);
+    if (outcome.timedOut) {
+        return {pollDiagnostic(DiagnosticOutcome::failed, "process", "TIMEOUT"),
+                std::string("corvane menu didn't answer within 90 seconds")};
+    }
+    if (outcome.exitCode == 0) return {};
+    auto status = std::to_string(outcome.exitCode);
+    auto diagnostic = cliFailureDiagnostic(DiagnosticOperation::menuPoll, outcome.stderr)
+                          .value_or(pollDiagnostic(DiagnosticOutcome::failed, "exit", status));
+    return {diagnostic, "corvane menu exited " + status + ": " + diagnostic.summary() + ". Reopen the menu to retry."};
+}
 
 std::optional<std::string> cliFileStamp(const std::string& path) {
     if (path.empty()) return std::nullopt;
@@ -139,7 +149,7 @@ std::shared_ptr<AppDelegate> AppDelegate::create(AppSeams seams, Variant variant
         };
     }
     if (!operations.isRunning) operations.isRunning = [](std::int32_t pid) { return processIsRunning(pid); };
-    if (!operations.iconImage) operations.iconImage = placeholderIcon;
+    if (!operations.iconImage) operations.iconImage = IconRenderer::image;
     if (!operations.systemLog) {
         operations.systemLog = [](std::string_view line) {
             std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
@@ -379,28 +389,13 @@ void AppDelegate::handlePollResult(const PollResult& result, std::int64_t genera
     std::optional<CliRefreshReport> report;
     if (!result) {
         diagnostic = pollDiagnostic(DiagnosticOutcome::missing, "locator", "CLI_NOT_FOUND");
-    } else if (auto failure = std::get_if<ProcessRunner::Failure>(&*result)) {
-        diagnostic = failure->diagnostic;
-        recordPollFailure("corvane menu couldn't start: " + diagnostic.summary());
+    } else if (auto verdict = judgeMenuRun(*result); verdict.failure) {
+        diagnostic = *verdict.diagnostic;
+        recordPollFailure(*verdict.failure);
     } else {
-        const auto& outcome = std::get<ProcessRunner::Outcome>(*result);
-        if (outcome.timedOut) {
-            diagnostic = pollDiagnostic(DiagnosticOutcome::failed, "process", "TIMEOUT");
-            recordPollFailure("corvane menu didn't answer within 90 seconds");
-        } else if (outcome.exitCode == 0) {
-            auto handled = handlePayloadText(outcome.stdout, generation);
-            diagnostic = std::move(handled.diagnostic);
-            report = std::move(handled.report);
-        } else {
-            auto status = std::to_string(outcome.exitCode);
-            if (auto cli = cliFailureDiagnostic(DiagnosticOperation::menuPoll, outcome.stderr)) {
-                diagnostic = *cli;
-            } else {
-                diagnostic = pollDiagnostic(DiagnosticOutcome::failed, "exit", status);
-            }
-            recordPollFailure("corvane menu exited " + status + ": " + diagnostic.summary() +
-                              ". Reopen the menu to retry.");
-        }
+        auto handled = handlePayloadText(std::get<ProcessRunner::Outcome>(*result).stdout, generation);
+        diagnostic = std::move(handled.diagnostic);
+        report = std::move(handled.report);
     }
 
     Instant now = seams_.loop.now();
@@ -428,7 +423,7 @@ AppDelegate::PayloadOutcome AppDelegate::handlePayloadText(const std::string& te
         return {pollDiagnostic(DiagnosticOutcome::failed, "contract", std::to_string(mismatch->found)), std::nullopt};
     }
     if (std::holds_alternative<decode::Invalid>(decoded)) {
-        recordPollFailure("corvane menu answered with something unreadable. Reopen the menu to retry.");
+        recordPollFailure(std::string(unreadableAnswerSentence));
         return {pollDiagnostic(DiagnosticOutcome::failed, "payload", "INVALID_JSON"), std::nullopt};
     }
     const auto& payload = std::get<MenuPayload>(decoded);

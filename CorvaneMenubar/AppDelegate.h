@@ -67,6 +67,18 @@ inline constexpr std::string_view loggingUnavailableTitle = "Local diagnostic lo
 inline constexpr std::string_view loggingUnavailableSubtitle =
     "Use Copy Diagnostics for the error code. Check free disk space and log folder permissions.";
 
+inline constexpr std::string_view unreadableAnswerSentence =
+    "corvane menu answered with something unreadable. Reopen the menu to retry.";
+
+// How a finished menu run went before its output is read: a failure carries the user's sentence
+// and the poll's diagnostic; an exit status of 0 carries neither (the output decides).
+struct MenuRunVerdict {
+    std::optional<ClientDiagnostic> diagnostic;
+    std::optional<std::string> failure;
+    bool operator==(const MenuRunVerdict&) const = default;
+};
+MenuRunVerdict judgeMenuRun(const ProcessRunner::Result& result);
+
 // The CLI's file stamp: the symlink-resolved path, "@", and its modification time in seconds
 // since 1970 as a decimal number. Absent for an empty path or one without readable attributes.
 // Two stamps differ when the executable was replaced or moved.
