@@ -1,0 +1,79 @@
+#pragma once
+
+// `corvane-menubar --headless`: the whole app on the headless seams, for machines without a
+// desktop and as the driver of the integration tests.
+//
+// Output (stdout), one compact JSON object per line:
+//   A frame, whenever the icon, the tool tip, the open state or the menu changed after a render:
+//     {"frame": n, "icon": "running"|"attention"|"paused"|"unknown", "badge": letter or null,
+//      "tooltip": text, "menuOpen": bool, "items": [rows]}
+//   where rows are the live native menu as `menuTreeJson` describes it (separators included,
+//   "enabled" on every other row, submenus nested under "submenu"; the app rows "Launch at
+//   Login", "About …" and "Quit …" at the end, or at the end of the "More" submenu).
+//   `n` counts frames from 1.
+//   Effects as event lines (see PrintingEffects.h): "openUrl", "openFile", "copy",
+//   "openTerminal", "focus", "alert", "activate"; and from this shell:
+//     {"event": "about"}                          the About row was chosen
+//     {"event": "picked", "path": "7/2"}          a pick reached an enabled row with a handler
+//     {"event": "error", "message": text}         a command that could not be carried out
+//     {"event": "exit"}                           the last line, after the log was flushed
+//
+// Input (stdin), one command per line (surrounding white space ignored, empty lines skipped):
+//   open               the user opens the status menu (a menu-open poll follows)
+//   close              the user closes it
+//   pick PATH [PART]   chooses the row at PATH: indexes into the frame's "items" separated by
+//                      "/" to go into a submenu ("3", "7/2"); separators count. PART is one of
+//                      main (default), harness, corvane, dismiss. An open menu closes first, as a
+//                      real menu does when a row is chosen.
+//   highlight PATH     moves the keyboard highlight onto a top-level row ("highlight -" clears)
+//   quit               terminates like the Quit row
+// End of input, SIGTERM and SIGINT terminate too. Termination flushes the client log, stops a
+// running action (waiting at most 3 s for its process), stops timers and watchers, prints
+// {"event": "exit"} and returns 0.
+//
+// Files follow $HOME and the XDG variables: the log in `logDirectory`, the defaults in
+// `JsonFileDefaults::defaultPath`.
+
+#include <string>
+#include <vector>
+
+namespace corvane {
+
+struct HeadlessOptions {
+    bool demo = false;  // run against the bundled simulator (see `DemoCli`)
+};
+
+// Runs until terminated; returns the process exit status.
+int runHeadless(const HeadlessOptions& options);
+
+// `--print-menu` without `--payload`: one real poll of the installed CLI (locate, run once),
+// printed by the menu preview with the remaining `args` ("--json", "--now"). Exit 0 on a payload,
+// 2 when no CLI was found, 1 on any other failure with the failure sentence on stderr.
+int printInstalledMenu(const std::vector<std::string>& args);
+
+// `--unregister-login-item`: forgets the first-launch attempt and unregisters. 0 on success.
+int unregisterLoginItem();
+
+// The bundled simulator as the CLI, for `--demo`: a private temporary folder holding the
+// simulator's state and a `corvane` link to it, CORVANE_CLI_PATH pointing there for this process,
+// and the simulator's snapshot writer running in the background. Everything is stopped and
+// removed when the object is destroyed.
+class DemoCli {
+public:
+    DemoCli() = default;
+    ~DemoCli();
+    DemoCli(const DemoCli&) = delete;
+    DemoCli& operator=(const DemoCli&) = delete;
+
+    // Finds `corvane-sim` (beside this executable in the build layout, or on PATH) and sets it
+    // up for `appEnv`. False with a message on stderr when it cannot.
+    bool start(const std::string& appEnv);
+    // Stops the snapshot writer and removes the folder (also done on destruction).
+    void stop();
+
+private:
+    std::string folder_;
+    int writerPid_ = -1;
+};
+
+}  // namespace corvane
