@@ -410,9 +410,10 @@ int runHeadless(const HeadlessOptions& options) {
     ::close(signalPipe[1]);
     sink.write(compact(event("exit")));
 
-    if (app->pollInFlight()) {
-        // A menu poll cannot be interrupted and may take up to its 90 s limit; everything that
-        // matters is already written, so leave without waiting for it.
+    const auto& runState = runner->state();
+    if (app->pollInFlight() || (runState && runState->isRunning())) {
+        // A menu poll or a foreground action cannot be interrupted and may run until its time
+        // limit; everything that matters is already written, so leave without waiting for it.
         std::fflush(nullptr);
         demo.stop();
         std::_Exit(0);
