@@ -398,6 +398,29 @@ TEST(AppDelegate, TheUpdatePresentationIsRestoredPersistedAndAFailedUpdateShowsA
     EXPECT_EQ(broken.log->recent().size(), 1u);
 }
 
+TEST(AppDelegate, OnlyAPollStartedAfterTheUpdateBeganConfirmsIt) {
+    Harness h;
+    Json updated = answer();
+    updated["cliVersion"] = "1.5.0";
+    h.answers = {answered(answer()), answered(updated), answered(updated)};
+    h.runner->runCommand = [](const CliLocator::Located&, const Arguments&, bool, std::shared_ptr<RunCancellation>) {
+        return exited(0, "");
+    };
+    h.launch();
+    h.app->pollNow(PollTrigger::timer, std::nullopt);  // in flight when the update starts
+    CliUpdate offer{CliUpdatePhase::available, "1.5.0", "1.4.0", std::nullopt, false, {"update", "--background"},
+                    "/tmp/update.log"};
+    h.app->perform(cliUpdateAction(offer));
+    ASSERT_TRUE(h.app->updatePresentation().isInstalling());
+    h.finishPoll();
+    EXPECT_TRUE(h.app->updatePresentation().isInstalling()) << "an answer from before the update moved it";
+    h.app->pollNow(PollTrigger::timer, std::nullopt);
+    h.work.runAll();
+    h.loop.runPending();
+    ASSERT_TRUE(h.app->updatePresentation().update);
+    EXPECT_EQ(h.app->updatePresentation().update->phase, CliUpdatePhase::succeeded);
+}
+
 TEST(AppDelegate, TerminationStopsTimersWatchersAndRemovesTheStatusItem) {
     Harness h;
     Json watching = answer();
