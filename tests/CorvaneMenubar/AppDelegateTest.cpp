@@ -271,7 +271,7 @@ TEST(AppDelegate, BakedRowsForAMissingCliAndAnotherContract) {
 
 struct SnapshotHarness : Harness {
     std::string snapshotPath = temp / "snapshot.json";
-    Json announced = answer({actionRow("From process", "a")});
+    Json announced = answer(Json::array({actionRow("From process", "a")}));
 
     SnapshotHarness() {
         announced["snapshotFiles"] = {
@@ -281,7 +281,7 @@ struct SnapshotHarness : Harness {
     }
     void writeSnapshot(const std::string& bootId, int sequence, const std::string& title) {
         Json file = announced;
-        file["items"] = {actionRow(title, "b")};
+        file["items"] = Json::array({actionRow(title, "b")});
         Instant now = loop.now();
         file["snapshot"] = {{"version", 1},
                             {"bootId", bootId},
