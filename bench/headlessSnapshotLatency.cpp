@@ -37,10 +37,18 @@ struct Series {
     std::vector<double> durationMs;  // the poll's own logged duration
 };
 
+double mean(const std::vector<double>& values) {
+    double sum = 0;
+    for (double value : values) sum += value;
+    return values.empty() ? 0 : sum / static_cast<double>(values.size());
+}
+
+// The logged durations are whole milliseconds, cut short; their mean keeps some of the fraction.
 void report(const char* name, const Series& series) {
-    std::printf("%-16s samples %3zu  latency p50 %7.1f ms  p95 %7.1f ms  max %7.1f ms  |  logged poll duration p50 %5.1f ms  p95 %5.1f ms\n",
+    std::printf("%-16s samples %3zu  latency p50 %7.1f ms  p95 %7.1f ms  max %7.1f ms  |  logged poll duration p50 %5.1f ms  p95 %5.1f ms  mean %5.2f ms\n",
                 name, series.latencyMs.size(), percentile(series.latencyMs, 0.5), percentile(series.latencyMs, 0.95),
-                percentile(series.latencyMs, 1.0), percentile(series.durationMs, 0.5), percentile(series.durationMs, 0.95));
+                percentile(series.latencyMs, 1.0), percentile(series.durationMs, 0.5), percentile(series.durationMs, 0.95),
+                mean(series.durationMs));
 }
 
 }  // namespace
@@ -130,9 +138,10 @@ int main(int argc, char** argv) {
     std::printf("menu runs during the snapshot samples: %d (0 expected)\n", snapshotPhaseRuns);
     std::printf("menu runs during the process samples: %d for %d samples\n", processRuns, samples + 1);
     const double p95 = percentile(snapshot.latencyMs, 0.95);
-    const double speedup = percentile(process.durationMs, 0.5) / std::max(1.0, percentile(snapshot.durationMs, 0.5));
+    // Each mean is cut short by about half a millisecond; adding it back keeps a 0 ms draw finite.
+    const double speedup = (mean(process.durationMs) + 0.5) / (mean(snapshot.durationMs) + 0.5);
     std::printf("snapshot p95 %.1f ms (goal <= 150 ms): %s\n", p95, p95 <= 150 ? "met" : "MISSED");
-    std::printf("process poll / snapshot draw, logged p50 durations (a 0 ms draw counts as 1 ms): %.1fx (goal >= 20x): %s\n",
+    std::printf("process poll / snapshot draw, logged mean durations + 0.5 ms: %.1fx (goal >= 20x): %s\n",
                 speedup, speedup >= 20 ? "met" : "MISSED");
     if (failures > 0) std::printf("samples without a frame within 10 s: %d\n", failures);
     return 0;
