@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <optional>
 #include <poll.h>
@@ -220,6 +221,26 @@ std::optional<std::string> findSimulator() {
     return std::nullopt;
 }
 
+// Asks every child process of this one to stop (SIGTERM): a menu poll or a foreground action
+// that the app leaves behind at exit would otherwise run on, orphaned, until its own end.
+void terminateChildren() {
+    const std::string self = std::to_string(::getpid());
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
+        const std::string name = entry.path().filename().string();
+        if (name.empty() || name.find_first_not_of("0123456789") != std::string::npos) continue;
+        std::ifstream stat(entry.path() / "stat");
+        std::string line;
+        if (!std::getline(stat, line)) continue;
+        // "pid (command) state ppid ...": the command may hold spaces and parentheses.
+        auto close = line.rfind(')');
+        if (close == std::string::npos) continue;
+        std::istringstream rest(line.substr(close + 1));
+        std::string state, parent;
+        if (rest >> state >> parent && parent == self) ::kill(static_cast<pid_t>(std::stol(name)), SIGTERM);
+    }
+}
+
 }  // namespace
 
 // ---- The simulator as the CLI ----------------------------------------------------------------
@@ -416,6 +437,7 @@ int runHeadless(const HeadlessOptions& options) {
         // limit; everything that matters is already written, so leave without waiting for it.
         std::fflush(nullptr);
         demo.stop();
+        terminateChildren();
         std::_Exit(0);
     }
     return 0;
