@@ -30,12 +30,7 @@ TEST(ActionRunState, ItemsByPhaseAndVerb) {
     const MenuItem retry = actionRow("Retry", verb::RetryRun{});
     const MenuItem dismiss = actionRow("Dismiss", verb::DismissRun{});
     const MenuItem separator = row::Separator{};
-    struct Row {
-        const char* name;
-        MenuAction action;
-        ActionRunState::Phase phase;
-        std::vector<MenuItem> expected;
-    };
+    struct Row { const char* name; MenuAction action; ActionRunState::Phase phase; std::vector<MenuItem> expected; };
     const std::vector<Row> rows = {
         {"failed run offers its own arguments in a terminal", act("Log in", verb::Run{{"login", "--web"}}), failed,
          {problem("Log in"), retry, actionRow("Continue in Terminal…", verb::Terminal{{"login", "--web"}}), dismiss,
@@ -66,58 +61,47 @@ TEST(ActionRunState, ItemsByPhaseAndVerb) {
 TEST(ActionRunState, RunningBlocksCliRowsAtEveryLevelAndLeavesTheRestClickable) {
     CliUpdate update;
     update.run = {"update", "--background"};
-    MenuAction dismissAction = act("Hide", verb::Run{{"dismiss", "x"}});
-    dismissAction.isEnabled = true;
+    const MenuAction dismissAction = act("Hide", verb::Run{{"dismiss", "x"}});
 
-    const auto statusWith = [&](MenuVerb verb, bool enabled) {
-        MenuAction a = act("Fix", std::move(verb));
-        a.isEnabled = enabled;
-        return MenuItem(row::Status{StatusMark::warn, "Problem", std::nullopt, dismissAction, a});
+    const auto enabled = [](MenuAction a, bool isEnabled) {
+        a.isEnabled = isEnabled;
+        return a;
     };
-    const auto connectionWith = [&](MenuVerb verb, bool enabled) {
-        MenuAction a = act("Reconnect", std::move(verb));
-        a.isEnabled = enabled;
-        return MenuItem(row::Connection{ConnectionMark::warn, "GitHub", "expired", std::nullopt, a});
+    const auto statusWith = [&](MenuVerb verb, bool on) {
+        return MenuItem(row::Status{StatusMark::warn, "Problem", std::nullopt, dismissAction, enabled(act("Fix", verb), on)});
     };
-    const MenuItem copy = actionRow("Copy", verb::Copy{"text"});
-    const MenuItem focus = actionRow("Focus", verb::Focus{"/dev/ttys001", 12, std::nullopt});
-    const MenuItem agent = row::Agent{AgentRow{"a1", "claude", std::nullopt, std::nullopt, std::nullopt,
-                                               act("Open", verb::Url{"corvane://a1"})}};
+    const auto connectionWith = [&](MenuVerb verb, bool on) {
+        return MenuItem(row::Connection{ConnectionMark::warn, "GitHub", "expired", std::nullopt, enabled(act("Re", verb), on)});
+    };
     CliUpdate blockedUpdate = update;
     blockedUpdate.isBlocked = true;
 
     // Each row is checked on its own, at the top level and two submenus deep.
-    struct Row {
-        const char* name;
-        MenuItem given;
-        MenuItem expected;
+    std::vector<std::pair<MenuItem, MenuItem>> rows = {
+        {actionRow("Log in", verb::Run{{"login"}}), blocked("Log in")},
+        {actionRow("Open in Terminal", verb::Terminal{{"x"}}), blocked("Open in Terminal")},
+        {actionRow("Sync", backgroundNoFallback), blocked("Sync")},
+        {actionRow("Update", verb::CliUpdate{update}), blocked("Update")},
+        {row::CliUpdate{update}, row::CliUpdate{blockedUpdate}},
+        {statusWith(verb::Run{{"fix"}}, true), statusWith(verb::Run{{"fix"}}, false)},
+        {connectionWith(verb::Terminal{{"auth"}}, true), connectionWith(verb::Terminal{{"auth"}}, false)},
     };
-    const std::vector<Row> rows = {
-        {"run", actionRow("Log in", verb::Run{{"login"}}), blocked("Log in")},
-        {"terminal", actionRow("Open in Terminal", verb::Terminal{{"x"}}), blocked("Open in Terminal")},
-        {"background", actionRow("Sync", backgroundNoFallback), blocked("Sync")},
-        {"update verb", actionRow("Update", verb::CliUpdate{update}), blocked("Update")},
-        {"update row", row::CliUpdate{update}, row::CliUpdate{blockedUpdate}},
-        {"status with CLI action", statusWith(verb::Run{{"fix"}}, true), statusWith(verb::Run{{"fix"}}, false)},
-        {"status with url action", statusWith(verb::Url{"https://x"}, true), statusWith(verb::Url{"https://x"}, true)},
-        {"connection with CLI action", connectionWith(verb::Terminal{{"auth"}}, true),
-         connectionWith(verb::Terminal{{"auth"}}, false)},
-        {"copy", copy, copy},
-        {"focus", focus, focus},
-        {"agent", agent, agent},
-        {"header", row::Header{"Corvane", "sub", std::nullopt}, row::Header{"Corvane", "sub", std::nullopt}},
-        {"separator", row::Separator{}, row::Separator{}},
-    };
+    for (const MenuItem& unchanged :
+         {statusWith(verb::Url{"https://x"}, true), actionRow("Copy", verb::Copy{"text"}),
+          actionRow("Focus", verb::Focus{"/dev/ttys001", 12, std::nullopt}), MenuItem(row::Separator{}),
+          MenuItem(row::Agent{AgentRow{"a1", "claude", {}, {}, {}, act("Open", verb::Url{"corvane://a1"})}})})
+        rows.emplace_back(unchanged, unchanged);
     const ActionRunState running{act("Log in", verb::Run{{"login"}}), ActionRunState::Running{}};
     const ActionRunState failed{act("Log in", verb::Run{{"login"}}), ActionRunState::Failed{"boom"}};
     const auto nest = [](const MenuItem& item) {
         return MenuItem(row::Submenu{"Outer", {row::Section{"s"}, row::Submenu{"Inner", {item}}}});
     };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.name);
-        EXPECT_EQ(running.presenting({r.given}), std::vector<MenuItem>{r.expected});
-        EXPECT_EQ(running.presenting({nest(r.given)}), std::vector<MenuItem>{nest(r.expected)});
-        EXPECT_EQ(failed.presenting({nest(r.given)}), std::vector<MenuItem>{nest(r.given)});
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto& [given, expected] = rows[i];
+        SCOPED_TRACE("row " + std::to_string(i));
+        EXPECT_EQ(running.presenting({given}), std::vector<MenuItem>{expected});
+        EXPECT_EQ(running.presenting({nest(given)}), std::vector<MenuItem>{nest(expected)});
+        EXPECT_EQ(failed.presenting({nest(given)}), std::vector<MenuItem>{nest(given)});
     }
 }
 

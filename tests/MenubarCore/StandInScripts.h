@@ -6,16 +6,29 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
 
+#include <fcntl.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include "ProcessRunner.h"
 
 namespace corvane::testing {
+
+// Polls `done` every 10 ms for up to `limit` seconds.
+template <class Condition>
+bool pollUntil(Condition done, double limit) {
+    auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(limit);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() >= until) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
 
 class ScriptFolder {
 public:
@@ -30,23 +43,17 @@ public:
         std::error_code ignored;
         std::filesystem::remove_all(root_, ignored);
     }
-    ScriptFolder(const ScriptFolder&) = delete;
-    ScriptFolder& operator=(const ScriptFolder&) = delete;
 
     std::string path(const std::string& name) const { return (root_ / name).string(); }
-
-    // An executable script with `body` after the #! line.
     std::string script(const std::string& name, const std::string& body) const {
         return file(name, "#!/bin/sh\n" + body + "\n", std::filesystem::perms::owner_all);
     }
-
     std::string file(const std::string& name, const std::string& text, std::filesystem::perms perms) const {
         std::string where = path(name);
         std::ofstream(where) << text;
         std::filesystem::permissions(where, perms);
         return where;
     }
-
     std::optional<std::string> read(const std::string& name) const {
         std::ifstream in(path(name));
         if (!in) return std::nullopt;
@@ -54,16 +61,9 @@ public:
         text << in.rdbuf();
         return text.str();
     }
-
-    // Waits up to `limit` for a file the child writes.
-    std::optional<std::string> await(const std::string& name, std::chrono::milliseconds limit = std::chrono::seconds(10)) const {
-        auto until = std::chrono::steady_clock::now() + limit;
-        while (std::chrono::steady_clock::now() < until) {
-            auto text = read(name);
-            if (text && !text->empty() && text->back() == '\n') return text;
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return read(name);
+    // Waits up to 10 s for a line-terminated file the child writes.
+    bool await(const std::string& name) const {
+        return pollUntil([&] { return read(name).value_or("").ends_with('\n'); }, 10);
     }
 
 private:
@@ -71,6 +71,29 @@ private:
 };
 
 inline const std::string testSearchPath = "/usr/bin:/bin";
+
+// A failure to start reads as an impossible outcome, so that comparing with the expected one fails.
+inline ProcessRunner::Outcome outcomeOf(const ProcessRunner::Result& result) {
+    if (auto* outcome = std::get_if<ProcessRunner::Outcome>(&result)) return *outcome;
+    return ProcessRunner::Outcome{"", "", -100, false};
+}
+
+// A descriptor without close-on-exec, numbered well above what a child's listing itself opens.
+inline int openLeakyDescriptor() {
+    int opened = ::open("/dev/null", O_RDONLY);
+    int leaky = ::fcntl(opened, F_DUPFD, 40);
+    ::close(opened);
+    return leaky;
+}
+
+// The descriptors in a listing of /dev/fd beyond the standard three.
+inline std::set<std::string> extraDescriptors(const std::string& listing) {
+    std::istringstream in(listing);
+    std::set<std::string> extra;
+    for (std::string fd; in >> fd;)
+        if (fd != "0" && fd != "1" && fd != "2") extra.insert(fd);
+    return extra;
+}
 
 // A process that has ended but was not yet reaped by its new parent counts as gone.
 inline bool isAlive(pid_t pid) {
@@ -84,13 +107,8 @@ inline bool isAlive(pid_t pid) {
     return true;
 }
 
-inline bool awaitGone(pid_t pid, std::chrono::milliseconds limit = std::chrono::seconds(5)) {
-    auto until = std::chrono::steady_clock::now() + limit;
-    while (isAlive(pid)) {
-        if (std::chrono::steady_clock::now() >= until) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
+inline bool awaitGone(pid_t pid) {
+    return pollUntil([&] { return !isAlive(pid); }, 5);
 }
 
 inline double secondsSince(std::chrono::steady_clock::time_point start) {

@@ -12,16 +12,9 @@ namespace {
 
 TEST(TerminalScript, ShellQuotedLeavesPlainWordsAndQuotesTheRest) {
     const std::vector<std::pair<std::string, std::string>> rows = {
-        {"/usr/local/bin/corvane", "/usr/local/bin/corvane"},
-        {"--env=staging:1.2_3", "--env=staging:1.2_3"},
-        {"", "''"},
-        {"two words", "'two words'"},
-        {"it's", "'it'\\''s'"},
-        {"'", "''\\'''"},
-        {"$HOME", "'$HOME'"},
-        {"a\"b\\c", "'a\"b\\c'"},
-        {"caf\xc3\xa9", "'caf\xc3\xa9'"},  // non-ASCII letters are quoted
-        {"~", "'~'"},
+        {"/usr/local/bin/corvane", "/usr/local/bin/corvane"}, {"--env=staging:1.2_3", "--env=staging:1.2_3"},
+        {"", "''"}, {"two words", "'two words'"}, {"it's", "'it'\\''s'"}, {"'", "''\\'''"}, {"$HOME", "'$HOME'"},
+        {"a\"b\\c", "'a\"b\\c'"}, {"caf\xc3\xa9", "'caf\xc3\xa9'"}, {"~", "'~'"},
     };
     for (const auto& [text, expected] : rows) EXPECT_EQ(shellQuoted(text), expected) << text;
     EXPECT_EQ(terminalCommand("/Users/me/My Tools/corvane", {"login", "", "--name=it's"}),
@@ -31,9 +24,7 @@ TEST(TerminalScript, ShellQuotedLeavesPlainWordsAndQuotesTheRest) {
 
 // What a shell makes of a command line: the words it passes to the program.
 std::vector<std::string> wordsFromShell(const std::string& commandLine) {
-    const std::string script = "printf '%s\\0' " + commandLine;
-    std::string quotedScript = shellQuoted(script);
-    FILE* pipe = ::popen(("/bin/sh -c " + quotedScript).c_str(), "r");
+    FILE* pipe = ::popen(("/bin/sh -c " + shellQuoted("printf '%s\\0' " + commandLine)).c_str(), "r");
     if (!pipe) return {};
     std::string out;
     char buffer[256];
@@ -65,15 +56,12 @@ TEST(TerminalScript, ArgumentsReachTheShellUnchangedThroughTheScriptLiteral) {
                                                 "$(whoami) `id` ; rm -rf x", "tab\there", "*", "new\nline"};
     const std::string command = terminalCommand("/bin/echo", arguments);
     const std::string literal = appleScriptLiteral(command);
-    ASSERT_EQ(literal.front(), '"');
-    ASSERT_EQ(literal.back(), '"');
+    ASSERT_TRUE(literal.front() == '"' && literal.back() == '"') << literal;
     const std::string received = readAppleScriptLiteral(literal);
     EXPECT_EQ(received, command);
-    auto words = wordsFromShell(received);
-    ASSERT_FALSE(words.empty());
-    EXPECT_EQ(words.front(), "/bin/echo");
-    words.erase(words.begin());
-    EXPECT_EQ(words, arguments);
+    auto expected = arguments;
+    expected.insert(expected.begin(), "/bin/echo");
+    EXPECT_EQ(wordsFromShell(received), expected);
 }
 
 TEST(TerminalScript, ScriptTexts) {
@@ -115,42 +103,31 @@ TEST(TerminalScript, FailureGuidanceByCode) {
 }
 
 TEST(TerminalScript, LinuxTerminalChoice) {
-    struct Row {
-        const char* name;
-        std::optional<std::string> terminal;
-        std::set<std::string> installed;
-        std::optional<std::vector<std::string>> expectedPrefix;  // before "sh", "-c", LINE
-    };
-    const std::vector<Row> rows = {
-        {"$TERMINAL first", "foot", {"foot", "xterm", "x-terminal-emulator"}, {{"foot", "-e"}}},
-        {"$TERMINAL with its own arguments", "  kitty  --single-instance ", {"kitty"},
-         {{"kitty", "--single-instance", "-e"}}},
-        {"$TERMINAL absolute path", "/opt/term/bin/st", {}, {{"/opt/term/bin/st", "-e"}}},
-        {"$TERMINAL not installed falls through", "nosuchterm", {"xterm"}, {{"xterm", "-e"}}},
-        {"empty $TERMINAL falls through", "", {"konsole"}, {{"konsole", "-e"}}},
-        {"Debian alternative before desktop terminals", std::nullopt, {"x-terminal-emulator", "gnome-terminal"},
-         {{"x-terminal-emulator", "-e"}}},
-        {"gnome-terminal", std::nullopt, {"gnome-terminal", "xterm"}, {{"gnome-terminal", "--"}}},
-        {"xfce4-terminal", std::nullopt, {"xfce4-terminal", "kitty"}, {{"xfce4-terminal", "-x"}}},
-        {"kitty", std::nullopt, {"kitty", "alacritty"}, {{"kitty"}}},
-        {"alacritty", std::nullopt, {"alacritty", "wezterm"}, {{"alacritty", "-e"}}},
-        {"wezterm", std::nullopt, {"wezterm", "foot"}, {{"wezterm", "start", "--"}}},
-        {"foot", std::nullopt, {"foot", "xterm"}, {{"foot"}}},
-        {"xterm last", std::nullopt, {"xterm"}, {{"xterm", "-e"}}},
-        {"nothing installed", std::nullopt, {}, std::nullopt},
+    using Words = std::vector<std::string>;
+    // $TERMINAL first (with its own arguments, an absolute path), else the first installed of the
+    // known terminals in order; each is followed by "sh", "-c", LINE.
+    const std::vector<std::tuple<std::optional<std::string>, std::set<std::string>, std::optional<Words>>> rows = {
+        {"foot", {"foot", "xterm", "x-terminal-emulator"}, Words{"foot", "-e"}},
+        {"  kitty  --single-instance ", {"kitty"}, Words{"kitty", "--single-instance", "-e"}},
+        {"/opt/term/bin/st", {}, Words{"/opt/term/bin/st", "-e"}},
+        {"nosuchterm", {"xterm"}, Words{"xterm", "-e"}},
+        {"", {"konsole"}, Words{"konsole", "-e"}},
+        {std::nullopt, {"x-terminal-emulator", "gnome-terminal"}, Words{"x-terminal-emulator", "-e"}},
+        {std::nullopt, {"gnome-terminal", "xterm"}, Words{"gnome-terminal", "--"}},
+        {std::nullopt, {"xfce4-terminal", "kitty"}, Words{"xfce4-terminal", "-x"}},
+        {std::nullopt, {"kitty", "alacritty"}, Words{"kitty"}},
+        {std::nullopt, {"alacritty", "wezterm"}, Words{"alacritty", "-e"}},
+        {std::nullopt, {"wezterm", "foot"}, Words{"wezterm", "start", "--"}},
+        {std::nullopt, {"foot", "xterm"}, Words{"foot"}},
+        {std::nullopt, {"xterm"}, Words{"xterm", "-e"}},
+        {std::nullopt, {}, std::nullopt},
     };
     const std::string line = "'/usr/bin/corvane' login";
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.name);
-        const auto result = linuxTerminalInvocation(
-            r.terminal, [&](std::string_view program) { return r.installed.contains(std::string(program)); }, line);
-        if (!r.expectedPrefix) {
-            EXPECT_EQ(result, std::nullopt);
-            continue;
-        }
-        auto expected = *r.expectedPrefix;
-        expected.insert(expected.end(), {"sh", "-c", line});
-        EXPECT_EQ(result, expected);
+    for (auto [terminal, installed, expected] : rows) {
+        if (expected) expected->insert(expected->end(), {"sh", "-c", line});
+        const auto isInstalled = [&names = installed](std::string_view program) { return names.contains(std::string(program)); };
+        EXPECT_EQ(linuxTerminalInvocation(terminal, isInstalled, line), expected)
+            << terminal.value_or("(unset)") << " " << ::testing::PrintToString(installed);
     }
 }
 

@@ -6,19 +6,13 @@ namespace corvane {
 namespace {
 
 TEST(VariantTest, DetectTakesTheFirstUsableSource) {
-    struct Row {
-        const char* name;
-        std::optional<InfoDictionary> info;
-        ProcessEnvironment environment;
-        std::string expected;
-    };
+    struct Row { const char* name; std::optional<InfoDictionary> info; ProcessEnvironment environment; std::string expected; };
     const InfoDictionary beta{{"CorvaneEnvironment", "beta"}};
     const std::vector<Row> rows{
         {"nothing", std::nullopt, {}, "production"},
         {"variable wins", beta, {{"CORVANE_MENUBAR_ENV", "staging"}}, "staging"},
         {"empty variable falls through", beta, {{"CORVANE_MENUBAR_ENV", ""}}, "beta"},
         {"empty dictionary text", InfoDictionary{{"CorvaneEnvironment", ""}}, {}, "production"},
-        {"number counts as absent", InfoDictionary{{"CorvaneEnvironment", 7}}, {}, "production"},
         {"list counts as absent", InfoDictionary{{"CorvaneEnvironment", nlohmann::json::array({"x"})}}, {}, "production"},
         {"unrelated variables ignored", beta, {{"CORVANE_ENV", "dev"}}, "beta"},
         {"value kept as is", std::nullopt, {{"CORVANE_MENUBAR_ENV", " Dev "}}, " Dev "},
@@ -28,29 +22,22 @@ TEST(VariantTest, DetectTakesTheFirstUsableSource) {
 }
 
 TEST(VariantTest, NamesArgumentsAndBadgeFollowTheEnvironment) {
-    struct Row {
-        std::string appEnv;
-        std::vector<std::string> arguments;
-        std::string displayName;
-        std::optional<std::string> badge;
+    // Every name but exactly "production" is passed on with --env.
+    const std::vector<std::tuple<std::string, std::string, std::optional<std::string>>> rows{
+        {"staging", "Corvane Staging", "S"}, {"STAGING eu", "Corvane Staging Eu", "S"},
+        {"local-dev", "Corvane Local-dev", "L"}, {"9lives", "Corvane 9lives", "9"},
+        {"\xC3\xA9t\xC3\xA9", "Corvane \xC3\xA9t\xC3\xA9", "\xC3\xA9"}, {"", "Corvane ", std::nullopt},
+        {"Production", "Corvane Production", "P"},
     };
-    const std::vector<Row> rows{
-        {"production", {"menu"}, "Corvane", std::nullopt},
-        {"staging", {"menu", "--env", "staging"}, "Corvane Staging", "S"},
-        {"STAGING eu", {"menu", "--env", "STAGING eu"}, "Corvane Staging Eu", "S"},
-        {"local-dev", {"menu", "--env", "local-dev"}, "Corvane Local-dev", "L"},
-        {"9lives", {"menu", "--env", "9lives"}, "Corvane 9lives", "9"},
-        {"\xC3\xA9t\xC3\xA9", {"menu", "--env", "\xC3\xA9t\xC3\xA9"}, "Corvane \xC3\xA9t\xC3\xA9", "\xC3\xA9"},
-        {"", {"menu", "--env", ""}, "Corvane ", std::nullopt},
-        // Only the exact name is production.
-        {"Production", {"menu", "--env", "Production"}, "Corvane Production", "P"},
-    };
-    for (const auto& row : rows) {
-        Variant variant{row.appEnv};
-        EXPECT_EQ(variant.menuArguments(), row.arguments) << row.appEnv;
-        EXPECT_EQ(variant.displayName(), row.displayName) << row.appEnv;
-        EXPECT_EQ(variant.badgeLetter(), row.badge) << row.appEnv;
+    for (const auto& [appEnv, displayName, badge] : rows) {
+        Variant variant{appEnv};
+        EXPECT_EQ(variant.menuArguments(), (std::vector<std::string>{"menu", "--env", appEnv})) << appEnv;
+        EXPECT_EQ(variant.displayName(), displayName) << appEnv;
+        EXPECT_EQ(variant.badgeLetter(), badge) << appEnv;
     }
+    EXPECT_EQ(Variant{}.menuArguments(), std::vector<std::string>{"menu"});
+    EXPECT_EQ(Variant{}.displayName(), "Corvane");
+    EXPECT_EQ(Variant{}.badgeLetter(), std::nullopt);
     // "production" from either source is the default itself.
     EXPECT_EQ(Variant::detect(InfoDictionary{{"CorvaneEnvironment", "production"}}, {}), Variant{});
     EXPECT_EQ(Variant::detect(std::nullopt, {{"CORVANE_MENUBAR_ENV", "production"}}), Variant{});
@@ -69,8 +56,7 @@ TEST(VariantTest, ProcessEnvironmentIsRead) {
     ASSERT_EQ(setenv("CORVANE_VARIANT_TEST_PROBE", "a=b", 1), 0);
     auto environment = currentProcessEnvironment();
     unsetenv("CORVANE_VARIANT_TEST_PROBE");
-    ASSERT_TRUE(environment.count("CORVANE_VARIANT_TEST_PROBE"));
-    EXPECT_EQ(environment.at("CORVANE_VARIANT_TEST_PROBE"), "a=b");
+    EXPECT_EQ(environment["CORVANE_VARIANT_TEST_PROBE"], "a=b");
 }
 
 }  // namespace
