@@ -14,10 +14,6 @@ namespace {
 
 using namespace harness;
 
-Spawned spawnSim(const std::vector<std::string>& args, const std::vector<std::string>& extraEnv) {
-    return spawnProcess(CORVANE_SIM_EXE, args, extraEnv);
-}
-
 corvane::Instant currentInstant() {
     return std::chrono::time_point_cast<std::chrono::microseconds>(std::chrono::system_clock::now());
 }
@@ -28,24 +24,8 @@ std::optional<corvane::Instant> modifiedInstant(const std::string& path) {
     return corvane::Instant(std::chrono::microseconds(info.st_mtim.tv_sec * 1000000LL + info.st_mtim.tv_nsec / 1000));
 }
 
-// "2026-11-21T19:44:18.123Z"
-bool isWireTime(const Json& value) {
-    if (!value.is_string()) return false;
-    const auto text = value.get<std::string>();
-    const std::string shape = "dddd-dd-ddTdd:dd:dd.dddZ";
-    if (text.size() != shape.size()) return false;
-    for (size_t i = 0; i < shape.size(); ++i)
-        if (shape[i] == 'd' ? !std::isdigit(static_cast<unsigned char>(text[i])) : text[i] != shape[i]) return false;
-    return true;
-}
-
 class CorvaneSim : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/corvane-sim-test-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        home = pattern;
-    }
     void TearDown() override {
         for (const pid_t pid : started) {
             // Only a child not yet reaped is still ours to end; a reaped id may belong to anyone now.
@@ -54,16 +34,15 @@ protected:
                 waitpid(pid, nullptr, 0);
             }
         }
-        fs::remove_all(home);
     }
 
     ProcessResult run(const std::vector<std::string>& args, std::vector<std::string> env = {}) {
         env.push_back("CORVANE_SIM_HOME=" + home.string());
-        return finish(spawnSim(args, env));
+        return finish(spawnProcess(CORVANE_SIM_EXE, args, env));
     }
     Spawned start(const std::vector<std::string>& args, std::vector<std::string> env = {}) {
         env.push_back("CORVANE_SIM_HOME=" + home.string());
-        Spawned child = spawnSim(args, env);
+        Spawned child = spawnProcess(CORVANE_SIM_EXE, args, env);
         started.push_back(child.pid);
         return child;
     }
@@ -73,7 +52,8 @@ protected:
         return Json::parse(result.out, nullptr, false);
     }
 
-    fs::path home;
+    TempFolder folder{"corvane-sim-test"};
+    const fs::path home = folder.path();
     std::vector<pid_t> started;
 };
 
@@ -108,10 +88,7 @@ void collectDecoded(const std::vector<corvane::MenuItem>& rows, DemoCoverage& se
 // The app's own decoder is the judge: a row the stand-in spells wrong would silently disappear.
 TEST_F(CorvaneSim, DemoAnswerKeepsEveryRowThroughTheAppDecoder) {
     using namespace corvane;
-    const struct {
-        const char* offer;
-        bool hasUpdateRow;
-    } rows[] = {{"1.5.0", true}, {"none", false}};
+    const struct { const char* offer; bool hasUpdateRow; } rows[] = {{"1.5.0", true}, {"none", false}};
     for (const auto& row : rows) {
         ASSERT_EQ(run({"sim", "offer", row.offer}).exitCode, 0);
         const auto answer = run({"menu"});
@@ -146,10 +123,8 @@ TEST_F(CorvaneSim, DemoAnswerKeepsEveryRowThroughTheAppDecoder) {
 }
 
 TEST_F(CorvaneSim, MenuEchoesEnvAndLogsWhatItWasGiven) {
-    const struct {
-        std::vector<std::string> args;
-        const char* appEnv;
-    } rows[] = {{{"menu"}, "production"}, {{"menu", "--env", "staging"}, "staging"}, {{"menu", "--env=dev"}, "dev"}};
+    const struct { std::vector<std::string> args; const char* appEnv; } rows[] = {
+        {{"menu"}, "production"}, {{"menu", "--env", "staging"}, "staging"}, {{"menu", "--env=dev"}, "dev"}};
     for (const auto& row : rows) EXPECT_EQ(menu(row.args)["appEnv"], row.appEnv) << row.appEnv;
 
     menu({"menu"}, {"CORVANE_MENU_REFRESH_ID=poll-42", "CORVANE_NATIVE_DIAGNOSTICS=1"});
@@ -160,13 +135,8 @@ TEST_F(CorvaneSim, MenuEchoesEnvAndLogsWhatItWasGiven) {
 }
 
 TEST_F(CorvaneSim, MenuFaultsMisbehaveAsAdvertised) {
-    const struct {
-        const char* fault;
-        int exitCode;
-        int contract;  // 0: stdout must not be JSON
-        size_t minimumBytes;
-        bool marker;
-    } rows[] = {
+    // contract 0: stdout must not be JSON
+    const struct { const char* fault; int exitCode, contract; size_t minimumBytes; bool marker; } rows[] = {
         {"exit:7", 7, 0, 0, true},     {"garbage", 0, 0, 1, false},          {"contract2", 0, 2, 1, false},
         {"slow:0.2", 0, 1, 1, false},  {"big:1", 0, 1, 1 << 20, false},       {"bigspace:1", 0, 1, 1 << 20, false},
     };
@@ -175,11 +145,7 @@ TEST_F(CorvaneSim, MenuFaultsMisbehaveAsAdvertised) {
         EXPECT_EQ(result.exitCode, row.exitCode) << row.fault;
         EXPECT_GE(result.out.size(), row.minimumBytes) << row.fault;
         const Json answer = Json::parse(result.out, nullptr, false);
-        if (row.contract == 0) {
-            EXPECT_TRUE(answer.is_discarded()) << row.fault;
-        } else {
-            EXPECT_EQ(answer.value("contract", 0), row.contract) << row.fault;
-        }
+        EXPECT_EQ(answer.is_discarded() ? 0 : answer.value("contract", -1), row.contract) << row.fault;
         const auto at = result.err.find("CORVANE_DIAGNOSTIC {");
         EXPECT_EQ(at != std::string::npos, row.marker) << row.fault;
         if (row.marker) {
@@ -199,10 +165,7 @@ TEST_F(CorvaneSim, FaultFileOverridesTheEnvironmentBetweenPolls) {
 }
 
 TEST_F(CorvaneSim, HangingFaultsEndOnlyWithTheRightSignal) {
-    const struct {
-        const char* fault;
-        bool survivesTerm;
-    } rows[] = {{"hang", false}, {"ignore-term", true}};
+    const struct { const char* fault; bool survivesTerm; } rows[] = {{"hang", false}, {"ignore-term", true}};
     for (const auto& row : rows) {
         Spawned child = start({"menu"}, {std::string("CORVANE_SIM_FAULT=") + row.fault});
         int status = 0;
@@ -219,34 +182,21 @@ TEST_F(CorvaneSim, HangingFaultsEndOnlyWithTheRightSignal) {
     }
 }
 
+// The stamp's format is judged by the app's reader below; this checks what the options change.
 TEST_F(CorvaneSim, WriteOnceStampsASnapshotAndBumpsItsSequence) {
-    const Json announced = menu();
-    const fs::path snapshotPath = announced["snapshotFiles"]["snapshot"].get<std::string>();
-    const struct {
-        std::vector<std::string> args;
-        int sequence;
-        bool sameBoot;
-    } rows[] = {{{"snapshot-write-once", "--pid", "4242"}, 1, false},
-                {{"snapshot-write-once", "--bump", "--pid", "4242"}, 2, true},
-                {{"snapshot-write-once", "--bump", "--pid", "4242"}, 3, true},
-                {{"snapshot-write-once", "--pid", "4242"}, 1, false}};
+    const fs::path snapshotPath = menu()["snapshotFiles"]["snapshot"].get<std::string>();
+    const std::vector<std::string> once{"snapshot-write-once", "--pid", "4242"}, bump{"snapshot-write-once", "--bump",
+                                                                                       "--pid", "4242"};
+    const struct { std::vector<std::string> args; int sequence; bool sameBoot; } rows[] = {
+        {once, 1, false}, {bump, 2, true}, {bump, 3, true}, {once, 1, false}};
     std::string previousBoot;
     for (const auto& row : rows) {
         ASSERT_EQ(run(row.args).exitCode, 0);
-        const Json file = Json::parse(readText(snapshotPath), nullptr, false);
-        ASSERT_TRUE(file.is_object());
-        EXPECT_EQ(file["contract"], 1);
-        const Json& stamp = file["snapshot"];
-        EXPECT_EQ(stamp["version"], 1);
-        EXPECT_EQ(stamp["pid"], 4242);
-        EXPECT_EQ(stamp["sequence"], row.sequence);
-        EXPECT_EQ(stamp["bootId"] == previousBoot, row.sameBoot);
-        previousBoot = stamp["bootId"];
-        for (const char* key : {"writtenAt", "staleAfter", "readStartedAt"}) EXPECT_TRUE(isWireTime(stamp[key])) << key;
-        // Same-shape UTC texts order like the instants they name.
-        EXPECT_LE(stamp["readStartedAt"].get<std::string>(), stamp["writtenAt"].get<std::string>());
-        EXPECT_LT(stamp["writtenAt"].get<std::string>(), stamp["staleAfter"].get<std::string>());
-        for (const char* key : {"apiUrl", "webUrl", "enrollment"}) EXPECT_EQ(stamp[key], announced["snapshotIdentity"][key]) << key;
+        const Json stamp = objectOf(readText(snapshotPath)).value("snapshot", Json::object());
+        EXPECT_EQ(stamp.value("pid", 0), 4242);
+        EXPECT_EQ(stamp.value("sequence", 0), row.sequence);
+        EXPECT_EQ(stamp.value("bootId", "") == previousBoot, row.sameBoot);
+        previousBoot = stamp.value("bootId", "");
     }
 }
 
@@ -282,19 +232,8 @@ TEST_F(CorvaneSim, WriterAnswersRefreshAndOpenRequestsAndStopsOnTerm) {
     EXPECT_EQ(finish(writer, 5).exitCode, 0);
 }
 
-TEST_F(CorvaneSim, ClickReportsAreRecorded) {
-    const std::vector<std::string> args{"report-agent-click", "sess-1", "claude"};
-    ASSERT_EQ(run(args).exitCode, 0);
-    EXPECT_EQ(lastJsonLine(home / "clicks.jsonl")["args"], Json::array({"sess-1", "claude"}));
-}
-
 TEST_F(CorvaneSim, UpdateInstallsTheOfferOrFailsWithAMarker) {
-    const struct {
-        const char* failEnv;
-        int exitCode;
-        const char* versionAfter;
-        bool offerAfter;
-    } rows[] = {{"CORVANE_SIM_UPDATE_FAIL=1", 1, "1.4.0", true}, {"CORVANE_SIM_UPDATE_FAIL=0", 0, "1.5.0", false}};
+    const struct { const char* failEnv; int exitCode; const char* versionAfter; bool offerAfter; } rows[] = {{"CORVANE_SIM_UPDATE_FAIL=1", 1, "1.4.0", true}, {"CORVANE_SIM_UPDATE_FAIL=0", 0, "1.5.0", false}};
     for (const auto& row : rows) {
         const auto result = run({"update", "--background"}, {row.failEnv, "CORVANE_SIM_UPDATE_SECONDS=0.1"});
         EXPECT_EQ(result.exitCode, row.exitCode) << row.failEnv;
@@ -308,13 +247,12 @@ TEST_F(CorvaneSim, UpdateInstallsTheOfferOrFailsWithAMarker) {
 }
 
 TEST_F(CorvaneSim, ActionTargetsExitAsTheDemoExpects) {
-    const struct {
-        std::vector<std::string> args;
-        int exitCode;
-    } rows[] = {{{"sessions", "sync"}, 0}, {{"doctor", "--fail"}, 3}, {{"sleep", "0.1"}, 0},
+    const struct { std::vector<std::string> args; int exitCode; } rows[] = {
+                {{"sessions", "sync"}, 0}, {{"report-agent-click", "sess-1", "claude"}, 0}, {{"doctor", "--fail"}, 3}, {{"sleep", "0.1"}, 0},
                 {{"notices", "dismiss", "x"}, 0}, {{"no-such-command"}, 2}, {{"menu", "--bogus"}, 2}};
     for (const auto& row : rows) EXPECT_EQ(run(row.args).exitCode, row.exitCode) << row.args[0];
     EXPECT_NE(run({"no-such-command"}).err.find("usage:"), std::string::npos);
+    EXPECT_EQ(lastJsonLine(home / "clicks.jsonl")["args"], Json::array({"sess-1", "claude"}));
     // State-changing commands outdate the snapshot, as the real CLI does.
     EXPECT_TRUE(fs::exists(home / "refresh-request"));
 }

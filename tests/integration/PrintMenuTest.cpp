@@ -1,87 +1,40 @@
 // `corvane-menubar --print-menu` run as a person or a script would: on the bundled sample, on
 // garbage and on hostile answers, reading files and standard input.
 
+#include "integration/ProcessHarness.h"
+
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <vector>
-
-extern char** environ;
 
 namespace {
 
-namespace fs = std::filesystem;
-using Json = nlohmann::json;
+using namespace harness;
 
 const std::string sample = std::string(CORVANE_TEST_DATA_DIR) + "/sample-menu.json";
 
-struct Result {
-    int exitCode = -1;  // -1: ended by a signal
-    std::string out;
-    std::string err;
-};
-
-std::string readFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
 class PrintMenu : public ::testing::Test {
 protected:
-    fs::path dir;
-
-    void SetUp() override {
-        char pattern[] = "/tmp/print-menu-test-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        dir = pattern;
-    }
-    void TearDown() override { fs::remove_all(dir); }
+    TempFolder dir{"print-menu-test"};
 
     fs::path write(const std::string& name, const std::string& bytes) {
-        fs::path path = dir / name;
+        fs::path path = dir.path() / name;
         std::ofstream(path, std::ios::binary) << bytes;
         return path;
     }
 
-    // Runs the app with `args`, `stdinBytes` on its standard input.
-    Result run(std::vector<std::string> args, const std::string& stdinBytes = "") {
-        const fs::path in = write("stdin", stdinBytes), out = dir / "stdout", err = dir / "stderr";
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
-        posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        args.insert(args.begin(), CORVANE_MENUBAR_EXE);
-        std::vector<char*> argv;
-        for (auto& arg : args) argv.push_back(arg.data());
-        argv.push_back(nullptr);
-        pid_t pid = -1;
-        Result result;
-        const int spawned = posix_spawn(&pid, CORVANE_MENUBAR_EXE, &actions, nullptr, argv.data(), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        if (spawned != 0) return result;
-        int status = 0;
-        waitpid(pid, &status, 0);
-        if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
-        result.out = readFile(out);
-        result.err = readFile(err);
-        return result;
+    // Runs the app with `args`, `stdinBytes` on its standard input (read whole before any output).
+    ProcessResult run(const std::vector<std::string>& args, const std::string& stdinBytes = "") {
+        Spawned child = spawnProcess(CORVANE_MENUBAR_EXE, args, {}, true);
+        for (size_t at = 0; at < stdinBytes.size();) {
+            const ssize_t n = ::write(child.inFd, stdinBytes.data() + at, stdinBytes.size() - at);
+            if (n <= 0) break;
+            at += static_cast<size_t>(n);
+        }
+        return finish(child, 60);
     }
 };
 
 TEST_F(PrintMenu, ShowsTheSampleAsText) {
-    Result result = run({"--print-menu", "--payload", sample, "--now", "2025-03-01T10:05:00Z"});
+    ProcessResult result = run({"--print-menu", "--payload", sample, "--now", "2025-03-01T10:05:00Z"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.err, "");
     for (const char* line : {"state: payload\n", "icon:  attention\n",
@@ -99,8 +52,8 @@ TEST_F(PrintMenu, ShowsTheSampleAsText) {
 }
 
 TEST_F(PrintMenu, PrintsOneJsonObject) {
-    std::string answer = readFile(sample);
-    Result result = run({"--print-menu", "--payload", "-", "--json", "--now", "2025-03-01T10:05:00Z"}, answer);
+    std::string answer = readText(sample);
+    ProcessResult result = run({"--print-menu", "--payload", "-", "--json", "--now", "2025-03-01T10:05:00Z"}, answer);
     ASSERT_EQ(result.exitCode, 0) << result.err;
     Json frame = Json::parse(result.out);
     EXPECT_EQ(frame["state"], "payload");
@@ -122,12 +75,12 @@ TEST_F(PrintMenu, PrintsOneJsonObject) {
 }
 
 TEST_F(PrintMenu, RefusesWhatItCannotRead) {
-    Json damaged = Json::parse(readFile(sample));
+    Json damaged = Json::parse(readText(sample));
     damaged["items"][3]["title"] = 42;
     std::string deep;
     for (int i = 0; i < 100'000; ++i) deep += R"({"type":"submenu","title":"S","items":[)";
     for (int i = 0; i < 100'000; ++i) deep += "]}";
-    Json deepAnswer = Json::parse(readFile(sample));
+    Json deepAnswer = Json::parse(readText(sample));
     std::string deepText = deepAnswer.dump();
     deepText.replace(deepText.find("\"items\":[") + 9, 0, deep + ",");
     struct Row {
@@ -145,7 +98,7 @@ TEST_F(PrintMenu, RefusesWhatItCannotRead) {
         {"deep submenus", deepText, 0, ""},
     };
     for (const auto& row : rows) {
-        Result result = run({"--print-menu", "--payload", write("answer.json", row.bytes).string()});
+        ProcessResult result = run({"--print-menu", "--payload", write("answer.json", row.bytes).string()});
         EXPECT_EQ(result.exitCode, row.exitCode) << row.name << ": " << result.err;
         EXPECT_NE(result.err.find(row.stderrHas), std::string::npos) << row.name << ": " << result.err;
     }
@@ -161,7 +114,7 @@ TEST_F(PrintMenu, ExplainsBadUsage) {
         {{"--print-menu", "--payload", (fs::path("/nonexistent") / "menu.json").string()}, 1},
     };
     for (const auto& [args, exitCode] : rows) {
-        Result result = run(args);
+        ProcessResult result = run(args);
         EXPECT_EQ(result.exitCode, exitCode) << testing::PrintToString(args);
         EXPECT_EQ(result.out, "");
         EXPECT_NE(result.err.find(exitCode == 64 ? "usage: corvane-menubar" : "cannot open"), std::string::npos)
