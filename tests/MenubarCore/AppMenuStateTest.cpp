@@ -27,11 +27,7 @@ TEST(AppMenuState, DecidesInAFixedOrder) {
         in.now = plusSeconds(launched, secondsSinceLaunch);
         return in;
     };
-    struct Row {
-        const char* name;
-        AppStateInputs in;
-        AppMenuState expected;
-    };
+    struct Row { const char* name; AppStateInputs in; AppMenuState expected; };
     auto with = [&](double since, auto change) {
         AppStateInputs in = inputs(since);
         change(in);
@@ -74,10 +70,8 @@ TEST(AppMenuState, ShowsAnIconOnlyForAFreshPayload) {
         {appstate::Payload{payloadWith(60, MenuIcon::paused)}, IconState::paused},
         {appstate::Payload{payloadWith(60, std::nullopt)}, IconState::unknown},
         {appstate::StalePayload{payloadWith(60, MenuIcon::attention), launched}, IconState::unknown},
-        {appstate::Unresponsive{}, IconState::unknown},
-        {appstate::ContractMismatch{2}, IconState::unknown},
-        {appstate::Checking{}, IconState::unknown},
-        {appstate::CliNotFound{}, IconState::unknown},
+        {appstate::Unresponsive{}, IconState::unknown}, {appstate::ContractMismatch{2}, IconState::unknown},
+        {appstate::Checking{}, IconState::unknown}, {appstate::CliNotFound{}, IconState::unknown},
     };
     for (const auto& [state, icon] : rows) EXPECT_EQ(iconState(state), icon) << stateName(state);
 }
@@ -86,10 +80,9 @@ TEST(AppMenuState, BakesItsOwnRows) {
     const MenuAction diagnostics{"Copy Diagnostics", verb::Diagnostics{}, {}, {}, true};
     const std::string notResponding = "The Corvane CLI isn't responding";
     const Instant now = plusSeconds(launched, 185);
-    struct Row {
-        AppMenuState state;
-        std::optional<std::vector<MenuItem>> expected;
-    };
+    const row::Status neverAnswered{StatusMark::problem, notResponding, "It hasn't answered since this app started.", {},
+                                    diagnostics};
+    struct Row { AppMenuState state; std::optional<std::vector<MenuItem>> expected; };
     const Row rows[] = {
         {appstate::Payload{payloadWith(60, MenuIcon::running)}, std::nullopt},
         {appstate::CliNotFound{},
@@ -103,16 +96,10 @@ TEST(AppMenuState, BakesItsOwnRows) {
          std::vector<MenuItem>{row::Status{StatusMark::problem, "This app is too old for the installed Corvane CLI",
                                            "The CLI now speaks menu format 2; this app speaks 1. Update the app.", {},
                                            diagnostics}}},
-        {appstate::Unresponsive{"corvane menu didn't answer within 90 seconds"},
-         std::vector<MenuItem>{
-             row::Status{StatusMark::problem, notResponding, "It hasn't answered since this app started.", {}, diagnostics},
-             row::Status{StatusMark::muted, "corvane menu didn't answer within 90 seconds", {}, {}, {}}}},
-        {appstate::Unresponsive{""},
-         std::vector<MenuItem>{
-             row::Status{StatusMark::problem, notResponding, "It hasn't answered since this app started.", {}, diagnostics}}},
-        {appstate::Unresponsive{},
-         std::vector<MenuItem>{
-             row::Status{StatusMark::problem, notResponding, "It hasn't answered since this app started.", {}, diagnostics}}},
+        {appstate::Unresponsive{"corvane menu didn't answer within 90 seconds"}, std::vector<MenuItem>{
+             neverAnswered, row::Status{StatusMark::muted, "corvane menu didn't answer within 90 seconds", {}, {}, {}}}},
+        {appstate::Unresponsive{""}, std::vector<MenuItem>{neverAnswered}},
+        {appstate::Unresponsive{}, std::vector<MenuItem>{neverAnswered}},
         {appstate::StalePayload{payloadWith(60, MenuIcon::running), launched},
          std::vector<MenuItem>{row::Status{StatusMark::problem, notResponding,
                                            "No answer for 3 minutes. This menu can't show current status.", {}, diagnostics}}},

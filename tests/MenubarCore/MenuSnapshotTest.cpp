@@ -19,27 +19,11 @@ const Instant staleAt = *parseMenuTime("2025-03-01T10:02:00Z");
 const Instant now = *parseMenuTime("2025-03-01T10:00:30Z");
 
 Json snapshotFile() {
-    return Json{
-        {"contract", 1},
-        {"appEnv", "staging"},
-        {"cliVersion", "1.4.0"},
-        {"icon", "running"},
-        {"refreshSeconds", 30},
-        {"watchPaths", Json::array({"/tmp/state"})},
-        {"items", Json::array({{{"type", "header"}, {"title", "Corvane"}}})},
-        {"more", Json::array()},
-        {"snapshot",
-         {{"version", 1},
-          {"bootId", "boot-7"},
-          {"pid", 4242},
-          {"sequence", 3},
-          {"writtenAt", "2025-03-01T10:00:01.500Z"},
-          {"staleAfter", "2025-03-01T10:02:00Z"},
-          {"readStartedAt", "2025-03-01T10:00:00Z"},
-          {"apiUrl", "https://api.corvane.dev"},
-          {"webUrl", "https://corvane.dev"},
-          {"enrollment", {{"machineId", "m-1"}}}}},
-    };
+    return Json::parse(R"({"contract": 1, "appEnv": "staging", "cliVersion": "1.4.0", "icon": "running",
+        "refreshSeconds": 30, "watchPaths": ["/tmp/state"], "items": [{"type": "header", "title": "Corvane"}], "more": [],
+        "snapshot": {"version": 1, "bootId": "boot-7", "pid": 4242, "sequence": 3, "writtenAt": "2025-03-01T10:00:01.500Z",
+                     "staleAfter": "2025-03-01T10:02:00Z", "readStartedAt": "2025-03-01T10:00:00Z",
+                     "apiUrl": "https://api.corvane.dev", "webUrl": "https://corvane.dev", "enrollment": {"machineId": "m-1"}}})");
 }
 
 const SnapshotIdentity expectedIdentity{"staging", "1.4.0", "https://api.corvane.dev", "https://corvane.dev",
@@ -61,12 +45,13 @@ TEST(MenuSnapshot, ReadRules) {
     struct Row {
         const char* name;
         Edit edit;
-        std::optional<SnapshotIdentity> expected;
-        std::optional<Instant> requestedAt;
-        Instant at;
-        bool running;
         std::optional<SnapshotSkip> skip;  // absent: drawn
+        std::optional<SnapshotIdentity> expected = expectedIdentity;
+        std::optional<Instant> requestedAt = std::nullopt;
+        Instant at = now;
+        bool running = true;
     };
+    const auto U = SnapshotSkip::unreadable, O = SnapshotSkip::otherIdentity;
     const auto withOrg = [] {
         SnapshotIdentity identity = expectedIdentity;
         identity.enrollment->orgId = "org-1";
@@ -79,41 +64,33 @@ TEST(MenuSnapshot, ReadRules) {
     const auto dropStamp = [](const char* key) -> Edit { return [=](Json& file) { file["snapshot"].erase(key); }; };
 
     const Row rows[] = {
-        {"draws", none, expectedIdentity, std::nullopt, now, true, std::nullopt},
-        {"stamp version 2", stamp("version", 2), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
-        {"sequence 0", stamp("sequence", 0), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
-        {"sequence as text", stamp("sequence", "3"), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
-        {"contract 2 is unreadable, not a mismatch", top("contract", 2), expectedIdentity, {}, now, true,
-         SnapshotSkip::unreadable},
-        {"payload damaged", top("items", 5), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
-        {"no stamp", [](Json& f) { f.erase("snapshot"); }, expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
-        {"no boot id", dropStamp("bootId"), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
-        {"pid beyond 32 bits", stamp("pid", 4'294'967'296LL), expectedIdentity, {}, now, true,
-         SnapshotSkip::unreadable},
-        {"unparsable written time", stamp("writtenAt", "yesterday"), expectedIdentity, {}, now, true,
-         SnapshotSkip::unreadable},
-        {"no read start", dropStamp("readStartedAt"), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
-        {"no web URL", dropStamp("webUrl"), expectedIdentity, {}, now, true, SnapshotSkip::unreadable},
-        {"enrollment without machine", stamp("enrollment", Json{{"orgId", "o"}}), expectedIdentity, {}, now, true,
-         SnapshotSkip::unreadable},
-        {"nothing expected", none, std::nullopt, {}, now, true, SnapshotSkip::otherIdentity},
-        {"org id only in the file", stamp("enrollment", Json{{"machineId", "m-1"}, {"orgId", "org-1"}}),
-         expectedIdentity, {}, now, true, SnapshotSkip::otherIdentity},
-        {"org id only expected", none, withOrg, {}, now, true, SnapshotSkip::otherIdentity},
-        {"no enrollment in the file", dropStamp("enrollment"), expectedIdentity, {}, now, true,
-         SnapshotSkip::otherIdentity},
-        {"another CLI version", top("cliVersion", "1.5.0"), expectedIdentity, {}, now, true,
-         SnapshotSkip::otherIdentity},
-        {"another environment, and stale too", top("appEnv", "production"), expectedIdentity, {}, staleAt, false,
-         SnapshotSkip::otherIdentity},
-        {"stale exactly at staleAfter", none, expectedIdentity, {}, staleAt, true, SnapshotSkip::stale},
-        {"stale and stopped", none, expectedIdentity, {}, plusSeconds(staleAt, 1), false, SnapshotSkip::stale},
-        {"fresh just before staleAfter", none, expectedIdentity, {}, plusSeconds(staleAt, -0.001), true, std::nullopt},
-        {"writer stopped", none, expectedIdentity, plusSeconds(readStart, 1), now, false, SnapshotSkip::stopped},
-        {"refresh asked 1 ms after the read began", none, expectedIdentity, plusSeconds(readStart, 0.001), now, true,
-         SnapshotSkip::refreshPending},
-        {"refresh asked as the read began", none, expectedIdentity, readStart, now, true, std::nullopt},
-        {"refresh asked before the read", none, expectedIdentity, plusSeconds(readStart, -5), now, true, std::nullopt},
+        {"draws", none, std::nullopt},
+        {"stamp version 2", stamp("version", 2), U},
+        {"sequence 0", stamp("sequence", 0), U},
+        {"sequence as text", stamp("sequence", "3"), U},
+        {"contract 2 is unreadable, not a mismatch", top("contract", 2), U},
+        {"payload damaged", top("items", 5), U},
+        {"no stamp", [](Json& f) { f.erase("snapshot"); }, U},
+        {"no boot id", dropStamp("bootId"), U},
+        {"pid beyond 32 bits", stamp("pid", 4'294'967'296LL), U},
+        {"unparsable written time", stamp("writtenAt", "yesterday"), U},
+        {"no read start", dropStamp("readStartedAt"), U},
+        {"no web URL", dropStamp("webUrl"), U},
+        {"enrollment without machine", stamp("enrollment", Json{{"orgId", "o"}}), U},
+        {"nothing expected", none, O, std::nullopt},
+        {"org id only in the file", stamp("enrollment", Json{{"machineId", "m-1"}, {"orgId", "org-1"}}), O},
+        {"org id only expected", none, O, withOrg},
+        {"no enrollment in the file", dropStamp("enrollment"), O},
+        {"another CLI version", top("cliVersion", "1.5.0"), O},
+        {"another environment, and stale too", top("appEnv", "production"), O, expectedIdentity, {}, staleAt, false},
+        {"stale exactly at staleAfter", none, SnapshotSkip::stale, expectedIdentity, {}, staleAt},
+        {"stale and stopped", none, SnapshotSkip::stale, expectedIdentity, {}, plusSeconds(staleAt, 1), false},
+        {"fresh just before staleAfter", none, std::nullopt, expectedIdentity, {}, plusSeconds(staleAt, -0.001)},
+        {"writer stopped", none, SnapshotSkip::stopped, expectedIdentity, plusSeconds(readStart, 1), now, false},
+        {"refresh asked 1 ms after the read began", none, SnapshotSkip::refreshPending, expectedIdentity,
+         plusSeconds(readStart, 0.001)},
+        {"refresh asked as the read began", none, std::nullopt, expectedIdentity, readStart},
+        {"refresh asked before the read", none, std::nullopt, expectedIdentity, plusSeconds(readStart, -5)},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -144,11 +121,9 @@ TEST(MenuSnapshot, ReadRules) {
 
 TEST(MenuSnapshot, SkipWords) {
     const std::pair<SnapshotSkip, const char*> words[] = {
-        {SnapshotSkip::missing, "missing"},     {SnapshotSkip::unreadable, "unreadable"},
-        {SnapshotSkip::otherIdentity, "other-identity"}, {SnapshotSkip::stale, "stale"},
-        {SnapshotSkip::stopped, "stopped"},     {SnapshotSkip::refreshPending, "refresh-pending"},
-        {SnapshotSkip::cliChanged, "cli-changed"},
-    };
+        {SnapshotSkip::missing, "missing"}, {SnapshotSkip::unreadable, "unreadable"},
+        {SnapshotSkip::otherIdentity, "other-identity"}, {SnapshotSkip::stale, "stale"}, {SnapshotSkip::stopped, "stopped"},
+        {SnapshotSkip::refreshPending, "refresh-pending"}, {SnapshotSkip::cliChanged, "cli-changed"}};
     for (const auto& [skip, word] : words) {
         EXPECT_EQ(wireWord(skip), word);
         EXPECT_EQ(snapshotSkipFromWord(word), skip);
@@ -159,11 +134,7 @@ TEST(MenuSnapshot, SkipWords) {
 TEST(MenuSnapshot, PayloadFreshness) {
     const Instant success = *parseMenuTime("2025-03-01T10:00:00Z");
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    struct Row {
-        double age;
-        double refreshSeconds;
-        bool fresh;
-    };
+    struct Row { double age, refreshSeconds; bool fresh; };
     const Row rows[] = {{60, 30, true},   {60.001, 30, false}, {0, 30, true},      {-5, 30, true},
                         {1, 0, false},    {1, nan, false},     {1e6, 1e6, true},   {121, 60, false}};
     for (const auto& row : rows)
