@@ -17,7 +17,13 @@ CliUpdate makeUpdate(Phase phase, std::optional<std::string> target = "1.4.0", b
 }
 
 TEST(CliUpdateTexts, ByPhaseAndBlocking) {
-    struct Row { CliUpdate update; std::string title; std::optional<std::string> subtitle; std::string actionTitle; bool canStart; };
+    struct Row {
+        CliUpdate update;
+        std::string title;
+        std::optional<std::string> subtitle;
+        std::string actionTitle;
+        bool canStart;
+    };
     const Row rows[] = {
         {makeUpdate(Phase::available), "Corvane CLI 1.4.0 is available. Update?", "You have 1.3.0.",
          "Update Corvane CLI to 1.4.0", true},
@@ -269,9 +275,9 @@ TEST(CliUpdatePresentationJson, RoundTripAndRejects) {
         EXPECT_EQ(*decoded, value);
     }
     nlohmann::json keys = toJson(full);
-    for (const char* key : {"update", "index", "startedAt", "sourceVersion", "sourcePath", "successWasShown", "update/phase",
-                            "update/target", "update/installedVersion", "update/detail", "update/isBlocked", "update/run",
-                            "update/logPath"})
+    for (const char* key : {"update", "index", "startedAt", "sourceVersion", "sourcePath", "successWasShown",
+                            "update/phase", "update/target", "update/installedVersion", "update/detail",
+                            "update/isBlocked", "update/run", "update/logPath"})
         EXPECT_TRUE(keys.contains(nlohmann::json::json_pointer(std::string("/") + key))) << key;
     EXPECT_EQ(keys["update"]["phase"], "installing");
 

@@ -200,7 +200,8 @@ TEST(ClientLog, RepeatingFailureForTwelveMinutes) {
     log.record("poll", plusSeconds(t0, 730), diag(Op::menuPoll, Outcome::available));
 
     std::vector<double> times;
-    for (const auto& line : readLines(tmp.path / "menubar.jsonl")) times.push_back(Json::parse(line)["time"].get<double>());
+    for (const auto& line : readLines(tmp.path / "menubar.jsonl"))
+        times.push_back(Json::parse(line)["time"].get<double>());
     EXPECT_EQ(events(tmp.path / "menubar.jsonl"),
               (std::vector<std::string>{"transition menu.poll failed 1", "repeat menu.poll failed 30",
                                         "repeat menu.poll failed 30", "repeat menu.poll failed 12",
