@@ -18,21 +18,23 @@ namespace corvane {
 namespace {
 
 using Outcome = ProcessRunner::Outcome;
+using Op = DiagnosticOperation;
+using D = DiagnosticOutcome;
 
 MenuAction makeAction(std::string title, MenuVerb verb, std::optional<Arguments> reportClick = std::nullopt) {
     return MenuAction{std::move(title), std::move(verb), std::move(reportClick), std::nullopt, true};
 }
-
 MenuAction runAction() { return makeAction("Doctor", verb::Run{{"doctor"}}); }
-
 MenuAction syncAction() {
-    return makeAction("Sync",
-                      verb::Background{BackgroundAction{{"sync"}, "Syncing…", "Fetching sessions"}, std::nullopt});
+    return makeAction("Sync", verb::Background{BackgroundAction{{"sync"}, "Syncing…", "Fetching sessions"}, {}});
 }
 
-ClientDiagnostic diagnostic(DiagnosticOperation operation, DiagnosticOutcome outcome, std::optional<std::string> domain,
+ClientDiagnostic diagnostic(Op operation, D outcome, std::optional<std::string> domain,
                             std::optional<std::string> code) {
     return ClientDiagnostic{operation, outcome, std::move(domain), std::move(code), std::nullopt, std::nullopt};
+}
+ClientDiagnostic analytics(std::string domain, std::string code) {
+    return diagnostic(Op::menuAnalytics, D::failed, std::move(domain), std::move(code));
 }
 
 const std::string cliMarker =
@@ -46,13 +48,11 @@ struct Harness {
     std::shared_ptr<ActionRunner> runner = ActionRunner::create(loop, work, effects);
     ActionRunner::RunResult result = Outcome{"", "", 0, false};
     ActionRunner::RunResult clickResult = Outcome{"", "", 0, false};
-    std::vector<Arguments> commands;
-    std::vector<Arguments> clicks;
+    std::vector<Arguments> commands, clicks;
     std::shared_ptr<RunCancellation> cancellation;
     std::vector<ClientDiagnostic> diagnostics;
     std::vector<std::string> eventIds;
-    int stateChanges = 0;
-    int runsFinished = 0;
+    int stateChanges = 0, runsFinished = 0;
 
     Harness() {
         runner->located = CliLocator::Located{"/opt/Corvane Tools/corvane", "/usr/bin:/bin"};
@@ -96,25 +96,24 @@ TEST(ActionRunner, RunEndsInItsMessageAndDiagnostic) {
         ClientDiagnostic diagnostic;
         std::vector<std::string> offers;
     };
-    const auto spawnFailure = ClientDiagnostic::system(DiagnosticOperation::menuPoll, SystemError::posix(2));
+    const auto spawnFailure = ClientDiagnostic::system(Op::menuPoll, SystemError::posix(2));
     const auto cliRun = [](DiagnosticOutcome outcome, std::string domain, std::string code) {
-        return diagnostic(DiagnosticOperation::cliRun, outcome, std::move(domain), std::move(code));
+        return diagnostic(Op::cliRun, outcome, std::move(domain), std::move(code));
     };
     const std::vector<std::string> retryDismiss{"Retry", "Dismiss"};
+    const std::string exit3 =
+        "The command didn't finish successfully (exit 3). Retry or continue in Terminal for details.";
     const Row rows[] = {
         {runAction(), ProcessRunner::Failure::spawnFailed(spawnFailure), false,
          std::string(ActionRunner::startFailedMessage), spawnFailure, {"Retry", "Continue in Terminal…", "Dismiss"}},
         {syncAction(), Outcome{"", "", -1, false}, true, std::string(ActionRunner::cancelledMessage),
-         cliRun(DiagnosticOutcome::failed, "exit", "-1"), retryDismiss},
+         cliRun(D::failed, "exit", "-1"), retryDismiss},
         {runAction(), Outcome{"", cliMarker, -1, true}, false, std::string(ActionRunner::timedOutMessage),
-         cliRun(DiagnosticOutcome::failed, "process", "TIMEOUT"), {}},
-        {runAction(), Outcome{"", "boom\n" + cliMarker + "\n", 3, false}, false,
-         "The command didn't finish successfully (exit 3). Retry or continue in Terminal for details.",
-         cliRun(DiagnosticOutcome::denied, "Node", "EACCES"), {}},
-        {syncAction(), Outcome{"", "", 3, false}, false, ActionRunner::exitFailureMessage(3),
-         cliRun(DiagnosticOutcome::failed, "exit", "3"), retryDismiss},
-        {runAction(), Outcome{"done", "", 0, false}, false, std::nullopt,
-         cliRun(DiagnosticOutcome::available, "exit", "0"), {}},
+         cliRun(D::failed, "process", "TIMEOUT"), {}},
+        {runAction(), Outcome{"", "boom\n" + cliMarker + "\n", 3, false}, false, exit3,
+         cliRun(D::denied, "Node", "EACCES"), {}},
+        {syncAction(), Outcome{"", "", 3, false}, false, exit3, cliRun(D::failed, "exit", "3"), retryDismiss},
+        {runAction(), Outcome{"done", "", 0, false}, false, std::nullopt, cliRun(D::available, "exit", "0"), {}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.diagnostic.summary());
@@ -177,21 +176,17 @@ TEST(ActionRunner, ClickReportsAreBoundedAndReported) {
     const MenuAction copy = makeAction("Copy", verb::Copy{"id"}, Arguments{"clicked", "copy"});
     for (int i = 0; i < 9; ++i) h.runner->perform(copy);
     EXPECT_EQ(h.effects.calls.size(), 9u) << "a dropped report does not drop the action";
-    const auto queueFull =
-        diagnostic(DiagnosticOperation::menuAnalytics, DiagnosticOutcome::failed, "Corvane", "QUEUE_FULL");
-    EXPECT_EQ(h.diagnostics, std::vector{queueFull});
+    EXPECT_EQ(h.diagnostics, std::vector{analytics("Corvane", "QUEUE_FULL")});
 
     h.clickResult = Outcome{"", "", 2, false};
     h.work.runSerial();
     h.loop.runPending();
     EXPECT_EQ(h.clicks, std::vector<Arguments>{copy.reportClick.value()});
-    EXPECT_EQ(h.diagnostics.back(),
-              diagnostic(DiagnosticOperation::menuAnalytics, DiagnosticOutcome::failed, "exit", "2"));
+    EXPECT_EQ(h.diagnostics.back(), analytics("exit", "2"));
 
     h.runner->located.reset();
     h.runner->perform(makeAction("Doctor", verb::Run{{"doctor"}}, Arguments{"clicked"}));
-    EXPECT_EQ(h.diagnostics.back(),
-              diagnostic(DiagnosticOperation::menuAnalytics, DiagnosticOutcome::failed, "Corvane", "CLI_MISSING"));
+    EXPECT_EQ(h.diagnostics.back(), analytics("Corvane", "CLI_MISSING"));
     EXPECT_EQ(h.failure(), std::string(ActionRunner::cliMissingMessage));
     EXPECT_EQ(h.work.heldCount(), 0u);
 }
@@ -221,9 +216,8 @@ TEST(ActionRunner, FocusFallsBackToTerminal) {
     const Arguments fallback{"open", "s 1"};
     const FakeEffects::Call focus = FakeEffects::FocusSession{"/dev/ttys001", 42};
     const FakeEffects::Call terminal = FakeEffects::OpenTerminal{"'/opt/Corvane Tools/corvane' open 's 1'"};
-    const auto opened = diagnostic(DiagnosticOperation::terminalOpen, DiagnosticOutcome::available, {}, {});
-    const auto notFound =
-        diagnostic(DiagnosticOperation::terminalFocus, DiagnosticOutcome::failed, {}, "TAB_NOT_FOUND");
+    const auto opened = diagnostic(Op::terminalOpen, D::available, {}, {});
+    const auto notFound = diagnostic(Op::terminalFocus, D::failed, {}, "TAB_NOT_FOUND");
     struct Row {
         SessionFocus focus;
         std::optional<bool> overrideAnswer;  // a `focusSession` member answering this
@@ -258,15 +252,13 @@ TEST(ActionRunner, TerminalFailureCopiesTheCommandAndExplains) {
     h.runner->perform(makeAction("Continue in Terminal…", verb::Terminal{{"doctor", "--fix"}}));
     EXPECT_FALSE(h.runner->state()) << "a failed run gives way to the terminal";
     const std::string command = "'/opt/Corvane Tools/corvane' doctor --fix";
-    EXPECT_EQ(
-        h.effects.calls,
-        (std::vector<FakeEffects::Call>{
-            FakeEffects::OpenTerminal{command}, FakeEffects::CopyText{command}, FakeEffects::ActivateApp{},
-            FakeEffects::ShowAlert{"Corvane can't open Terminal",
-                                   "Terminal control was denied. You can allow Corvane in System Settings > Privacy & "
-                                   "Security > Automation.\n\nThe command was copied to your clipboard. Paste it into "
-                                   "Terminal to run it."}}));
-    EXPECT_EQ(h.diagnostics, std::vector{ClientDiagnostic::appleEvent(-1743, DiagnosticOperation::terminalOpen)});
+    const std::string explanation = "Terminal control was denied. You can allow Corvane in System Settings > Privacy & "
+                                    "Security > Automation.\n\nThe command was copied to your clipboard. Paste it "
+                                    "into Terminal to run it.";
+    using E = FakeEffects;
+    EXPECT_EQ(h.effects.calls, (std::vector<E::Call>{E::OpenTerminal{command}, E::CopyText{command}, E::ActivateApp{},
+                                                     E::ShowAlert{"Corvane can't open Terminal", explanation}}));
+    EXPECT_EQ(h.diagnostics, std::vector{ClientDiagnostic::appleEvent(-1743, Op::terminalOpen)});
 }
 
 TEST(ActionRunner, ResultAfterTheRunnerIsGoneIsDropped) {
@@ -315,9 +307,7 @@ TEST(ActionRunner, RealProcessExitingThree) {
     h.work.runSerial();
     h.loop.runPending();
     EXPECT_EQ(h.failure(), ActionRunner::exitFailureMessage(3));
-    EXPECT_EQ(h.diagnostics,
-              (std::vector{diagnostic(DiagnosticOperation::cliRun, DiagnosticOutcome::denied, "Node", "EACCES"),
-                           diagnostic(DiagnosticOperation::menuAnalytics, DiagnosticOutcome::failed, "exit", "3")}));
+    EXPECT_EQ(h.diagnostics, (std::vector{diagnostic(Op::cliRun, D::denied, "Node", "EACCES"), analytics("exit", "3")}));
 }
 
 }  // namespace

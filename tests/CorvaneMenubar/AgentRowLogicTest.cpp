@@ -21,22 +21,14 @@ AgentRow session(bool withHarness, std::optional<std::string> status = std::null
 TEST(AgentRowLogic, TargetDescriptions) {
     const std::string cannot =
         "This session cannot be opened in its harness on this Mac. Use the lightning button to open Corvane.";
-    struct Row {
-        AgentRow row;
-        AgentTargetDescriptions expected;
-    };
-    const std::vector<Row> rows = {
-        {session(true, "working"),
-         {true, "Open in Claude: Fix the build · 3m", "Open in Claude: Fix the build · 3m, Working",
-          "Open in Corvane (Option-Return)", "Open in Corvane: Fix the build · 3m"}},
+    const std::string claude = "Open in Claude: Fix the build · 3m", corvane = "Open in Corvane: Fix the build · 3m";
+    const std::vector<std::pair<AgentRow, AgentTargetDescriptions>> rows = {
+        {session(true, "working"), {true, claude, claude + ", Working", "Open in Corvane (Option-Return)", corvane}},
         {session(false, "working", "Waiting for you · 2m"),
-         {false, cannot, cannot + ", Waiting for you · 2m", "Open in Corvane (Return)",
-          "Open in Corvane: Fix the build · 3m"}},
-        {session(true, "idle"),
-         {true, "Open in Claude: Fix the build · 3m", "Open in Claude: Fix the build · 3m",
-          "Open in Corvane (Option-Return)", "Open in Corvane: Fix the build · 3m"}},
+         {false, cannot, cannot + ", Waiting for you · 2m", "Open in Corvane (Return)", corvane}},
+        {session(true, "idle"), {true, claude, claude, "Open in Corvane (Option-Return)", corvane}},
     };
-    for (const auto& row : rows) EXPECT_EQ(describeTargets(row.row), row.expected) << row.expected.harnessToolTip;
+    for (const auto& [row, expected] : rows) EXPECT_EQ(describeTargets(row), expected) << expected.harnessToolTip;
 }
 
 TEST(AgentRowLogic, HighlightAndChoice) {
@@ -60,10 +52,9 @@ TEST(AgentRowLogic, HighlightAndChoice) {
         {same, std::nullopt, true, T::corvane, false, "Fix the build · 3m"},
         {session(true), std::nullopt, false, std::nullopt, true, "Fix the build · 3m"},
     };
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        const auto& row = rows[i];
-        EXPECT_EQ(highlightedTarget(row.row, row.hovered, row.keyboard), row.highlighted) << "row " << i;
-        EXPECT_EQ(activate(row.row, row.option).title, row.chosen) << "row " << i;
+    for (const auto& row : rows) {
+        EXPECT_EQ(highlightedTarget(row.row, row.hovered, row.keyboard), row.highlighted) << &row - rows.data();
+        EXPECT_EQ(activate(row.row, row.option).title, row.chosen) << &row - rows.data();
     }
     EXPECT_EQ(chosenAgentAction(session(false), {RowPart::harness, false}), std::nullopt);
     EXPECT_EQ(chosenAgentAction(session(true), {RowPart::harness, true})->title, "Open in Claude");
@@ -76,13 +67,12 @@ TEST(AgentRowLogic, HarnessIcons) {
         std::vector<std::string> installed;
         std::optional<std::string> bundle;
     };
+    const std::string claude = "com.anthropic.claudefordesktop", codex = "com.openai.codex",
+                      cursor = "com.todesktop.230313mzl4w4u92";
     const std::vector<Row> rows = {
-        {"claude", {"com.anthropic.claudefordesktop"}, "com.anthropic.claudefordesktop"},
-        {"claude", {}, std::nullopt},
-        {"cursor", {"com.todesktop.230313mzl4w4u92"}, "com.todesktop.230313mzl4w4u92"},
-        {"chatgpt", {"com.openai.codex"}, "com.openai.codex"},
-        {"chatgpt", {"com.openai.codex", "com.openai.chat"}, "com.openai.chat"},
-        {"codex", {"com.openai.codex"}, std::nullopt},
+        {"claude", {claude}, claude}, {"claude", {}, std::nullopt},   {"cursor", {cursor}, cursor},
+        {"chatgpt", {codex}, codex},  {"chatgpt", {codex, "com.openai.chat"}, "com.openai.chat"},
+        {"codex", {codex}, std::nullopt},
     };
     for (const auto& row : rows) {
         const auto installed = [&](const std::string& id) {
@@ -99,10 +89,8 @@ TEST(AgentRowLogic, Pulse) {
         std::optional<std::string> status;
         bool inWindow, reduceMotion, pulses;
     };
-    for (const auto& row : std::vector<Row>{{"working", true, false, true},
-                                            {"working", true, true, false},
-                                            {"working", false, false, false},
-                                            {"paused", true, false, false},
+    for (const auto& row : std::vector<Row>{{"working", true, false, true}, {"working", true, true, false},
+                                            {"working", false, false, false}, {"paused", true, false, false},
                                             {std::nullopt, true, false, false}})
         EXPECT_EQ(shouldPulse(session(true, row.status), row.inWindow, row.reduceMotion), row.pulses);
 

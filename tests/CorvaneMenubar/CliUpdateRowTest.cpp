@@ -26,8 +26,7 @@ TEST_F(CliUpdateRowTest, RowsFollowThePhaseAndWhetherTheUpdateCanStart) {
         bool blocked;
         std::optional<std::string> detail;
         std::size_t rows;
-        bool enabled;
-        bool view;  // the title/subtitle/spinner view instead of a two-line title
+        bool enabled, view;  // view: the title/subtitle/spinner view instead of a two-line title
         std::string toolTip;
     };
     using P = CliUpdatePhase;
@@ -53,18 +52,15 @@ TEST_F(CliUpdateRowTest, RowsFollowThePhaseAndWhetherTheUpdateCanStart) {
         EXPECT_EQ(notice.attributedTitle().has_value(), !row.view) << name;
         EXPECT_EQ(notice.toolTip(), row.toolTip) << name;
         EXPECT_EQ(std::get<role::CliUpdateRow>(notice.role()).role, role::CliUpdateRole::notice);
-        if (row.rows == 2) {
-            EXPECT_EQ(items[1]->title(), "View update log");
-            EXPECT_TRUE(items[1]->isEnabled());
-            EXPECT_EQ(std::get<role::CliUpdateRow>(items[1]->role()).role, role::CliUpdateRole::log);
-        }
+        if (row.rows < 2) continue;
+        EXPECT_EQ(items[1]->title(), "View update log");
+        EXPECT_TRUE(items[1]->isEnabled());
+        EXPECT_EQ(std::get<role::CliUpdateRow>(items[1]->role()).role, role::CliUpdateRole::log);
     }
-}
 
-TEST_F(CliUpdateRowTest, ChoosingRowsStartsTheUpdateOrOpensItsLog) {
-    auto rows = builder.updateItems(update(CliUpdatePhase::failed));
-    rows[0]->fire();
-    rows[1]->fire();
+    auto failed = builder.updateItems(update(CliUpdatePhase::failed));
+    failed[0]->fire();
+    failed[1]->fire();
     ASSERT_EQ(performed.size(), 2u);
     EXPECT_EQ(performed[0].title, "Retry update");
     EXPECT_TRUE(std::holds_alternative<verb::CliUpdate>(performed[0].verb));
@@ -83,13 +79,10 @@ TEST(CliUpdateView, StateLayoutAndSpinner) {
     using P = CliUpdatePhase;
     struct StateRow {
         P phase;
-        bool titlePrimary;
-        bool spinner;
+        bool titlePrimary, spinner;
     };
-    for (const auto& row : std::vector<StateRow>{{P::available, false, false},
-                                                 {P::installing, false, true},
-                                                 {P::failed, false, false},
-                                                 {P::succeeded, true, false},
+    for (const auto& row : std::vector<StateRow>{{P::available, false, false}, {P::installing, false, true},
+                                                 {P::failed, false, false}, {P::succeeded, true, false},
                                                  {P::upToDate, true, false}}) {
         const auto state = cliUpdateViewState(update(row.phase, true));
         EXPECT_EQ(state.titlePrimary, row.titlePrimary) << contractWord(row.phase);
@@ -112,10 +105,8 @@ TEST(CliUpdateView, StateLayoutAndSpinner) {
     struct SpinRow {
         bool visible, inWindow, reduceMotion, spins;
     };
-    for (const auto& row : std::vector<SpinRow>{{true, true, false, true},
-                                                {true, true, true, false},
-                                                {true, false, false, false},
-                                                {false, true, false, false}})
+    for (const auto& row : std::vector<SpinRow>{{true, true, false, true}, {true, true, true, false},
+                                                {true, false, false, false}, {false, true, false, false}})
         EXPECT_EQ(cliUpdateSpinnerAnimates(row.visible, row.inWindow, row.reduceMotion), row.spins);
 }
 

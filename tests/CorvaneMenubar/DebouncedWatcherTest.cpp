@@ -12,86 +12,69 @@
 namespace corvane {
 namespace {
 
-// Raw events at the given virtual times (seconds after the start), then a long quiet spell.
-struct BurstCase {
-    const char* name;
-    std::vector<double> eventTimes;
-    int expectedChanges;
+struct Rig {
+    FakeMainLoop loop;
+    FakeDirectoryWatcher fs;
+    int changes = 0;
+    std::unique_ptr<DebouncedWatcher> watch(const std::string& path) {
+        return DebouncedWatcher::make(fs, loop, path, [this] { ++changes; });
+    }
 };
 
 TEST(DebouncedWatcher, FoldsBurstsOfEventsIntoOneChangeEach) {
-    const std::vector<BurstCase> cases = {
-        {"one event", {0.0}, 1},
-        {"burst within the quiet time", {0.0, 0.02, 0.05, 0.09, 0.13}, 1},
-        {"two events exactly apart by more than the quiet time", {0.0, 0.15}, 2},
-        {"two bursts", {0.0, 0.01, 0.02, 1.0, 1.05}, 2},
-        {"no event", {}, 0},
+    struct Row {
+        std::vector<double> eventTimes;  // virtual seconds after the start, then a long quiet spell
+        int changes;
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        FakeMainLoop loop;
-        FakeDirectoryWatcher fs;
-        int changes = 0;
-        auto watcher = DebouncedWatcher::make(fs, loop, "/w", [&] { ++changes; });
+    const std::vector<Row> rows = {
+        {{0.0}, 1}, {{0.0, 0.02, 0.05, 0.09, 0.13}, 1}, {{0.0, 0.15}, 2}, {{0.0, 0.01, 0.02, 1.0, 1.05}, 2}, {{}, 0},
+    };
+    for (const auto& row : rows) {
+        Rig rig;
+        auto watcher = rig.watch("/w");
         ASSERT_NE(watcher, nullptr);
         double at = 0;
-        for (double t : c.eventTimes) {
-            loop.advance(t - at);
+        for (double t : row.eventTimes) {
+            rig.loop.advance(t - at);
             at = t;
-            fs.trigger("/w");
+            rig.fs.trigger("/w");
         }
-        loop.advance(5.0);
-        EXPECT_EQ(changes, c.expectedChanges);
+        rig.loop.advance(5.0);
+        EXPECT_EQ(rig.changes, row.changes) << &row - rows.data();
     }
+
+    Rig rig;  // the change comes only once the quiet time has passed
+    auto watcher = rig.watch("/w");
+    rig.fs.trigger("/w");
+    rig.loop.advance(0.099);
+    EXPECT_EQ(rig.changes, 0);
+    rig.loop.advance(0.002);
+    EXPECT_EQ(rig.changes, 1);
 }
 
-TEST(DebouncedWatcher, ChangeComesOnlyAfterTheQuietTime) {
-    FakeMainLoop loop;
-    FakeDirectoryWatcher fs;
-    int changes = 0;
-    auto watcher = DebouncedWatcher::make(fs, loop, "/w", [&] { ++changes; });
-    fs.trigger("/w");
-    loop.advance(0.099);
-    EXPECT_EQ(changes, 0);
-    loop.advance(0.002);
-    EXPECT_EQ(changes, 1);
-}
+TEST(DebouncedWatcher, UnopenablePathGivesNoWatcherAndDestroyingStopsTheWatch) {
+    Rig rig;
+    rig.fs.unopenable.insert("/gone");
+    EXPECT_EQ(rig.watch("/gone"), nullptr);
+    EXPECT_TRUE(rig.fs.watchedPaths().empty());
 
-TEST(DebouncedWatcher, UnopenablePathGivesNoWatcher) {
-    FakeMainLoop loop;
-    FakeDirectoryWatcher fs;
-    fs.unopenable.insert("/gone");
-    EXPECT_EQ(DebouncedWatcher::make(fs, loop, "/gone", [] {}), nullptr);
-    EXPECT_TRUE(fs.watchedPaths().empty());
-}
-
-TEST(DebouncedWatcher, DestroyingDropsThePendingChangeAndStopsTheWatch) {
-    FakeMainLoop loop;
-    FakeDirectoryWatcher fs;
-    int changes = 0;
-    auto watcher = DebouncedWatcher::make(fs, loop, "/w", [&] { ++changes; });
-    fs.trigger("/w");
-    watcher.reset();
-    loop.advance(1.0);
-    EXPECT_EQ(changes, 0);
-    EXPECT_EQ(fs.trigger("/w"), 0u);
-    EXPECT_EQ(loop.activeTimerCount(), 0u);
+    auto watcher = rig.watch("/w");
+    rig.fs.trigger("/w");
+    watcher.reset();  // drops the pending change too
+    rig.loop.advance(1.0);
+    EXPECT_EQ(rig.changes, 0);
+    EXPECT_EQ(rig.fs.trigger("/w"), 0u);
+    EXPECT_EQ(rig.loop.activeTimerCount(), 0u);
 }
 
 TEST(DebouncedWatcher, TheChangeMayReplaceItsOwnWatcher) {
     // A redraw started by the change can swap the watched folders from inside the call.
-    FakeMainLoop loop;
-    FakeDirectoryWatcher fs;
+    Rig rig;
     std::unique_ptr<DebouncedWatcher> watcher;
-    int changes = 0;
-    watcher = DebouncedWatcher::make(fs, loop, "/a", [&] {
-        ++changes;
-        watcher = DebouncedWatcher::make(fs, loop, "/b", [&] { ++changes; });
-    });
-    fs.trigger("/a");
-    loop.advance(0.2);
-    EXPECT_EQ(changes, 1);
-    EXPECT_EQ(fs.watchedPaths(), std::vector<std::string>{"/b"});
+    watcher = DebouncedWatcher::make(rig.fs, rig.loop, "/a", [&] { watcher = rig.watch("/b"); });
+    rig.fs.trigger("/a");
+    rig.loop.advance(0.2);
+    EXPECT_EQ(rig.fs.watchedPaths(), std::vector<std::string>{"/b"});
 }
 
 }  // namespace

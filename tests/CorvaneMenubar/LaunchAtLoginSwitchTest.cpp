@@ -12,29 +12,27 @@ namespace corvane {
 namespace {
 
 const std::string attemptKey(firstLaunchAttemptKey);
+using S = LoginItemStatus;
 
+// First launch remembers the attempt only when the decision was carried out.
 TEST(LaunchAtLoginSwitch, FirstLaunchSetsTheFlagOnlyWhenTheDecisionWasCarriedOut) {
+    const std::string app = "/Applications/Corvane.app";
     struct Row {
-        const char* name;
-        const char* path;
-        LoginItemStatus status;
-        bool registerFails;
-        bool flagBefore;
-        int expectedRegisterCalls;
-        bool expectedFlag;
+        std::string path;
+        S status;
+        bool registerFails, flagBefore;
+        int registerCalls;
+        bool flagAfter;
     };
     const Row rows[] = {
-        {"installed app registers", "/Applications/Corvane.app", LoginItemStatus::notRegistered, false, false, 1, true},
-        {"failed registration retries next launch", "/Applications/Corvane.app", LoginItemStatus::notRegistered, true,
-         false, 1, false},
-        {"already enabled is remembered", "/Applications/Corvane.app", LoginItemStatus::enabled, false, false, 0, true},
-        {"build folder skips without remembering", "/home/me/build/corvane-menubar", LoginItemStatus::notRegistered,
-         false, false, 0, false},
-        {"attempted before does nothing", "/Applications/Corvane.app", LoginItemStatus::notRegistered, false, true, 0,
-         true},
+        {app, S::notRegistered, false, false, 1, true},
+        {app, S::notRegistered, true, false, 1, false},  // a failed registration retries next launch
+        {app, S::enabled, false, false, 0, true},
+        {"/home/me/build/corvane-menubar", S::notRegistered, false, false, 0, false},  // build folder: skip, forget
+        {app, S::notRegistered, false, true, 0, true},
     };
     for (const auto& r : rows) {
-        SCOPED_TRACE(r.name);
+        SCOPED_TRACE(&r - rows);
         FakeLoginItem item;
         item.current = r.status;
         if (r.registerFails) item.registerError = "denied";
@@ -43,32 +41,28 @@ TEST(LaunchAtLoginSwitch, FirstLaunchSetsTheFlagOnlyWhenTheDecisionWasCarriedOut
         std::vector<std::string> log;
         LaunchAtLoginSwitch sw(item, [&](std::string_view line) { log.emplace_back(line); });
         sw.offerOnFirstLaunch(defaults, r.path);
-        EXPECT_EQ(item.registerCalls, r.expectedRegisterCalls);
-        EXPECT_EQ(defaults.boolean(attemptKey), r.expectedFlag);
+        EXPECT_EQ(item.registerCalls, r.registerCalls);
+        EXPECT_EQ(defaults.boolean(attemptKey), r.flagAfter);
         EXPECT_EQ(log.size(), r.registerFails ? 1u : 0u);
     }
 }
 
 TEST(LaunchAtLoginSwitch, ToggleAndUnregisterFollowTheServiceStatus) {
     struct Row {
-        const char* name;
-        LoginItemStatus status;
-        bool serviceFails;
-        bool toggleResult;
+        S status;
+        bool serviceFails, toggleResult;
         int registerCalls, unregisterCalls;
         std::vector<std::string> log;
     };
-    const std::vector<Row> rows = {
-        {"enabled switches off", LoginItemStatus::enabled, false, true, 0, 1, {}},
-        {"failed switch off is logged", LoginItemStatus::enabled, true, false, 0, 1,
-         {"Launch at Login toggle failed: busy"}},
-        {"not registered switches on", LoginItemStatus::notRegistered, false, true, 1, 0, {}},
-        {"awaiting approval registers again", LoginItemStatus::requiresApproval, false, true, 1, 0, {}},
-        {"failed switch on is logged", LoginItemStatus::notFound, true, false, 1, 0,
-         {"Launch at Login registration failed: busy"}},
+    const Row rows[] = {
+        {S::enabled, false, true, 0, 1, {}},
+        {S::enabled, true, false, 0, 1, {"Launch at Login toggle failed: busy"}},
+        {S::notRegistered, false, true, 1, 0, {}},
+        {S::requiresApproval, false, true, 1, 0, {}},  // awaiting approval registers again
+        {S::notFound, true, false, 1, 0, {"Launch at Login registration failed: busy"}},
     };
     for (const auto& r : rows) {
-        SCOPED_TRACE(r.name);
+        SCOPED_TRACE(&r - rows);
         FakeLoginItem item;
         item.current = r.status;
         if (r.serviceFails) item.registerError = item.unregisterError = "busy";
@@ -81,26 +75,22 @@ TEST(LaunchAtLoginSwitch, ToggleAndUnregisterFollowTheServiceStatus) {
     }
 
     // Unregistering asks the service only when there is something to undo.
-    for (auto status : {LoginItemStatus::notRegistered, LoginItemStatus::notFound, LoginItemStatus::enabled,
-                        LoginItemStatus::requiresApproval}) {
+    for (auto status : {S::notRegistered, S::notFound, S::enabled, S::requiresApproval}) {
         FakeLoginItem item;
         item.current = status;
-        LaunchAtLoginSwitch sw(item, nullptr);
-        EXPECT_TRUE(sw.unregisterApp());
-        const bool registered = status == LoginItemStatus::enabled || status == LoginItemStatus::requiresApproval;
-        EXPECT_EQ(item.unregisterCalls, registered ? 1 : 0);
+        EXPECT_TRUE(LaunchAtLoginSwitch(item, nullptr).unregisterApp());
+        EXPECT_EQ(item.unregisterCalls, status == S::enabled || status == S::requiresApproval ? 1 : 0);
     }
 }
 
 TEST(LaunchAtLoginSwitch, UninstallFlagForgetsTheAttemptAndReportsTheExitStatus) {
     for (bool fails : {false, true}) {
         FakeLoginItem item;
-        item.current = LoginItemStatus::enabled;
+        item.current = S::enabled;
         if (fails) item.unregisterError = "nope";
         FakeDefaults defaults;
         defaults.setBoolean(attemptKey, true);
-        LaunchAtLoginSwitch sw(item, nullptr);
-        EXPECT_EQ(sw.unregisterForUninstall(defaults), fails ? 1 : 0);
+        EXPECT_EQ(LaunchAtLoginSwitch(item, nullptr).unregisterForUninstall(defaults), fails ? 1 : 0);
         EXPECT_FALSE(defaults.values.contains(attemptKey));
         EXPECT_EQ(defaults.synchronizeCalls, 1);
     }

@@ -19,6 +19,11 @@ std::string repeat(const std::string& piece, std::size_t n) {
     return out;
 }
 
+row::Status status(std::optional<std::string> detail, std::optional<MenuAction> dismiss = std::nullopt,
+                   std::optional<MenuAction> act = std::nullopt, StatusMark mark = StatusMark::warn) {
+    return row::Status{mark, "Sync late", std::move(detail), std::move(dismiss), std::move(act)};
+}
+
 class MenuBuilderTest : public ::testing::Test {
 protected:
     MemoryMenuFactory factory;
@@ -36,78 +41,66 @@ protected:
     const AgentRowContent& agentAt(std::size_t index) {
         return std::get<AgentRowContent>(*live().itemAt(index)->content());
     }
+    Titles performedTitles() const {
+        Titles out;
+        for (const auto& a : performed) out.push_back(a.title);
+        return out;
+    }
 };
 
 TEST_F(MenuBuilderTest, FittingTextShortensByWholeCharacters) {
-    struct Row {
-        std::string text;
-        std::string expected;
-    };
-    const std::vector<Row> rows = {
+    const std::string zwj = "\U0001F469\u200D\U0001F4BB";
+    const std::vector<std::pair<std::string, std::string>> rows = {
         {"", ""},
-        {repeat("a", 25), repeat("a", 25)},                                   // 250 points: fits
-        {repeat("a", 26), repeat("a", 24) + ellipsis},                        // 24 + "…" = 250
-        {repeat("e\u0301", 40), repeat("e\u0301", 24) + ellipsis},           // marks stay with letters
-        {repeat("\U0001F469\u200D\U0001F4BB", 30), repeat("\U0001F469\u200D\U0001F4BB", 24) + ellipsis},
+        {repeat("a", 25), repeat("a", 25)},  // 250 points: fits
+        {repeat("a", 26), repeat("a", 24) + ellipsis},
+        {repeat("e\u0301", 40), repeat("e\u0301", 24) + ellipsis},  // marks stay with letters
+        {repeat(zwj, 30), repeat(zwj, 24) + ellipsis},
     };
-    for (const auto& row : rows) EXPECT_EQ(fittingText(row.text, FontRole::menu, measure), row.expected) << row.text;
+    for (const auto& [text, expected] : rows) EXPECT_EQ(fittingText(text, FontRole::menu, measure), expected) << text;
+    EXPECT_EQ(fittingText("ab", FontRole::menu, FixedWidthTextMeasure(300)), ellipsis);  // not one character fits
 
-    FixedWidthTextMeasure wide(300);  // not even one character fits
-    EXPECT_EQ(fittingText("ab", FontRole::menu, wide), ellipsis);
-
-    const std::string longTitle = repeat("x", 40);
-    auto item = builder.handlerItem(longTitle, {});
+    auto item = builder.handlerItem(repeat("x", 40), {});
     EXPECT_EQ(item->title(), repeat("x", 24) + ellipsis);
-    EXPECT_EQ(item->toolTip(), longTitle);
+    EXPECT_EQ(item->toolTip(), repeat("x", 40));
 }
 
-TEST_F(MenuBuilderTest, AppRowsCloseTheMainMenuOrTheMoreSubmenu) {
-    struct Row {
-        std::optional<std::vector<MenuItem>> more;
-        Titles main;
-        Titles submenu;  // of the last row, when it is "More"
-    };
-    const Titles appRows = {"Launch at Login", "-", "About Corvane", "Quit Corvane"};
+TEST_F(MenuBuilderTest, AppRowsCloseTheMainMenuOrTheMoreSubmenuAndCallTheApp) {
+    const Titles app = {"Launch at Login", "-", "About Corvane", "Quit Corvane"};
     auto with = [](Titles head, const Titles& tail) {
         head.insert(head.end(), tail.begin(), tail.end());
         return head;
     };
+    struct Row {
+        std::optional<std::vector<MenuItem>> more;
+        Titles main, submenu;  // submenu of the last row, when it is "More"
+    };
     const std::vector<Row> rows = {
-        {std::nullopt, with({"Sessions", "-"}, appRows), {}},
+        {std::nullopt, with({"Sessions", "-"}, app), {}},
         {std::vector<MenuItem>{action("Docs"), action("Support")}, {"Sessions", "More"},
-         with({"Docs", "Support", "-"}, appRows)},
-        {std::vector<MenuItem>{}, {"Sessions", "More"}, appRows},
+         with({"Docs", "Support", "-"}, app)},
+        {std::vector<MenuItem>{}, {"Sessions", "More"}, app},
     };
     for (const auto& row : rows) {
         auto menu = builder.build({{action("Sessions")}, row.more, false});
         EXPECT_EQ(titles(*menu), row.main);
-        const auto& last = menu->items().back();
-        if (row.more) {
-            ASSERT_TRUE(last->submenu());
-            EXPECT_EQ(titles(*last->submenu()), row.submenu);
-            EXPECT_FALSE(last->submenu()->autoenablesItems());
-        }
         EXPECT_FALSE(menu->autoenablesItems());
+        if (!row.more) continue;
+        const auto& sub = menu->items().back()->submenu();
+        ASSERT_TRUE(sub);
+        EXPECT_EQ(titles(*sub), row.submenu);
+        EXPECT_FALSE(sub->autoenablesItems());
     }
-}
 
-TEST_F(MenuBuilderTest, AppRowsCallTheApp) {
     loginEnabled = true;
     auto menu = builder.build({{action("Sessions")}, std::nullopt, false});
     const auto& items = menu->items();
-    const auto& login = items[2];
-    const auto& about = items[4];
-    const auto& quit = items[5];
-    EXPECT_TRUE(login->isChecked());
-    EXPECT_EQ(quit->keyEquivalent(), "q");
-    EXPECT_EQ(about->keyEquivalent(), "");
-    login->fire();
-    about->fire();
-    quit->fire();
-    items[0]->fire();
+    EXPECT_TRUE(items[2]->isChecked());
+    EXPECT_EQ(items[5]->keyEquivalent(), "q");
+    EXPECT_EQ(items[4]->keyEquivalent(), "");
+    for (std::size_t i : {2, 4, 5, 0}) items[i]->fire();
     EXPECT_EQ(std::make_tuple(toggles, abouts, quits), std::make_tuple(1, 1, 1));
-    ASSERT_EQ(performed.size(), 1u);
-    EXPECT_EQ(performed[0].title, "Sessions");
+    EXPECT_EQ(performedTitles(), Titles{"Sessions"});
 }
 
 TEST_F(MenuBuilderTest, RowsBecomeTheirNativeKinds) {
@@ -116,6 +109,10 @@ TEST_F(MenuBuilderTest, RowsBecomeTheirNativeKinds) {
     MenuAction disabled = urlAction("Blocked");
     disabled.isEnabled = false;
     const MenuAction dismiss = urlAction("Dismiss");
+    const auto fix = urlAction("Fix");
+    const auto gitHub = [](std::optional<MenuAction> d, std::optional<MenuAction> a) {
+        return row::Connection{ConnectionMark::ok, "GitHub", "connected", std::move(d), std::move(a)};
+    };
     struct Row {
         MenuItem item;
         bool checking;
@@ -128,31 +125,23 @@ TEST_F(MenuBuilderTest, RowsBecomeTheirNativeKinds) {
         {row::Action{disabled}, false, "", false, "Blocked"},
         {row::Header{"Corvane", "2 sessions", "now"}, false, "header", false, ""},
         {row::Section{"Agents"}, false, "section", false, ""},
-        {row::Status{StatusMark::warn, "Sync late", "2 min", std::nullopt, urlAction("Fix")}, false, "statusAction",
-         true, "Sync late"},
-        {row::Status{StatusMark::warn, "Sync late", "2 min", dismiss, std::nullopt}, false, "dismissible", true,
-         "Sync late — 2 min"},
-        {row::Status{StatusMark::warn, "Sync late", "2 min", dismiss, urlAction("Fix")}, true, "status", false, ""},
-        {row::Connection{ConnectionMark::ok, "GitHub", "connected", std::nullopt, urlAction("Open")}, false,
-         "statusAction", true, "GitHub: connected"},
-        {row::Connection{ConnectionMark::ok, "GitHub", "connected", dismiss, std::nullopt}, false, "dismissible",
-         true, "GitHub: connected"},
-        {row::Connection{ConnectionMark::ok, "GitHub", "connected", std::nullopt, std::nullopt}, false,
-         "connection", false, ""},
+        {status("2 min", std::nullopt, fix), false, "statusAction", true, "Sync late"},
+        {status("2 min", dismiss), false, "dismissible", true, "Sync late — 2 min"},
+        {status("2 min", dismiss, fix), true, "status", false, ""},
+        {gitHub(std::nullopt, urlAction("Open")), false, "statusAction", true, "GitHub: connected"},
+        {gitHub(dismiss, std::nullopt), false, "dismissible", true, "GitHub: connected"},
+        {gitHub(std::nullopt, std::nullopt), false, "connection", false, ""},
         {agent("s1", "Fix the build · 3m", "working", std::nullopt), false, "agent", true, "Fix the build · 3m"},
     };
     for (const auto& row : rows) {
         auto menu = builder.build({{row.item}, std::nullopt, row.checking});
         const auto& item = *menu->itemAt(0);
-        std::string kind;
-        if (item.content()) kind = contentKindName(*item.content());
+        std::string kind(item.content() ? contentKindName(*item.content()) : "");
         if (std::holds_alternative<role::StatusAction>(item.role())) kind = "statusAction";
-        EXPECT_EQ(kind, row.kind) << row.title;
-        EXPECT_EQ(item.isEnabled(), row.enabled) << row.title;
-        EXPECT_EQ(item.title(), row.title) << row.kind;
+        EXPECT_EQ(std::make_tuple(kind, item.isEnabled(), item.title()),
+                  std::make_tuple(row.kind, row.enabled, row.title));
     }
 
-    // The paused badge sits before the plain title and is spoken as "Syncing paused".
     auto badged = builder.menuItem(row::Action{paused});
     ASSERT_TRUE(badged->badge());
     EXPECT_EQ(badged->badge()->accessibilityText, "Syncing paused");
@@ -160,41 +149,34 @@ TEST_F(MenuBuilderTest, RowsBecomeTheirNativeKinds) {
     EXPECT_FALSE(builder.menuItem(action("Sync"))->badge());
 
     // A status with an action shows its lines; its dismiss part dismisses.
-    auto status = builder.menuItem(row::Status{StatusMark::warn, "Sync late", "line 1\nline 2", dismiss,
-                                               urlAction("Fix")});
-    EXPECT_EQ(std::get<role::StatusAction>(status->role()).lineCount, 3);
-    EXPECT_EQ(status->attributedTitle()->plainText(), "Sync late\nline 1\nline 2");
-    status->fire({RowPart::dismiss, false});
-    status->fire();
-    ASSERT_EQ(performed.size(), 2u);
-    EXPECT_EQ(performed[0].title, "Dismiss");
-    EXPECT_EQ(performed[1].title, "Fix");
+    auto withLines = builder.menuItem(status("line 1\nline 2", dismiss, fix));
+    EXPECT_EQ(std::get<role::StatusAction>(withLines->role()).lineCount, 3);
+    EXPECT_EQ(withLines->attributedTitle()->plainText(), "Sync late\nline 1\nline 2");
+    withLines->fire({RowPart::dismiss, false});
+    withLines->fire();
+    EXPECT_EQ(performedTitles(), (Titles{"Dismiss", "Fix"}));
 }
 
 TEST_F(MenuBuilderTest, AgentRowsOpenTheChosenTarget) {
     auto item = builder.menuItem(agent("s1", "Fix the build", "working", std::nullopt));
-    item->fire();                                 // Return: the harness
-    item->fire({RowPart::main, true});            // Option-Return: Corvane
-    item->fire({RowPart::corvane, false});        // the lightning button
-    Titles got;
-    for (const auto& a : performed) got.push_back(a.title);
-    EXPECT_EQ(got, (Titles{"Open in Claude", "Fix the build", "Fix the build"}));
+    item->fire();                           // Return: the harness
+    item->fire({RowPart::main, true});      // Option-Return: Corvane
+    item->fire({RowPart::corvane, false});  // the lightning button
+    EXPECT_EQ(performedTitles(), (Titles{"Open in Claude", "Fix the build", "Fix the build"}));
 }
 
 TEST_F(MenuBuilderTest, StatusOnlyChangeRewritesTheOpenMenuInPlace) {
     const std::vector<MenuItem> more = {action("Docs")};
-    builder.submit({{row::Header{"Corvane", std::nullopt, std::nullopt},
-                     agent("s1", "Fix the build", "working", "Working · 1m"), action("New session")},
-                    more, false});
+    const row::Header header{"Corvane", std::nullopt, std::nullopt};
+    builder.submit({{header, agent("s1", "Fix the build", "working", "Working · 1m"), action("New session")}, more,
+                    false});
     const auto before = identities(live());
     live().reportTrackingBegan();
     live().reportHighlight(live().itemAt(1).get());
     MenuBuilder::applyHighlight(live(), live().highlightedItem());
     factory.resetCounters();
 
-    builder.submit({{row::Header{"Corvane", std::nullopt, std::nullopt},
-                     agent("s1", "Fix the build", "idle", "Idle · 2m"), action("New session")},
-                    more, false});
+    builder.submit({{header, agent("s1", "Fix the build", "idle", "Idle · 2m"), action("New session")}, more, false});
 
     EXPECT_EQ(identities(live()), before);
     EXPECT_EQ(factory.counters().itemsRemoved, 0u);
@@ -207,33 +189,28 @@ TEST_F(MenuBuilderTest, StatusOnlyChangeRewritesTheOpenMenuInPlace) {
 TEST_F(MenuBuilderTest, ShapeChangeWhileOpenWaitsForTheMenuToClose) {
     const std::vector<MenuItem> more = {action("Docs")};
     builder.submit({{row::CliUpdate{update(CliUpdatePhase::available)},
-                     agent("s1", "Fix the build", "working", "Working · 1m")},
-                    more, false});
+                     agent("s1", "Fix the build", "working", "Working · 1m")}, more, false});
     const auto before = identities(live());
     live().reportTrackingBegan();
-
     const MenuBuild next{{row::CliUpdate{update(CliUpdatePhase::available, true)},
-                          agent("s1", "Fix the build", "idle", "Idle · 2m"), action("New session")},
-                         more, false};
+                          agent("s1", "Fix the build", "idle", "Idle · 2m"), action("New session")}, more, false};
     builder.submit(next);
 
     EXPECT_EQ(identities(live()), before);  // no row added or replaced under the pointer
     EXPECT_EQ(live().itemAt(0)->toolTip(), "Corvane CLI 1.4.0 is available. Another command is running.");
     EXPECT_FALSE(live().itemAt(0)->isEnabled());
+    EXPECT_TRUE(live().itemAt(0)->hasContent() && !live().itemAt(0)->attributedTitle());  // now the view
     EXPECT_EQ(agentAt(1).row.statusLabel, "Idle · 2m");
     EXPECT_EQ(builder.pending(), next);
 
     live().reportTrackingEnded();
     EXPECT_FALSE(builder.pending());
     EXPECT_EQ(titles(live()), (Titles{"Corvane CLI 1.4.0 is ava" + ellipsis, "Fix the build", "New session", "More"}));
-    EXPECT_EQ(live().itemAt(2)->title(), "New session");
     EXPECT_EQ(live().itemAt(3).get(), before[2]);  // "More" kept
 }
 
 TEST_F(MenuBuilderTest, BakedMenuOnScreenIsReplacedAtOnce) {
-    builder.submit({{row::Status{StatusMark::problem, "Corvane CLI not found", std::nullopt, std::nullopt,
-                                 std::nullopt}},
-                    std::nullopt, false});
+    builder.submit({{status(std::nullopt, std::nullopt, std::nullopt, StatusMark::problem)}, std::nullopt, false});
     EXPECT_TRUE(builder.displayedBaked());
     live().reportTrackingBegan();
     builder.submit({{action("Sessions"), action("New session")}, std::vector<MenuItem>{}, false});
@@ -242,59 +219,42 @@ TEST_F(MenuBuilderTest, BakedMenuOnScreenIsReplacedAtOnce) {
     EXPECT_FALSE(builder.pending());
 }
 
-TEST_F(MenuBuilderTest, ReconcileReusesSameRowsAndKeepsTheOpenSubmenu) {
-    builder.submit({{action("Sessions"), action("Settings")}, std::vector<MenuItem>{action("Docs")}, false});
-    const auto sessions = live().itemAt(0);
-    const auto settings = live().itemAt(1);
-    const auto more = live().itemAt(2);
+TEST_F(MenuBuilderTest, ReconcileReusesSameRowsKeepsTheOpenSubmenuAndFollowsNewState) {
+    MenuAction paused = urlAction("Settings");
+    paused.badge = "paused";
+    builder.submit({{action("Sessions"), row::Action{paused}}, std::vector<MenuItem>{action("Docs")}, false});
+    const auto sessions = live().itemAt(0), settings = live().itemAt(1), more = live().itemAt(2);
     const auto moreMenu = more->submenu();
     const auto launch = moreMenu->itemAt(2);
     moreMenu->reportTrackingBegan();  // the submenu is open; the main menu is not tracked here
+    loginEnabled = true;
 
     builder.submit({{action("New"), action("Settings"), action("Sessions")},
                     std::vector<MenuItem>{action("Docs"), action("Changelog")}, false});
 
     EXPECT_EQ(titles(live()), (Titles{"New", "Settings", "Sessions", "More"}));
-    EXPECT_EQ(live().itemAt(1), settings);
-    EXPECT_EQ(live().itemAt(2), sessions);
-    EXPECT_EQ(live().itemAt(3), more);
+    EXPECT_EQ(identities(live()), (std::vector<const NativeMenuItem*>{live().itemAt(0).get(), settings.get(),
+                                                                      sessions.get(), more.get()}));
+    EXPECT_FALSE(settings->badge());
     EXPECT_EQ(more->submenu(), moreMenu);
-    EXPECT_EQ(titles(*moreMenu), (Titles{"Docs", "Changelog", "-", "Launch at Login", "-", "About Corvane",
-                                         "Quit Corvane"}));
+    EXPECT_EQ(titles(*moreMenu),
+              (Titles{"Docs", "Changelog", "-", "Launch at Login", "-", "About Corvane", "Quit Corvane"}));
     EXPECT_EQ(moreMenu->itemAt(3), launch);
-
-    // A reused row runs the new row's action.
-    live().itemAt(2)->fire();
-    ASSERT_EQ(performed.size(), 1u);
-    EXPECT_EQ(performed[0].title, "Sessions");
-}
-
-TEST_F(MenuBuilderTest, ReconcileFollowsChangedStateOfReusedRows) {
-    MenuAction paused = urlAction("Sync");
-    paused.badge = "paused";
-    builder.submit({{row::Action{paused}}, std::nullopt, false});
-    const auto sync = live().itemAt(0);
-    loginEnabled = true;
-    builder.submit({{action("Sync")}, std::nullopt, false});
-    EXPECT_EQ(live().itemAt(0), sync);
-    EXPECT_FALSE(sync->badge());
-    EXPECT_TRUE(live().itemAt(2)->isChecked());  // Launch at Login follows the login item
+    EXPECT_TRUE(launch->isChecked());  // Launch at Login follows the login item
+    live().itemAt(2)->fire();          // a reused row runs the new row's action
+    EXPECT_EQ(performedTitles(), Titles{"Sessions"});
 }
 
 TEST_F(MenuBuilderTest, SameNativeRowComparesTitleToolTipSeparatorAndSubmenu) {
+    using Tip = std::optional<std::string>;
     struct Row {
         std::string titleB;
-        std::optional<std::string> tipA, tipB;
-        bool submenuB;
-        bool same;
+        Tip tipA, tipB;
+        bool submenuB, same;
     };
     const std::vector<Row> rows = {
-        {"A", std::nullopt, std::nullopt, false, true},
-        {"A", "tip", "tip", false, true},
-        {"A", "tip", std::nullopt, false, false},
-        {"A", std::nullopt, "tip", false, false},
-        {"B", std::nullopt, std::nullopt, false, false},
-        {"A", std::nullopt, std::nullopt, true, false},
+        {"A", {}, {}, false, true},       {"A", "tip", "tip", false, true}, {"A", "tip", {}, false, false},
+        {"A", {}, "tip", false, false},   {"B", {}, {}, false, false},      {"A", {}, {}, true, false},
     };
     for (const auto& row : rows) {
         auto a = factory.makeItem(), b = factory.makeItem();
@@ -303,45 +263,32 @@ TEST_F(MenuBuilderTest, SameNativeRowComparesTitleToolTipSeparatorAndSubmenu) {
         b->setTitle(row.titleB);
         b->setToolTip(row.tipB);
         if (row.submenuB) b->setSubmenu(factory.makeMenu());
-        EXPECT_EQ(MenuBuilder::sameNativeRow(*a, *b), row.same) << row.titleB;
+        EXPECT_EQ(MenuBuilder::sameNativeRow(*a, *b), row.same) << &row - rows.data();
     }
     EXPECT_FALSE(MenuBuilder::sameNativeRow(*factory.makeItem(), *factory.makeSeparator()));
 }
 
 TEST_F(MenuBuilderTest, ShapesDifferWhenRowsCannotBeRewrittenIntoEachOther) {
-    auto shapeOf = [&](std::vector<MenuItem> a, std::vector<MenuItem> b) {
-        auto left = builder.build({std::move(a), std::nullopt, false});
-        auto right = builder.build({std::move(b), std::nullopt, false});
-        return MenuBuilder::sameShape(*left, right->items());
+    using P = CliUpdatePhase;
+    struct Row {
+        MenuItem a, b;
+        bool same;
     };
-    const MenuAction dismiss = urlAction("Dismiss");
-    EXPECT_TRUE(shapeOf({agent("a", "A", "working", std::nullopt)}, {agent("b", "B", std::nullopt, std::nullopt)}));
-    EXPECT_TRUE(shapeOf({row::Status{StatusMark::ok, "Synced", "1m", std::nullopt, std::nullopt}},
-                        {row::Status{StatusMark::warn, "Synced", "5m", std::nullopt, std::nullopt}}));
-    EXPECT_FALSE(shapeOf({row::Status{StatusMark::ok, "Synced", "1m", std::nullopt, std::nullopt}},
-                         {row::Status{StatusMark::ok, "Synced", std::nullopt, std::nullopt, std::nullopt}}));
-    EXPECT_FALSE(shapeOf({row::Status{StatusMark::ok, "Synced", std::nullopt, dismiss, std::nullopt}},
-                         {row::Status{StatusMark::ok, "Synced", std::nullopt, std::nullopt, std::nullopt}}));
-    EXPECT_TRUE(shapeOf({row::CliUpdate{update(CliUpdatePhase::available)}},
-                        {row::CliUpdate{update(CliUpdatePhase::installing)}}));
-    EXPECT_FALSE(shapeOf({row::CliUpdate{update(CliUpdatePhase::available)}},
-                         {row::CliUpdate{update(CliUpdatePhase::failed)}}));  // a log row more
-    EXPECT_FALSE(shapeOf({action("A")}, {action("B")}));
-    EXPECT_FALSE(shapeOf({row::Submenu{"S", {action("A")}}}, {row::Submenu{"S", {action("B")}}}));
-}
-
-TEST_F(MenuBuilderTest, UpdateRowChangesViewInPlaceWhileOpen) {
-    builder.submit({{row::CliUpdate{update(CliUpdatePhase::available)}}, std::vector<MenuItem>{}, false});
-    const auto notice = live().itemAt(0);
-    EXPECT_FALSE(notice->hasContent());
-    live().reportTrackingBegan();
-    builder.submit({{row::CliUpdate{update(CliUpdatePhase::installing)}}, std::vector<MenuItem>{}, false});
-    EXPECT_EQ(live().itemAt(0), notice);
-    EXPECT_FALSE(notice->isEnabled());
-    EXPECT_FALSE(notice->attributedTitle());
-    ASSERT_TRUE(notice->content());
-    EXPECT_EQ(std::get<CliUpdateViewContent>(*notice->content()).model.phase, CliUpdatePhase::installing);
-    EXPECT_FALSE(notice->fire());
+    const std::vector<Row> rows = {
+        {agent("a", "A", "working", std::nullopt), agent("b", "B", std::nullopt, std::nullopt), true},
+        {status("1m", std::nullopt, std::nullopt, StatusMark::ok), status("5m"), true},
+        {status("1m"), status(std::nullopt), false},
+        {status(std::nullopt, urlAction("Dismiss")), status(std::nullopt), false},
+        {row::CliUpdate{update(P::available)}, row::CliUpdate{update(P::installing)}, true},
+        {row::CliUpdate{update(P::available)}, row::CliUpdate{update(P::failed)}, false},  // a log row more
+        {action("A"), action("B"), false},
+        {row::Submenu{"S", {action("A")}}, row::Submenu{"S", {action("B")}}, false},
+    };
+    for (const auto& row : rows) {
+        auto left = builder.build({{row.a}, std::nullopt, false});
+        auto right = builder.build({{row.b}, std::nullopt, false});
+        EXPECT_EQ(MenuBuilder::sameShape(*left, right->items()), row.same) << &row - rows.data();
+    }
 }
 
 }  // namespace

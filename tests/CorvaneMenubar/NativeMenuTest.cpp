@@ -9,11 +9,7 @@ namespace corvane {
 namespace {
 
 TEST(TextMeasure, ClustersJoinMarksSequencesAndFlags) {
-    struct Row {
-        std::string text;
-        std::vector<std::string> clusters;
-    };
-    const std::vector<Row> rows = {
+    const std::vector<std::pair<std::string, std::vector<std::string>>> rows = {
         {"", {}},
         {"abc", {"a", "b", "c"}},
         {"e\u0301x", {"e\u0301", "x"}},                                     // combining acute
@@ -26,9 +22,9 @@ TEST(TextMeasure, ClustersJoinMarksSequencesAndFlags) {
         {"\xe2\x80", {"\xe2", "\x80"}},                                     // truncated sequence
         {"\xc0\xaf", {"\xc0", "\xaf"}},                                     // overlong form
     };
-    for (const auto& row : rows) {
-        const auto got = graphemeClusters(row.text);
-        EXPECT_EQ(std::vector<std::string>(got.begin(), got.end()), row.clusters) << row.text;
+    for (const auto& [text, clusters] : rows) {
+        const auto got = graphemeClusters(text);
+        EXPECT_EQ(std::vector<std::string>(got.begin(), got.end()), clusters) << text;
     }
     EXPECT_EQ(FixedWidthTextMeasure(7).width("e\u0301\u2026", FontRole::system11), 14.0);
 }
@@ -37,9 +33,7 @@ TEST(NativeMenu, InsertingKeepsOneParentAndMovesKeepHighlight) {
     MemoryMenuFactory factory;
     auto first = factory.makeMenu(), second = factory.makeMenu();
     auto a = factory.makeItem(), b = factory.makeItem(), c = factory.makeItem();
-    first->append(a);
-    first->append(b);
-    first->append(c);
+    for (const auto& item : {a, b, c}) first->append(item);
     first->reportHighlight(c.get());
     first->move(2, 0);
     EXPECT_EQ(first->items(), (std::vector<NativeMenu::ItemPtr>{c, a, b}));

@@ -22,40 +22,39 @@ struct Gate {
         changed.wait_for(lock, std::chrono::seconds(10), [&] { return open; });
     }
     void release() {
-        {
-            std::lock_guard lock(mutex);
-            open = true;
-        }
+        std::unique_lock lock(mutex);
+        open = true;
+        lock.unlock();
         changed.notify_all();
     }
 };
+
+bool ready(std::promise<void>& p) {
+    return p.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+}
 
 TEST(ThreadBackgroundWork, SerialQueueHoldsAtMostEightAndRunsThemInOrder) {
     ThreadBackgroundWork work;
     auto queue = work.makeSerialQueue();
     Gate gate;
-    std::promise<void> firstStarted;
+    std::promise<void> firstStarted, allDone;
     std::mutex orderMutex;
     std::vector<int> order;
-    std::promise<void> allDone;
-
-    ASSERT_TRUE(queue->tryEnqueue([&] {
-        firstStarted.set_value();
-        gate.wait();
-        std::lock_guard lock(orderMutex);
-        order.push_back(0);
-    }));
-    ASSERT_EQ(firstStarted.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
-    for (int i = 1; i < 8; ++i)
-        EXPECT_TRUE(queue->tryEnqueue([&, i] {
+    auto job = [&](int i) {
+        return [&, i] {
+            if (i == 0) firstStarted.set_value(), gate.wait();
             std::lock_guard lock(orderMutex);
             order.push_back(i);
             if (i == 7) allDone.set_value();
-        })) << i;
+        };
+    };
+    ASSERT_TRUE(queue->tryEnqueue(job(0)));
+    ASSERT_TRUE(ready(firstStarted));
+    for (int i = 1; i < 8; ++i) EXPECT_TRUE(queue->tryEnqueue(job(i))) << i;
     EXPECT_EQ(queue->pendingCount(), 8u);  // the running job counts
     EXPECT_FALSE(queue->tryEnqueue([] {}));
     gate.release();
-    ASSERT_EQ(allDone.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    ASSERT_TRUE(ready(allDone));
     std::lock_guard lock(orderMutex);
     EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
 }
@@ -67,12 +66,8 @@ TEST(ThreadBackgroundWork, CancelAllDropsQueuedJobsButLetsTheRunningOneFinish) {
     std::atomic<int> ran{0};
     {
         auto queue = work.makeSerialQueue(3);
-        queue->tryEnqueue([&] {
-            started.set_value();
-            gate.wait();
-            ++ran;
-        });
-        ASSERT_EQ(started.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        queue->tryEnqueue([&] { started.set_value(), gate.wait(), ++ran; });
+        ASSERT_TRUE(ready(started));
         queue->tryEnqueue([&] { ran += 100; });
         queue->tryEnqueue([&] { ran += 100; });
         queue->cancelAll();
@@ -85,7 +80,7 @@ TEST(ThreadBackgroundWork, CancelAllDropsQueuedJobsButLetsTheRunningOneFinish) {
 }
 
 TEST(ThreadBackgroundWork, RunsJobsConcurrentlyOffTheCallingThread) {
-    std::atomic<int> ran{0};
+    std::atomic<int> ran{0}, waiting{0};
     std::atomic<bool> offCaller{true};
     const auto caller = std::this_thread::get_id();
     Gate gate;
@@ -93,7 +88,6 @@ TEST(ThreadBackgroundWork, RunsJobsConcurrentlyOffTheCallingThread) {
         ThreadBackgroundWork work;
         // Both jobs wait on one gate: they can only finish if they run at the same time.
         std::promise<void> bothWaiting;
-        std::atomic<int> waiting{0};
         for (auto priority : {WorkPriority::utility, WorkPriority::userInitiated})
             work.run(priority, [&] {
                 offCaller = offCaller && std::this_thread::get_id() != caller;
@@ -101,7 +95,7 @@ TEST(ThreadBackgroundWork, RunsJobsConcurrentlyOffTheCallingThread) {
                 gate.wait();
                 ++ran;
             });
-        EXPECT_EQ(bothWaiting.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        EXPECT_TRUE(ready(bothWaiting));
         gate.release();
     }  // destruction joins
     EXPECT_EQ(ran.load(), 2);
