@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -32,12 +33,8 @@ std::vector<std::string> wordsFromShell(const std::string& commandLine) {
     while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
     ::pclose(pipe);
     std::vector<std::string> words;
-    size_t start = 0;
-    for (size_t i = 0; i < out.size(); ++i)
-        if (out[i] == '\0') {
-            words.push_back(out.substr(start, i - start));
-            start = i + 1;
-        }
+    std::istringstream in(out);
+    for (std::string word; std::getline(in, word, '\0');) words.push_back(word);
     return words;
 }
 

@@ -182,24 +182,6 @@ TEST_F(CorvaneSim, HangingFaultsEndOnlyWithTheRightSignal) {
     }
 }
 
-// The stamp's format is judged by the app's reader below; this checks what the options change.
-TEST_F(CorvaneSim, WriteOnceStampsASnapshotAndBumpsItsSequence) {
-    const fs::path snapshotPath = menu()["snapshotFiles"]["snapshot"].get<std::string>();
-    const std::vector<std::string> once{"snapshot-write-once", "--pid", "4242"}, bump{"snapshot-write-once", "--bump",
-                                                                                       "--pid", "4242"};
-    const struct { std::vector<std::string> args; int sequence; bool sameBoot; } rows[] = {
-        {once, 1, false}, {bump, 2, true}, {bump, 3, true}, {once, 1, false}};
-    std::string previousBoot;
-    for (const auto& row : rows) {
-        ASSERT_EQ(run(row.args).exitCode, 0);
-        const Json stamp = objectOf(readText(snapshotPath)).value("snapshot", Json::object());
-        EXPECT_EQ(stamp.value("pid", 0), 4242);
-        EXPECT_EQ(stamp.value("sequence", 0), row.sequence);
-        EXPECT_EQ(stamp.value("bootId", "") == previousBoot, row.sameBoot);
-        previousBoot = stamp.value("bootId", "");
-    }
-}
-
 // The app's snapshot reader is the judge of the stamp: a snapshot read before a refresh request
 // must be held back, the rewrite that follows the request must be drawn.
 TEST_F(CorvaneSim, WriterAnswersRefreshAndOpenRequestsAndStopsOnTerm) {
