@@ -485,8 +485,9 @@ std::optional<std::int64_t> millisecondsOf(const Json* value) {
     return milliseconds(value->get<double>());
 }
 
-// The desktop diagnostic is a failure the CLI met while refreshing the menu, so it is recorded
-// under the menu poll operation. Each field is read on its own; a damaged one counts as absent.
+// The desktop diagnostic is what the CLI met while reading the Claude desktop app's registry
+// during its refresh, so it is recorded under that operation: the app's own poll keeps its own
+// log streak, and a healthy poll after it is not mistaken for a recovery. Each field is read on its own; a damaged one counts as absent.
 // "code" may be a code word (kept when it is a safe diagnostic word) or a whole number (written
 // in decimal); anything else leaves the code absent. Without a known outcome word there is no
 // diagnostic record, but the timing report may still stand.
@@ -496,7 +497,7 @@ std::optional<ClientDiagnostic> desktopDiagnostic(const Json& value) {
         return std::nullopt;
     }();
     if (!outcome) return std::nullopt;
-    ClientDiagnostic diagnostic{DiagnosticOperation::menuPoll, *outcome, {}, {}, {}, {}};
+    ClientDiagnostic diagnostic{DiagnosticOperation::claudeDesktopRegistry, *outcome, {}, {}, {}, {}};
     if (auto* domain = stringOrNull(member(value, "domain")); domain && patterns::isDiagnosticWord(*domain))
         diagnostic.domain = *domain;
     if (const Json* code = member(value, "code")) {

@@ -326,7 +326,7 @@ TEST(MenuDecode, SplicesTheUpdateBlock) {
 
 TEST(MenuDecode, ReadsTheDesktopDiagnosticFieldByField) {
     struct Row { Json diagnostic; std::optional<ClientDiagnostic> expected; std::optional<CliRefreshReport> report; };
-    const auto poll = DiagnosticOperation::menuPoll;
+    const auto poll = DiagnosticOperation::claudeDesktopRegistry;
     const Row rows[] = {
         {{{"outcome", "failed"}, {"domain", "Node"}, {"code", "ECONNREFUSED"}},
          ClientDiagnostic{poll, DiagnosticOutcome::failed, "Node", "ECONNREFUSED", {}, {}}, {}},
