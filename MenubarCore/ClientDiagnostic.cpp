@@ -6,11 +6,12 @@
 #include <nlohmann/json.hpp>
 
 #include "Patterns.h"
+#include "WordTable.h"
 
 namespace corvane {
 namespace {
 
-constexpr std::array<std::pair<DiagnosticOperation, std::string_view>, 6> operationWords{{
+constexpr WordTable<DiagnosticOperation, 6> operationWords{{
     {DiagnosticOperation::cliRun, "cli.run"},
     {DiagnosticOperation::menuAnalytics, "menu.analytics"},
     {DiagnosticOperation::menuPoll, "menu.poll"},
@@ -19,27 +20,13 @@ constexpr std::array<std::pair<DiagnosticOperation, std::string_view>, 6> operat
     {DiagnosticOperation::terminalFocus, "terminal.focus"},
 }};
 
-constexpr std::array<std::pair<DiagnosticOutcome, std::string_view>, 5> outcomeWords{{
+constexpr WordTable<DiagnosticOutcome, 5> outcomeWords{{
     {DiagnosticOutcome::available, "available"},
     {DiagnosticOutcome::missing, "missing"},
     {DiagnosticOutcome::denied, "denied"},
     {DiagnosticOutcome::failed, "failed"},
     {DiagnosticOutcome::notNeeded, "not-needed"},
 }};
-
-template <class Table, class Value>
-std::string_view wordIn(const Table& table, Value value) {
-    for (const auto& [v, w] : table)
-        if (v == value) return w;
-    return {};
-}
-
-template <class Table>
-auto valueIn(const Table& table, std::string_view word) -> std::optional<typename Table::value_type::first_type> {
-    for (const auto& [v, w] : table)
-        if (w == word) return v;
-    return std::nullopt;
-}
 
 std::string safeDomain(std::string_view domain) {
     for (std::string_view known : {posixErrorDomain, cocoaErrorDomain, osStatusErrorDomain, machErrorDomain})

@@ -17,13 +17,14 @@
 
 #include "Patterns.h"
 #include "Uuid.h"
+#include "WordTable.h"
 
 namespace corvane {
 namespace {
 
 using Json = nlohmann::json;
 
-constexpr std::array<std::pair<PollTrigger, std::string_view>, 6> triggerWords{{
+constexpr WordTable<PollTrigger, 6> triggerWords{{
     {PollTrigger::launch, "launch"},
     {PollTrigger::timer, "timer"},
     {PollTrigger::directoryChange, "directory-change"},
@@ -129,17 +130,9 @@ int appendLine(const std::string& directory, std::string_view fileName, std::str
 
 }  // namespace
 
-std::string_view wireWord(PollTrigger trigger) {
-    for (const auto& [value, word] : triggerWords)
-        if (value == trigger) return word;
-    return {};
-}
+std::string_view wireWord(PollTrigger trigger) { return wordIn(triggerWords, trigger); }
 
-std::optional<PollTrigger> pollTriggerFromWord(std::string_view word) {
-    for (const auto& [value, w] : triggerWords)
-        if (w == word) return value;
-    return std::nullopt;
-}
+std::optional<PollTrigger> pollTriggerFromWord(std::string_view word) { return valueIn(triggerWords, word); }
 
 Json toJson(const RefreshSnapshot& snapshot) {
     Json value = Json::object();

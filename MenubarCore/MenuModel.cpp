@@ -2,11 +2,10 @@
 
 #include <array>
 
+#include "WordTable.h"
+
 namespace corvane {
 namespace {
-
-template <class E, std::size_t N>
-using WordTable = std::array<std::pair<E, std::string_view>, N>;
 
 constexpr WordTable<StatusMark, 5> statusMarkWords{{{StatusMark::ok, "ok"},
                                                     {StatusMark::problem, "problem"},
@@ -23,34 +22,19 @@ constexpr WordTable<CliUpdatePhase, 5> phaseWords{{{CliUpdatePhase::available, "
                                                    {CliUpdatePhase::succeeded, "succeeded"},
                                                    {CliUpdatePhase::upToDate, "upToDate"}}};
 
-template <class Table, class E>
-std::string_view wordOf(const Table& table, E value) {
-    for (const auto& [v, w] : table)
-        if (v == value) return w;
-    return {};
-}
-
-template <class E, class Table>
-std::optional<E> valueOf(const Table& table, std::string_view word) {
-    for (const auto& [v, w] : table)
-        if (w == word) return v;
-    return std::nullopt;
-}
-
-
 }  // namespace
 
-std::string_view contractWord(StatusMark mark) { return wordOf(statusMarkWords, mark); }
-std::string_view contractWord(ConnectionMark mark) { return wordOf(connectionMarkWords, mark); }
-std::string_view contractWord(MenuIcon icon) { return wordOf(menuIconWords, icon); }
-std::string_view contractWord(CliUpdatePhase phase) { return wordOf(phaseWords, phase); }
-std::optional<StatusMark> statusMarkFromWord(std::string_view w) { return valueOf<StatusMark>(statusMarkWords, w); }
+std::string_view contractWord(StatusMark mark) { return wordIn(statusMarkWords, mark); }
+std::string_view contractWord(ConnectionMark mark) { return wordIn(connectionMarkWords, mark); }
+std::string_view contractWord(MenuIcon icon) { return wordIn(menuIconWords, icon); }
+std::string_view contractWord(CliUpdatePhase phase) { return wordIn(phaseWords, phase); }
+std::optional<StatusMark> statusMarkFromWord(std::string_view w) { return valueIn(statusMarkWords, w); }
 std::optional<ConnectionMark> connectionMarkFromWord(std::string_view w) {
-    return valueOf<ConnectionMark>(connectionMarkWords, w);
+    return valueIn(connectionMarkWords, w);
 }
-std::optional<MenuIcon> menuIconFromWord(std::string_view w) { return valueOf<MenuIcon>(menuIconWords, w); }
+std::optional<MenuIcon> menuIconFromWord(std::string_view w) { return valueIn(menuIconWords, w); }
 std::optional<CliUpdatePhase> cliUpdatePhaseFromWord(std::string_view w) {
-    return valueOf<CliUpdatePhase>(phaseWords, w);
+    return valueIn(phaseWords, w);
 }
 
 std::string_view verbName(const MenuVerb& verb) {

@@ -9,13 +9,14 @@
 
 #include "MenuDecode.h"
 #include "MenuTime.h"
+#include "WordTable.h"
 
 namespace corvane {
 namespace {
 
 using Json = nlohmann::json;
 
-constexpr std::array<std::pair<SnapshotSkip, std::string_view>, 7> skipWords{{
+constexpr WordTable<SnapshotSkip, 7> skipWords{{
     {SnapshotSkip::missing, "missing"},
     {SnapshotSkip::unreadable, "unreadable"},
     {SnapshotSkip::otherIdentity, "other-identity"},
@@ -51,17 +52,9 @@ std::optional<Instant> time(const Json& object, const char* key) {
 
 }  // namespace
 
-std::string_view wireWord(SnapshotSkip skip) {
-    for (const auto& [value, word] : skipWords)
-        if (value == skip) return word;
-    return {};
-}
+std::string_view wireWord(SnapshotSkip skip) { return wordIn(skipWords, skip); }
 
-std::optional<SnapshotSkip> snapshotSkipFromWord(std::string_view word) {
-    for (const auto& [value, w] : skipWords)
-        if (w == word) return value;
-    return std::nullopt;
-}
+std::optional<SnapshotSkip> snapshotSkipFromWord(std::string_view word) { return valueIn(skipWords, word); }
 
 std::optional<MenuSnapshot> decodeMenuSnapshot(std::string_view data, Instant now) {
     MenuDecodeResult decoded = decodeMenuPayload(data, now);
