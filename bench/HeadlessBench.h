@@ -100,4 +100,32 @@ inline Json retitled(Json answer, const std::string& title) {
     return answer;
 }
 
+// The same answer without its snapshot source, so that every trigger runs the CLI as a process.
+inline Json withoutSnapshotSource(Json answer) {
+    answer.erase("snapshotFiles");
+    answer.erase("snapshotIdentity");
+    return answer;
+}
+
+// The simulator's demo answer, or null (with a message) when it gave none.
+inline Json demoAnswer(SimWorld& world, const Executables& exe) {
+    Json answer = Json::parse(world.sim({"menu"}).out, nullptr, false);
+    if (!answer.is_object()) {
+        std::fprintf(stderr, "the simulator gave no answer (%s)\n", exe.sim.c_str());
+        return Json();
+    }
+    return answer;
+}
+
+// Makes the simulator answer `answer` retitled `title` (from `scenario`), starts the headless
+// app on it and waits for that frame; false (with a message) when the app showed none.
+inline bool startOnScenario(HeadlessApp& app, SimWorld& world, const Executables& exe, const fs::path& scenario,
+                            const Json& answer, const std::string& title) {
+    writeScenario(scenario, retitled(answer, title));
+    world.extraEnvironment = {"CORVANE_SIM_SCENARIO=" + scenario.string()};
+    if (app.start(exe.app, world.appEnvironment(), world.root / "app.err") && app.waitFrameWith(title, 20)) return true;
+    std::fprintf(stderr, "the app showed no payload: %s\n", app.errors().c_str());
+    return false;
+}
+
 }  // namespace headlessbench

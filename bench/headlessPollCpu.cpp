@@ -17,21 +17,11 @@ int main(int argc, char** argv) {
 
     SimWorld world(exe.sim);
     const fs::path scenario = world.root / "scenario.json";
-    Json answer = Json::parse(world.sim({"menu"}).out, nullptr, false);
-    if (!answer.is_object()) {
-        std::fprintf(stderr, "the simulator gave no answer (%s)\n", exe.sim.c_str());
-        return 1;
-    }
-    answer.erase("snapshotFiles");
-    answer.erase("snapshotIdentity");
-    writeScenario(scenario, retitled(answer, "Same answer"));
-    world.extraEnvironment = {"CORVANE_SIM_SCENARIO=" + scenario.string()};
-
+    const Json demo = demoAnswer(world, exe);
+    if (demo.is_null()) return 1;
+    const Json answer = withoutSnapshotSource(demo);
     HeadlessApp app;
-    if (!app.start(exe.app, world.appEnvironment(), world.root / "app.err") || !app.waitFrameWith("Same answer", 20)) {
-        std::fprintf(stderr, "the app showed no payload: %s\n", app.errors().c_str());
-        return 1;
-    }
+    if (!startOnScenario(app, world, exe, scenario, answer, "Same answer")) return 1;
     const fs::path touch = world.simHome / "watch" / "changed";
 
     // Wakes the watch folder and waits until the poll has been logged; false on a hang.

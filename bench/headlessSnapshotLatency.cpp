@@ -60,22 +60,11 @@ int main(int argc, char** argv) {
 
     SimWorld world(exe.sim);
     const fs::path scenario = world.root / "scenario.json";
-    const Json demo = Json::parse(world.sim({"menu"}).out, nullptr, false);
-    if (!demo.is_object()) {
-        std::fprintf(stderr, "the simulator gave no answer (%s)\n", exe.sim.c_str());
-        return 1;
-    }
-    Json withoutSnapshot = demo;
-    withoutSnapshot.erase("snapshotFiles");
-    withoutSnapshot.erase("snapshotIdentity");
-
-    writeScenario(scenario, retitled(demo, "Sample 0"));
-    world.extraEnvironment = {"CORVANE_SIM_SCENARIO=" + scenario.string()};
+    const Json demo = demoAnswer(world, exe);
+    if (demo.is_null()) return 1;
+    const Json withoutSnapshot = withoutSnapshotSource(demo);
     HeadlessApp app;
-    if (!app.start(exe.app, world.appEnvironment(), world.root / "app.err") || !app.waitFrameWith("Sample 0", 20)) {
-        std::fprintf(stderr, "the app showed no payload: %s\n", app.errors().c_str());
-        return 1;
-    }
+    if (!startOnScenario(app, world, exe, scenario, demo, "Sample 0")) return 1;
     const std::string pid = std::to_string(app.pid());
     const int menuRunsAtLaunch = world.countRuns({"menu"});
     const fs::path snapshotFile = demo["snapshotFiles"]["snapshot"].get<std::string>();
