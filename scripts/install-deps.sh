@@ -11,7 +11,8 @@ if [[ "$(uname -s)" == "Darwin" ]]; then
 fi
 
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libgtest-dev libgmock-dev
-          libbenchmark-dev nlohmann-json3-dev)
+          libbenchmark-dev nlohmann-json3-dev
+          libgnustep-gui-dev libobjc-12-dev libblocksruntime-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
