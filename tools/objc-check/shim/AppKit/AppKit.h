@@ -34,15 +34,12 @@ enum : NSUInteger {
     NSAlertStyleInformational SHIM_ONLY = NSInformationalAlertStyle,
     NSAlertStyleCritical SHIM_ONLY = NSCriticalAlertStyle,
 };
-enum : NSUInteger {
-    NSLineJoinStyleMiter SHIM_ONLY = NSMiterLineJoinStyle,
-    NSLineJoinStyleRound SHIM_ONLY = NSRoundLineJoinStyle,
-    NSLineJoinStyleBevel SHIM_ONLY = NSBevelLineJoinStyle,
-};
-enum : NSUInteger {
-    NSProgressIndicatorStyleBar SHIM_ONLY = NSProgressIndicatorBarStyle,
-    NSProgressIndicatorStyleSpinning SHIM_ONLY = NSProgressIndicatorSpinningStyle,
-};
+// Typed like the SDK's NS_ENUM constants, so that they convert to the properties' types.
+static const NSLineJoinStyle NSLineJoinStyleMiter SHIM_ONLY = NSMiterLineJoinStyle;
+static const NSLineJoinStyle NSLineJoinStyleRound SHIM_ONLY = NSRoundLineJoinStyle;
+static const NSLineJoinStyle NSLineJoinStyleBevel SHIM_ONLY = NSBevelLineJoinStyle;
+static const NSProgressIndicatorStyle NSProgressIndicatorStyleBar SHIM_ONLY = NSProgressIndicatorBarStyle;
+static const NSProgressIndicatorStyle NSProgressIndicatorStyleSpinning SHIM_ONLY = NSProgressIndicatorSpinningStyle;
 
 typedef NSString *NSAboutPanelOptionKey SHIM_ONLY;
 APPKIT_EXPORT NSAboutPanelOptionKey const NSAboutPanelOptionCredits SHIM_ONLY;  // macOS 10.13
@@ -106,6 +103,10 @@ SHIM_ONLY @interface NSImageSymbolConfiguration : NSObject <NSCopying>  // macOS
 @interface NSMenuItem (ObjcCheckShim)
 @property (nullable, strong) NSView *view SHIM_ONLY;
 @property (readonly, getter=isHighlighted) BOOL highlighted SHIM_ONLY;
+@end
+
+@interface NSControl (ObjcCheckShim)
+@property NSLineBreakMode lineBreakMode SHIM_ONLY;  // macOS 10.10
 @end
 
 @interface NSTextField (ObjcCheckShim)

@@ -1,0 +1,3 @@
+#import "MacApp.h"
+
+int main(int argc, char** argv) { return corvane::mac::runMacApp(argc, argv); }

@@ -1,0 +1,4 @@
+#import "StatusActionMenuItem.h"
+
+@implementation StatusActionMenuItem
+@end
