@@ -6,6 +6,11 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 cmake --preset dev >/dev/null
+if [[ "$(uname -s)" == "Darwin" ]]; then
+  # The menu bar app itself, run from its bundle so that its Info keys apply; Ctrl-C quits it.
+  cmake --build --preset dev --target Corvane corvane-sim
+  exec build/dev/CorvaneMenubar/macos/Corvane.app/Contents/MacOS/Corvane "$@"
+fi
 cmake --build --preset dev --target corvane-menubar corvane-sim
 app=build/dev/CorvaneMenubar/corvane-menubar
 status=0

@@ -21,3 +21,9 @@ for preset in asan tsan ci; do
   cmake --build --preset "$preset"
   ctest --preset "$preset"
 done
+if [[ "$(uname -s)" == "Darwin" ]]; then
+  app=build/ci/CorvaneMenubar/macos/Corvane.app
+  codesign --verify --strict "$app"
+  plutil -lint "$app/Contents/Info.plist"
+  echo "Corvane.app: built, Info.plist valid, signed ad hoc"
+fi

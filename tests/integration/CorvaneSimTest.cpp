@@ -2,6 +2,7 @@
 // keep the wire format the app reads, and its faults must misbehave exactly as advertised.
 
 #include "MenuDecode.h"
+#include "FileTime.h"
 #include "MenuSnapshot.h"
 
 #include "integration/ProcessHarness.h"
@@ -21,7 +22,8 @@ corvane::Instant currentInstant() {
 std::optional<corvane::Instant> modifiedInstant(const std::string& path) {
     struct stat info {};
     if (stat(path.c_str(), &info) != 0) return std::nullopt;
-    return corvane::Instant(std::chrono::microseconds(info.st_mtim.tv_sec * 1000000LL + info.st_mtim.tv_nsec / 1000));
+    const timespec modified = corvane::statModificationTime(info);
+    return corvane::Instant(std::chrono::microseconds(modified.tv_sec * 1000000LL + modified.tv_nsec / 1000));
 }
 
 class CorvaneSim : public ::testing::Test {
