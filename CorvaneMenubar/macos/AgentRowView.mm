@@ -91,6 +91,7 @@ NSRect nsRect(const Rect& rect) { return NSMakeRect(rect.x, rect.y, rect.width, 
     _row = row;
     if (newIcon) _iconView.image = harnessIcon(_row.icon);
     [self describeTargets];
+    [self layoutParts];
     if (restartPulse) [self syncPulse];
 }
 
@@ -210,7 +211,6 @@ NSRect nsRect(const Rect& rect) { return NSMakeRect(rect.x, rect.y, rect.width, 
 
 - (void)drawRect:(NSRect)dirtyRect {
     (void)dirtyRect;
-    [self layoutParts];
     const auto geometry = [self geometry];
     const auto target = highlightedTarget(_row, _hoveredTarget, _keyboardHighlighted);
     if (target) {

@@ -8,7 +8,10 @@
 #import "HostedRowView.h"
 #import "StatusActionMenuItem.h"
 
+#include <dispatch/dispatch.h>
+
 #include <type_traits>
+#include <utility>
 #include <variant>
 
 #include "MacDecisions.h"
@@ -52,17 +55,18 @@ using corvane::mac::MacNativeMenu;
 @end
 
 // Fires an item once the menu has closed: performed in the default run-loop mode only, which
-// does not run while a menu tracks.
+// does not run while a menu tracks. It holds the item, so a build applied when the menu closed
+// (which may replace the row) does not lose the choice: the handler reads the chosen row.
 @interface CorvaneDeferredChoice : NSObject
-- (instancetype)initWithItem:(std::weak_ptr<corvane::NativeMenuItem>)item activation:(corvane::Activation)activation;
+- (instancetype)initWithItem:(std::shared_ptr<corvane::NativeMenuItem>)item activation:(corvane::Activation)activation;
 - (void)fire;
 @end
 
 @implementation CorvaneDeferredChoice {
-    std::weak_ptr<corvane::NativeMenuItem> _item;
+    std::shared_ptr<corvane::NativeMenuItem> _item;
     corvane::Activation _activation;
 }
-- (instancetype)initWithItem:(std::weak_ptr<corvane::NativeMenuItem>)item activation:(corvane::Activation)activation {
+- (instancetype)initWithItem:(std::shared_ptr<corvane::NativeMenuItem>)item activation:(corvane::Activation)activation {
     if ((self = [super init])) {
         _item = std::move(item);
         _activation = activation;
@@ -70,7 +74,7 @@ using corvane::mac::MacNativeMenu;
     return self;
 }
 - (void)fire {
-    if (auto item = _item.lock()) item->fire(_activation);
+    if (auto item = std::exchange(_item, nullptr)) item->fire(_activation);
 }
 @end
 
@@ -253,7 +257,7 @@ void chooseAfterClosing(const std::weak_ptr<NativeMenuItem>& item, const Activat
     NSMenu* menu = mac->nsItem().menu;
     while (menu.supermenu) menu = menu.supermenu;
     [menu cancelTracking];
-    CorvaneDeferredChoice* choice = [[CorvaneDeferredChoice alloc] initWithItem:item activation:activation];
+    CorvaneDeferredChoice* choice = [[CorvaneDeferredChoice alloc] initWithItem:live activation:activation];
     [choice performSelector:@selector(fire) withObject:nil afterDelay:0 inModes:@[ NSDefaultRunLoopMode ]];
 }
 
@@ -277,7 +281,13 @@ void MacNativeMenu::menuWillOpen() {
 }
 
 void MacNativeMenu::menuDidClose() {
-    if (events_.didClose) events_.didClose();
+    // AppKit sends the chosen item's action after this; the close (which may apply a pending
+    // build and replace that item) waits for the next turn of the main queue.
+    if (!events_.didClose) return;
+    auto didClose = events_.didClose;
+    dispatch_async(dispatch_get_main_queue(), ^{
+        didClose();
+    });
 }
 
 void MacNativeMenu::willHighlight(NSMenuItem* item) {
