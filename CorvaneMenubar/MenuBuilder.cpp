@@ -21,6 +21,12 @@ const T* roleAs(const NativeMenuItem& item) {
     return std::get_if<T>(&item.role());
 }
 
+// A toolkit keeps its menu open after a click inside custom row content; such a row closes the
+// menu itself before it acts.
+void closeMenuOf(NativeMenuItem& sender) {
+    if (auto* menu = sender.menu()) menu->cancelTracking();
+}
+
 // A text that names the row a hosted item shows, so that a row whose details changed (a new
 // subtitle, another state) still counts as the same row and is rewritten in place.
 std::string hostedIdentity(const HostedRow& row) {
@@ -160,18 +166,19 @@ MenuBuilder::ItemPtr MenuBuilder::statusActionItem(const std::string& identity, 
                                                    const MenuAction& action,
                                                    const std::optional<MenuAction>& dismiss) {
     std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
-    auto item = handlerItem(title, [hooks, action, dismiss](NativeMenuItem&, const Activation& activation) {
+    auto item = handlerItem(title, [hooks, action, dismiss](NativeMenuItem& sender, const Activation& activation) {
         auto live = hooks.lock();
         if (!live || !live->performAction) return;
-        if (activation.part == RowPart::dismiss) {
-            if (dismiss) live->performAction(*dismiss);
-        } else {
-            live->performAction(action);
-        }
+        const auto chosen = activation.part == RowPart::dismiss ? dismiss : std::optional<MenuAction>(action);
+        if (!chosen) return;
+        closeMenuOf(sender);
+        live->performAction(*chosen);
     });
-    item->setAttributedTitle(statusTitle(title, detail, measure_));
-    item->setToolTip(detail && !detail->empty() ? title + "\n" + *detail : title);
-    item->setRole(role::StatusAction{identity, statusLineCount(detail), dismiss});
+    const auto lines = shown(detail);
+    item->setAttributedTitle(statusTitle(title, lines, measure_));
+    item->setToolTip(displayText(lines && !lines->empty() ? title + "\n" + *lines : title, measure_));
+    item->setRole(role::StatusAction{displayText(identity, measure_), statusLineCount(lines), dismiss,
+                                     displayText(action.title, measure_)});
     item->setEnabled(action.isEnabled);
     return item;
 }
@@ -187,10 +194,10 @@ MenuBuilder::ItemPtr MenuBuilder::dismissibleItem(const std::string& identity, c
         auto live = hooks.lock();
         const auto* row = contentAs<DismissibleRowContent>(sender);
         if (!live || !live->performAction || !row) return;
-        if (activation.part == RowPart::dismiss)
-            live->performAction(row->dismiss);
-        else if (row->repair)
-            live->performAction(*row->repair);
+        const auto chosen = activation.part == RowPart::dismiss ? std::optional<MenuAction>(row->dismiss) : row->repair;
+        if (!chosen) return;
+        closeMenuOf(sender);
+        live->performAction(*chosen);
     });
     return item;
 }
@@ -203,10 +210,17 @@ MenuBuilder::ItemPtr MenuBuilder::agentItem(const AgentRow& row) {
         auto live = hooks.lock();
         const auto* content = contentAs<AgentRowContent>(sender);
         if (!live || !live->performAction || !content) return;
-        if (auto action = chosenAgentAction(content->row, activation)) live->performAction(*action);
+        auto action = chosenAgentAction(content->row, activation);
+        if (!action) return;
+        closeMenuOf(sender);
+        live->performAction(*action);
     });
-    const bool reduceMotion = hooks_->reduceMotion && hooks_->reduceMotion();
-    item->setContent(AgentRowContent{row, reduceMotion});
+    // The row's texts are shown; its identity and verbs are not, and stay whole.
+    AgentRow display = row;
+    display.corvane.title = displayText(row.corvane.title, measure_);
+    if (display.harness) display.harness->title = displayText(row.harness->title, measure_);
+    display.statusLabel = shown(row.statusLabel);
+    item->setContent(AgentRowContent{std::move(display), reduceMotion()});
     return item;
 }
 

@@ -17,6 +17,10 @@
 // custom row), `reportTrackingBegan` / `reportTrackingEnded` when the menu opens and closes
 // (Qt: aboutToShow / aboutToHide; AppKit: NSMenuDidBeginTracking / NSMenuDidEndTracking), and
 // `reportHighlight` when the highlighted item changes. Everything runs on the main thread.
+//
+// A toolkit closes its menu by itself when a plain item is chosen, but not after a click inside
+// custom row content; portable code then calls `cancelTracking` (see there), so no shell decides
+// on its own when a custom row closes the menu.
 
 #include <cstddef>
 #include <functional>
@@ -332,6 +336,13 @@ public:
     [[nodiscard]] Subscription observeTracking(std::function<void(bool began)> observer);
     void reportTrackingBegan();
     void reportTrackingEnded();
+    // Closes the menu the user is in, as a click outside it would: a row whose custom content
+    // acted (agent rows, dismiss buttons, status-action rows) calls it on the menu holding the
+    // row, which may be a submenu. The shell ends the whole tracking session, every open level
+    // (Qt: hide the popup and its parent popups; AppKit: `cancelTracking` on the top menu), and
+    // then reports the close through its usual path (`StatusItem::reportMenuDidClose`). Harmless
+    // when nothing is shown.
+    void cancelTracking() { willCancelTracking(); }
 
     // The item under the keyboard or pointer highlight, or null. Cleared when it leaves the menu.
     NativeMenuItem* highlightedItem() const { return highlighted_; }
@@ -343,6 +354,7 @@ protected:
     virtual void didRemove(std::size_t /*index*/, NativeMenuItem& /*item*/) {}
     virtual void willUpdate() {}
     virtual void didChangeSettings() {}
+    virtual void willCancelTracking() {}
 
 private:
     template <class Arg>
