@@ -78,10 +78,13 @@ struct Plain {
     bool operator==(const Plain&) const = default;
 };
 // A clickable status: its title is an attributed title of `lineCount` lines joined by line feeds.
+// `actionTitle` names what choosing the row does ("Copy Install Command"); the shell shows it
+// with the row (a trailing hint, see `statusActionRowLayout`) and in the plain-text fallback.
 struct StatusAction {
     std::string identity;
     int lineCount = 1;
     std::optional<MenuAction> dismiss;  // offered by the row as its dismiss part
+    std::string actionTitle;
     bool operator==(const StatusAction&) const = default;
 };
 enum class CliUpdateRole { notice, log };
