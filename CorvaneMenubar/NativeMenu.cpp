@@ -1,6 +1,10 @@
 #include "NativeMenu.h"
 
 #include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "RowLayout.h"
 
 namespace corvane {
 namespace {
@@ -81,18 +85,18 @@ std::string plainText(const RowContent& content) {
 }
 
 double rowHeight(const HostedRow& row) {
-    constexpr double line = 22, extraLine = 16;
+    using namespace rowmetrics;
     return std::visit(
-        Overloaded{[&](const hosted::Header& h) { return line + extraLine * static_cast<double>(lineCountOf(h.subtitle)); },
-                   [](const hosted::SectionLabel&) { return 20.0; },
-                   [&](const hosted::StatusRow& s) { return line + extraLine * static_cast<double>(lineCountOf(s.subtitle)); },
-                   [&](const hosted::ConnectionRow&) { return line; }},
+        Overloaded{[&](const hosted::Header& h) { return lineHeight + extraLineHeight * static_cast<double>(lineCountOf(h.subtitle)); },
+                   [](const hosted::SectionLabel&) { return sectionHeight; },
+                   [&](const hosted::StatusRow& s) { return lineHeight + extraLineHeight * static_cast<double>(lineCountOf(s.subtitle)); },
+                   [&](const hosted::ConnectionRow&) { return lineHeight; }},
         row);
 }
 
 double rowHeight(const RowContent& content) {
-    return std::visit(Overloaded{[](const AgentRowContent&) { return 26.0; },
-                                 [](const CliUpdateViewContent&) { return 36.0; },
+    return std::visit(Overloaded{[](const AgentRowContent&) { return rowmetrics::agentRowHeight; },
+                                 [](const CliUpdateViewContent&) { return rowmetrics::cliUpdateRowHeight; },
                                  [](const DismissibleRowContent& d) { return rowHeight(d.content); },
                                  [](const HostedRowContent& h) { return rowHeight(h.row); }},
                       content);
