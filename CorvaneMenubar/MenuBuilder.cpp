@@ -137,6 +137,30 @@ std::string MenuBuilder::fittingText(const std::string& text, FontRole font) con
     return corvane::fittingText(text, font, measure_);
 }
 
+std::optional<std::string> MenuBuilder::shown(const std::optional<std::string>& text) const {
+    if (!text) return std::nullopt;
+    return displayText(*text, measure_);
+}
+
+HostedRow MenuBuilder::shown(const HostedRow& row) const {
+    struct Visitor {
+        const MenuBuilder& b;
+        HostedRow operator()(const hosted::Header& h) const {
+            return hosted::Header{*b.shown(h.title), b.shown(h.subtitle), b.shown(h.trailing)};
+        }
+        HostedRow operator()(const hosted::SectionLabel& s) const { return hosted::SectionLabel{*b.shown(s.title)}; }
+        HostedRow operator()(const hosted::StatusRow& s) const {
+            return hosted::StatusRow{s.mark, *b.shown(s.title), b.shown(s.subtitle), s.checking};
+        }
+        HostedRow operator()(const hosted::ConnectionRow& c) const {
+            return hosted::ConnectionRow{c.mark, *b.shown(c.name), *b.shown(c.state)};
+        }
+    };
+    return std::visit(Visitor{*this}, row);
+}
+
+bool MenuBuilder::reduceMotion() const { return hooks_->reduceMotion && hooks_->reduceMotion(); }
+
 ItemHandler MenuBuilder::performing(const MenuAction& action) const {
     std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
     return [hooks, action](NativeMenuItem&, const Activation&) {
@@ -225,8 +249,8 @@ MenuBuilder::ItemPtr MenuBuilder::agentItem(const AgentRow& row) {
 }
 
 std::vector<MenuBuilder::ItemPtr> MenuBuilder::updateItems(const CliUpdate& update) {
-    auto notice = factory_.makeItem();
-    presentCliUpdate(*notice, update, measure_);
+    auto notice = descriptions_->makeItem();
+    presentCliUpdate(*notice, update, measure_, reduceMotion());
     if (cliUpdateCanStart(update)) {
         const auto start = handlerItem(cliUpdateActionTitle(update), performing(cliUpdateAction(update)));
         copyNativeState(*start, *notice);
@@ -363,7 +387,7 @@ void MenuBuilder::rewritePair(NativeMenuItem& live, const NativeMenuItem& fresh)
         copyNativeState(fresh, live);
     } else if (const auto* update = roleAs<role::CliUpdateRow>(fresh)) {
         if (update->role == role::CliUpdateRole::notice)
-            presentCliUpdate(live, update->model, measure_);
+            presentCliUpdate(live, update->model, measure_, reduceMotion());
         else
             live.setRole(fresh.role());
         live.setTitle(fresh.title());

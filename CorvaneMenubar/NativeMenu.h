@@ -134,9 +134,11 @@ struct AgentRowContent {
     bool reduceMotion = false;  // fixed when the row is made
     bool operator==(const AgentRowContent&) const = default;
 };
-// The CLI update row while the update cannot start: title, subtitle and a spinner.
+// The CLI update row while the update cannot start: title, subtitle and a spinner, which stays
+// still under reduce motion (see `cliUpdateSpinnerAnimates`).
 struct CliUpdateViewContent {
     CliUpdate model;
+    bool reduceMotion = false;  // read when the row is made or presents a new update
     bool operator==(const CliUpdateViewContent&) const = default;
 };
 // A static row with a dismiss button (and an optional repair action and warning).
