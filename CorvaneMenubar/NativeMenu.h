@@ -326,6 +326,13 @@ public:
     void remove(const NativeMenuItem& item);
     void removeAll();
     void move(std::size_t from, std::size_t to);
+    // Makes the menu hold exactly `items`, in order, at O(n log n) cost for any n: items that
+    // stay keep their identity (an open submenu, the highlight); items that leave are removed;
+    // an item of another menu is taken out of it first; a repeated item counts once. The hooks
+    // see the steps: removals from the last index down, then, position by position, insertions
+    // and moves (a removal and an insertion). Each index is valid in the shell's mirror at that
+    // moment, while `items()` already holds the final list, so a hook uses the item it is given.
+    void setItems(std::vector<ItemPtr> items);
 
     // When on, the toolkit may enable items by itself; the builder always turns it off.
     bool autoenablesItems() const { return autoenables_; }
@@ -355,7 +362,8 @@ public:
     void reportHighlight(NativeMenuItem* item);
 
 protected:
-    virtual void didInsert(std::size_t /*index*/) {}
+    // `item` now sits at `index` in the shell's mirror of the menu.
+    virtual void didInsert(std::size_t /*index*/, NativeMenuItem& /*item*/) {}
     virtual void didRemove(std::size_t /*index*/, NativeMenuItem& /*item*/) {}
     virtual void willUpdate() {}
     virtual void didChangeSettings() {}
