@@ -86,7 +86,10 @@ MenuBuilder::MenuBuilder(NativeMenuFactory& factory, const TextMeasure& measure,
     // The subscription ends with the builder, so the observer never outlives `this`.
     trackingObserver_ = menu_->observeTracking([this](bool began) {
         tracking_ = began;
-        if (!began) applyPending();
+        if (began) return;
+        // The highlight ends with the menu; the next opening starts with none.
+        applyHighlight(*menu_, nullptr);
+        applyPending();
     });
     tracking_ = menu_->isTracking();
 }
