@@ -437,17 +437,18 @@ void MenuBuilder::rewriteUpdateBlock(NativeMenu& menu, const NativeMenu& from) {
 }
 
 void MenuBuilder::rewriteSessionStatuses(NativeMenu& menu, const NativeMenu& from) {
-    std::vector<ItemPtr> live;
-    std::vector<const AgentRowContent*> fresh;
-    for (const auto& item : menu.items())
-        if (contentAs<AgentRowContent>(*item)) live.push_back(item);
+    std::unordered_map<std::string_view, const AgentRow*> fresh;
     for (const auto& item : from.items())
-        if (const auto* agent = contentAs<AgentRowContent>(*item)) fresh.push_back(agent);
-    for (std::size_t i = 0; i < std::min(live.size(), fresh.size()); ++i) {
-        AgentRowContent shown = *contentAs<AgentRowContent>(*live[i]);
-        shown.row.status = fresh[i]->row.status;
-        shown.row.statusLabel = fresh[i]->row.statusLabel;
-        live[i]->setContent(shown);
+        if (const auto* agent = contentAs<AgentRowContent>(*item)) fresh.emplace(agent->row.id, &agent->row);
+    for (const auto& item : menu.items()) {
+        const auto* agent = contentAs<AgentRowContent>(*item);
+        if (!agent) continue;
+        const auto match = fresh.find(agent->row.id);
+        if (match == fresh.end()) continue;
+        AgentRowContent shown = *agent;
+        shown.row.status = match->second->status;
+        shown.row.statusLabel = match->second->statusLabel;
+        item->setContent(std::move(shown));
     }
 }
 
