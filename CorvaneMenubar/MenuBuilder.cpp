@@ -133,7 +133,7 @@ void MenuBuilder::applyPending() {
     menu_->setMinimumWidth(menuMinimumWidth);
 
     const auto fresh = build(next);
-    const auto items = fresh->items();  // a copy: reconciling moves items out of `fresh`
+    const auto& items = fresh->items();
     if (tracking_) {
         if (sameShape(*menu_, items)) {
             rewriteInPlace(*menu_, items);

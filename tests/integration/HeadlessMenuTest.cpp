@@ -1,6 +1,6 @@
-// A CLI that answers with a valid menu of 10 MB (tens of thousands of rows, one title of
-// megabytes): the headless app still draws frames, opens and closes its menu, keeps each row of
-// a frame small, and quits within 3 seconds.
+// The menu as the headless app draws it: what its rows say and keep across openings, and a CLI
+// that answers with a valid menu of 10 MB (tens of thousands of rows, one title of megabytes),
+// after which the app still draws frames, keeps each row of a frame small and quits within 3 s.
 
 #include "integration/ProcessHarness.h"
 
@@ -23,7 +23,7 @@ std::string largeAnswer() {
     }
     items.push_back({{"type", "action"}, {"title", "Last row"}, {"url", "https://example.com"}});
     return Json{{"contract", 1}, {"appEnv", "production"}, {"cliVersion", "1.4.2"}, {"icon", "running"},
-                {"refreshSeconds", 60}, {"items", items}}
+                {"refreshSeconds", 60}, {"watchPaths", Json::array()}, {"items", items}, {"more", Json::array()}}
         .dump();
 }
 
@@ -54,6 +54,42 @@ TEST(LargeAnswer, FramesStillAnswerAndQuitIsQuick) {
     app.send("quit");
     EXPECT_EQ(app.waitExit(30), 0) << app.errors();
     EXPECT_LT(secondsSince(quitAt), 3.0);
+}
+
+TEST(HeadlessMenu, StatusActionRowsNameTheirActionAndTheHighlightEndsWithTheMenu) {
+    {
+        SimWorld world(CORVANE_SIM_EXE);
+        world.extraEnvironment = {"CORVANE_CLI_PATH=" + (world.root / "missing" / "corvane").string()};
+        HeadlessApp app;
+        ASSERT_TRUE(app.start(CORVANE_MENUBAR_EXE, world.appEnvironment(), world.root / "app.err"));
+        const auto frame = app.waitFrameWith("The Corvane CLI isn't installed");
+        ASSERT_TRUE(frame) << app.errors();
+        const Json* row = rowAt((*frame)["items"], *rowPath((*frame)["items"], "The Corvane CLI isn't installed"));
+        EXPECT_EQ(row->value("action", ""), "Copy Install Command") << row->dump();
+        app.send("quit");
+        EXPECT_EQ(app.waitExit(10), 0);
+    }
+
+    SimWorld world(CORVANE_SIM_EXE);
+    HeadlessApp app;
+    ASSERT_TRUE(app.start(CORVANE_MENUBAR_EXE, world.appEnvironment(), world.root / "app.err"));
+    const auto frame = app.waitFrameWith("Fix flaky login test");
+    ASSERT_TRUE(frame) << app.errors();
+    const std::string path = *rowPath((*frame)["items"], "Fix flaky login test");
+    auto highlighted = [&](bool open, bool marked) {
+        return app.waitLatestFrame([&](const Json& f) {
+            const Json* row = rowAt(f["items"], path);
+            return f.value("menuOpen", !open) == open && row && row->value("highlighted", false) == marked;
+        });
+    };
+    app.send("open");
+    app.send("highlight " + path);
+    EXPECT_TRUE(highlighted(true, true));
+    app.send("close");
+    app.send("open");
+    EXPECT_TRUE(highlighted(true, false)) << app.lastFrame().dump();
+    app.send("quit");
+    EXPECT_EQ(app.waitExit(10), 0);
 }
 
 }  // namespace
