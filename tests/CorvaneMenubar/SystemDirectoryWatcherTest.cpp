@@ -1,4 +1,4 @@
-#include "headless/InotifyDirectoryWatcher.h"
+#include "headless/SystemDirectoryWatcher.h"
 
 #include <gtest/gtest.h>
 
@@ -16,14 +16,14 @@ namespace {
 
 using testing::TempFolder;
 
-// Real inotify and a real loop: a file appearing in the folder reaches the debounced callback on
-// the loop's thread. The 10 s fallback only catches a hang.
-TEST(InotifyDirectoryWatcher, AFileWrittenInTheFolderReachesTheLoopAndAMissingFolderGivesNoWatch) {
+// The system's watcher (inotify, kqueue) and a real loop: a file appearing in the folder reaches
+// the debounced callback on the loop's thread. The 10 s fallback only catches a hang.
+TEST(SystemDirectoryWatcher, AFileWrittenInTheFolderReachesTheLoopAndAMissingFolderGivesNoWatch) {
     TempFolder folder;
     HeadlessMainLoop loop;
-    InotifyDirectoryWatcher watcher(loop);
+    auto watcher = makeSystemDirectoryWatcher(loop);
     int changes = 0;
-    auto watch = DebouncedWatcher::make(watcher, loop, folder.path(), [&] { ++changes, loop.quit(); });
+    auto watch = DebouncedWatcher::make(*watcher, loop, folder.path(), [&] { ++changes, loop.quit(); });
     ASSERT_NE(watch, nullptr);
     std::thread writer([&] {
         for (int i = 0; i < 5; ++i) std::ofstream(folder / ("f" + std::to_string(i))) << "x";
@@ -32,7 +32,7 @@ TEST(InotifyDirectoryWatcher, AFileWrittenInTheFolderReachesTheLoopAndAMissingFo
     loop.run();
     writer.join();
     EXPECT_GE(changes, 1);
-    EXPECT_EQ(watcher.watch("/nonexistent/corvane/folder", [] {}), nullptr);
+    EXPECT_EQ(watcher->watch("/nonexistent/corvane/folder", [] {}), nullptr);
 }
 
 // Forwards to a real loop and tells the test when the first job was posted.
@@ -55,13 +55,13 @@ private:
     std::promise<void> posted_;
 };
 
-TEST(InotifyDirectoryWatcher, ADeliveryAlreadyPostedIsDroppedOnceTheWatchIsDestroyed) {
+TEST(SystemDirectoryWatcher, ADeliveryAlreadyPostedIsDroppedOnceTheWatchIsDestroyed) {
     TempFolder folder;
     HeadlessMainLoop loop;
     PostSignallingLoop signalling(loop);
-    InotifyDirectoryWatcher watcher(signalling);
+    auto watcher = makeSystemDirectoryWatcher(signalling);
     int events = 0;
-    auto watch = watcher.watch(folder.path(), [&] { ++events; });
+    auto watch = watcher->watch(folder.path(), [&] { ++events; });
     ASSERT_NE(watch, nullptr);
     std::ofstream(folder / "a") << "x";
     ASSERT_TRUE(signalling.waitForPost());
