@@ -91,8 +91,12 @@ int main(int argc, char** argv) {
     std::unique_ptr<corvane::Shell> shell;
     if (choice.kind == corvane::ShellKind::desktop) shell = corvane::makeDesktopShell(options);
     if (!shell) {
-        if (!choice.notice.empty() && !run.unregisterLoginItem) std::cerr << "corvane-menubar: " << choice.notice << "\n";
-        shell = corvane::makeHeadlessShell(options);
+        std::string notice = choice.kind == corvane::ShellKind::desktop
+                                 ? "Running headless: the desktop shell could not start."
+                                 : choice.notice;
+        if (run.unregisterLoginItem) notice.clear();
+        if (!notice.empty()) std::cerr << "corvane-menubar: " << notice << "\n";
+        shell = corvane::makeHeadlessShell(options, notice);
     }
     return corvane::runApp(*shell, run);
 }

@@ -147,9 +147,9 @@ private:
 
 class HeadlessShell final : public Shell {
 public:
-    explicit HeadlessShell(const ShellOptions& options)
+    HeadlessShell(const ShellOptions& options, std::string notice)
         : watcher_(makeSystemDirectoryWatcher(loop_)), effects_([this](std::string_view line) { emitLine(line); }) {
-        if (!options.json && ::isatty(STDOUT_FILENO)) screen_.emplace(sink_, terminalSize);
+        if (!options.json && ::isatty(STDOUT_FILENO)) screen_.emplace(sink_, terminalSize, std::move(notice));
     }
 
     bool prepare(const Variant& variant) override {
@@ -280,8 +280,8 @@ int HeadlessShell::exec(AppDelegate& app, std::function<void()> terminate) {
 
 }  // namespace
 
-std::unique_ptr<Shell> makeHeadlessShell(const ShellOptions& options) {
-    return std::make_unique<HeadlessShell>(options);
+std::unique_ptr<Shell> makeHeadlessShell(const ShellOptions& options, std::string notice) {
+    return std::make_unique<HeadlessShell>(options, std::move(notice));
 }
 
 }  // namespace corvane

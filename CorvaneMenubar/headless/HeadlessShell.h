@@ -35,12 +35,14 @@
 // `JsonFileDefaults::defaultPath`.
 
 #include <memory>
+#include <string>
 
 #include "Shell.h"
 
 namespace corvane {
 
-// The headless shell: the seams above on the standard library, stdin and stdout.
-std::unique_ptr<Shell> makeHeadlessShell(const ShellOptions& options);
+// The headless shell: the seams above on the standard library, stdin and stdout. `notice` (may be
+// empty) says why the app runs headless; the terminal drawing keeps it on its top line.
+std::unique_ptr<Shell> makeHeadlessShell(const ShellOptions& options, std::string notice = {});
 
 }  // namespace corvane

@@ -134,7 +134,11 @@ void TerminalScreen::draw() {
     const std::size_t columns = size.columns > 1 ? size.columns - 1 : 0;
     const std::size_t rows = size.rows;
     std::vector<std::string> lines;
-    if (frame_.is_object()) lines = readableFrameLines(frame_, true, columns);
+    if (!notice_.empty()) lines.push_back(std::string(dim) + fitted(notice_, columns) + plain);
+    if (frame_.is_object()) {
+        auto frameLines = readableFrameLines(frame_, true, columns);
+        lines.insert(lines.end(), frameLines.begin(), frameLines.end());
+    }
     const std::size_t below = 1 + events_.size() + 1 + 1;  // the last row holds the cursor
     if (rows > below + 2 && lines.size() + below > rows) {
         const std::size_t keep = rows - below - 1;
@@ -146,13 +150,11 @@ void TerminalScreen::draw() {
     lines.push_back("");
     for (const auto& event : events_) lines.push_back(fitted(event, columns));
     lines.push_back(std::string(dim) + fitted(commandsLine, columns) + plain);
-    // Back to the first line of the last drawing (what was on the terminal before it stays), each
-    // line over the old one (clearing its rest), then clear whatever was below. The drawing fits
-    // the terminal, so its first line is still on the screen to go back to.
-    std::string screen = linesDrawn_ > 0 ? "\x1b[" + std::to_string(linesDrawn_) + "A\r" : "\r";
+    // Home, each line over the old one (clearing its rest), then clear whatever was below: the
+    // typed commands' echo and anything else written since the last drawing go away with it.
+    std::string screen = "\x1b[H";
     for (const auto& line : lines) screen += line + "\x1b[K\n";
     screen += "\x1b[J";
-    linesDrawn_ = lines.size();
     sink_.writeRaw(screen);
 }
 

@@ -16,9 +16,7 @@
 //   open · close · pick PATH [harness|corvane|dismiss] · highlight PATH · quit
 //
 // Disabled rows are dimmed, the highlighted row is in reverse video. The left column is the
-// path to type after "pick". The drawing starts where the cursor was, so what the terminal showed
-// before (the command, a note on stderr) stays above it; nothing else may write to the terminal
-// while it is drawn.
+// path to type after "pick". Each drawing fills the terminal from its top line.
 
 #include <cstddef>
 #include <deque>
@@ -53,7 +51,9 @@ public:
     };
     // `size` tells the terminal's size at each drawing; a menu too tall for it is cut short, a
     // line too wide is cut at its end.
-    TerminalScreen(LineSink& sink, std::function<Size()> size) : sink_(sink), size_(std::move(size)) {}
+    // `notice` (may be empty) stays on the top line: why the app runs headless.
+    TerminalScreen(LineSink& sink, std::function<Size()> size, std::string notice = {})
+        : sink_(sink), size_(std::move(size)), notice_(std::move(notice)) {}
 
     void showFrame(const nlohmann::json& frame);
     void showEvent(const nlohmann::json& event);
@@ -69,7 +69,7 @@ private:
     std::function<Size()> size_;
     nlohmann::json frame_;
     std::deque<std::string> events_;
-    std::size_t linesDrawn_ = 0;
+    std::string notice_;
 };
 
 }  // namespace corvane
