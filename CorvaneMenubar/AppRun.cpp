@@ -21,6 +21,7 @@
 #include "DemoCli.h"
 #include "HostPlatform.h"
 #include "LaunchAtLoginSwitch.h"
+#include "ProcessRunner.h"
 
 namespace corvane {
 namespace {
@@ -118,9 +119,7 @@ void terminateChildren() {
 }  // namespace
 
 int runApp(Shell& shell, const RunOptions& options) {
-    // A closed pipe or a file-size limit must fail the write, not end the app.
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
+    ignoreProcessSignals();
 
     const auto info = shell.infoDictionary();
     const Variant variant = Variant::detect(info, currentProcessEnvironment());
