@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <chrono>
 #include <fstream>
-#include <future>
 #include <thread>
 
 #include "DebouncedWatcher.h"
 #include "TempFolder.h"
+#include "fakes/FakeMainLoop.h"
 #include "headless/HeadlessMainLoop.h"
 
 namespace corvane {
@@ -35,39 +35,18 @@ TEST(SystemDirectoryWatcher, AFileWrittenInTheFolderReachesTheLoopAndAMissingFol
     EXPECT_EQ(watcher->watch("/nonexistent/corvane/folder", [] {}), nullptr);
 }
 
-// Forwards to a real loop and tells the test when the first job was posted.
-class PostSignallingLoop : public MainLoop {
-public:
-    explicit PostSignallingLoop(HeadlessMainLoop& loop) : loop_(loop) {}
-    void post(Job job) override {
-        loop_.post(std::move(job));
-        if (!signalled_.exchange(true)) posted_.set_value();
-    }
-    std::unique_ptr<TimerHandle> repeating(double s, Job job) override { return loop_.repeating(s, std::move(job)); }
-    std::unique_ptr<TimerHandle> oneShot(double s, Job job) override { return loop_.oneShot(s, std::move(job)); }
-    double uptime() const override { return loop_.uptime(); }
-    Instant now() const override { return loop_.now(); }
-    bool waitForPost() { return posted_.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready; }
-
-private:
-    HeadlessMainLoop& loop_;
-    std::atomic<bool> signalled_{false};
-    std::promise<void> posted_;
-};
-
 TEST(SystemDirectoryWatcher, ADeliveryAlreadyPostedIsDroppedOnceTheWatchIsDestroyed) {
     TempFolder folder;
-    HeadlessMainLoop loop;
-    PostSignallingLoop signalling(loop);
-    auto watcher = makeSystemDirectoryWatcher(signalling);
+    FakeMainLoop loop;  // holds the posted delivery until the test runs it
+    auto watcher = makeSystemDirectoryWatcher(loop);
     int events = 0;
     auto watch = watcher->watch(folder.path(), [&] { ++events; });
     ASSERT_NE(watch, nullptr);
     std::ofstream(folder / "a") << "x";
-    ASSERT_TRUE(signalling.waitForPost());
+    for (int i = 0; i < 500 && loop.pendingJobCount() == 0; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    ASSERT_GT(loop.pendingJobCount(), 0u);
     watch.reset();
-    loop.post([&] { loop.quit(); });
-    loop.run();
+    loop.runPending();
     EXPECT_EQ(events, 0);
 }
 
