@@ -87,6 +87,11 @@ MenuRunVerdict judgeMenuRun(const ProcessRunner::Result& result) {
         return {pollDiagnostic(DiagnosticOutcome::failed, "process", "TIMEOUT"),
                 std::string("corvane menu didn't answer within 90 seconds")};
     }
+    if (outcome.outputLimitExceeded) {
+        return {pollDiagnostic(DiagnosticOutcome::failed, "payload", "OUTPUT_TOO_LARGE"),
+                "corvane menu answered with more than " + std::to_string(ProcessRunner::maxStdoutBytes >> 20) +
+                    " MB. Reopen the menu to retry."};
+    }
     if (outcome.exitCode == 0) return {};
     auto status = std::to_string(outcome.exitCode);
     auto diagnostic = cliFailureDiagnostic(DiagnosticOperation::menuPoll, outcome.stderr)
@@ -128,9 +133,10 @@ std::shared_ptr<AppDelegate> AppDelegate::create(AppSeams seams, Variant variant
         };
     }
     if (!operations.runMenu) {
-        operations.runMenu = [](const CliLocator::Located& located, const MenuRun& run, const RunCancellation&) {
+        operations.runMenu = [](const CliLocator::Located& located, const MenuRun& run,
+                                const RunCancellation& cancellation) {
             return ProcessRunner::run(located.cliPath, run.arguments, located.searchPath, menuPollTimeoutSeconds,
-                                      {{std::string(menuRefreshIdEnvironmentKey), run.refreshId}});
+                                      {{std::string(menuRefreshIdEnvironmentKey), run.refreshId}}, &cancellation);
         };
     }
     if (!operations.isRunning) operations.isRunning = [](std::int32_t pid) { return processIsRunning(pid); };

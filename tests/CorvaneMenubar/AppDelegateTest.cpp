@@ -170,6 +170,8 @@ TEST(AppDelegate, EachFailureIsWordedAndCountedAndTheStreakRetriesOnce) {
          unresponsive},
         {"garbage", exited(0, "not json"), "corvane menu answered with something unreadable. Reopen the menu to retry.",
          unresponsive},
+        {"answer over the output limit", ProcessRunner::Outcome{"", "", -1, false, true},
+         "corvane menu answered with more than 16 MB. Reopen the menu to retry.", unresponsive},
         {"no CLI", std::nullopt, "", "The Corvane CLI isn't installed"},
         {"contract 2", answered(newer), "", "This app is too old for the installed Corvane CLI"},
     };
