@@ -118,32 +118,24 @@ struct Harness {
     std::size_t refreshLines() const { return log->recentRefreshes().size(); }
 };
 
-TEST(AppDelegate, LaunchRunsTheFirstPollOffTheMainThreadAndShowsThePayload) {
+// Triggers that arrive during the run queue the first; it refreshes after the result's render.
+TEST(AppDelegate, LaunchRunsTheFirstPollOffTheMainThreadAndQueuesTriggersMeanwhile) {
     Harness h;
     h.app->applicationDidFinishLaunching();
-    EXPECT_EQ(h.statusItem.toolTip(), "Corvane");
     EXPECT_TRUE(std::holds_alternative<appstate::Checking>(*h.app->renderedState()));
-    ASSERT_EQ(h.work.heldCount(), 1u);
-    EXPECT_EQ(h.work.priorities().back(), WorkPriority::utility);
+    EXPECT_EQ(h.work.priorities(), std::vector<WorkPriority>{WorkPriority::utility});
+    h.app->refresh(PollTrigger::timer);
+    h.app->refresh(PollTrigger::directoryChange);
+    EXPECT_EQ(h.app->queuedPollTrigger(), PollTrigger::timer);
     h.finishPoll();
     ASSERT_EQ(h.runs.size(), 1u);
     EXPECT_EQ(h.runs[0].arguments, std::vector<std::string>{"menu"});
     EXPECT_EQ(h.runs[0].refreshId.size(), 36u);
     EXPECT_EQ(h.app->renderedIconState(), IconState::running);
     EXPECT_NE(h.log->recentRefreshes().back().find("\"trigger\":\"launch\""), std::string::npos);
-}
-
-TEST(AppDelegate, TriggersDuringARunQueueTheFirstAndItRefreshesAfterTheRender) {
-    Harness h;
-    h.app->applicationDidFinishLaunching();
-    h.app->refresh(PollTrigger::timer);
-    h.app->refresh(PollTrigger::directoryChange);
-    EXPECT_EQ(h.app->queuedPollTrigger(), PollTrigger::timer);
-    h.finishPoll();
     EXPECT_FALSE(h.app->queuedPollTrigger());
     EXPECT_TRUE(h.app->pollInFlight());
     EXPECT_EQ(h.app->pollTrigger(), PollTrigger::timer);
-    EXPECT_EQ(h.work.heldCount(), 1u);
 }
 
 TEST(AppDelegate, EachFailureIsWordedAndCountedAndTheStreakRetriesOnce) {
@@ -218,14 +210,9 @@ struct SnapshotHarness : Harness {
         Json file = announced;
         file["items"] = Json::array({actionRow(title, "b")});
         Instant now = loop.now();
-        file["snapshot"] = {{"version", 1},
-                            {"bootId", bootId},
-                            {"pid", 1},
-                            {"sequence", sequence},
-                            {"writtenAt", iso8601(plusSeconds(now, -2))},
-                            {"staleAfter", iso8601(plusSeconds(now, 600))},
-                            {"readStartedAt", iso8601(plusSeconds(now, -3))},
-                            {"apiUrl", "https://api"},
+        file["snapshot"] = {{"version", 1}, {"bootId", bootId}, {"pid", 1}, {"sequence", sequence},
+                            {"writtenAt", iso8601(plusSeconds(now, -2))}, {"staleAfter", iso8601(plusSeconds(now, 600))},
+                            {"readStartedAt", iso8601(plusSeconds(now, -3))}, {"apiUrl", "https://api"},
                             {"webUrl", "https://app"}};
         writeFile(snapshotPath, file.dump());
     }
@@ -282,17 +269,6 @@ TEST(AppDelegate, ASnapshotIsReadOffTheMainThreadDrawnWithoutAProcessAndLoggedOn
     EXPECT_EQ(h.app->pollSnapshotSkip(), SnapshotSkip::cliChanged);
 }
 
-TEST(AppDelegate, AnUnchangedRefreshIntervalKeepsTheTimersPhase) {
-    Harness h;
-    h.answers = {answered(answer())};  // refreshSeconds 30
-    h.launch();
-    h.loop.advance(20);
-    h.app->scheduleRefresh(30);
-    h.loop.advance(10.5);
-    EXPECT_EQ(h.work.heldCount(), 1u) << "the timer kept its phase and fired 30 s after it started";
-    EXPECT_EQ(h.app->pollTrigger(), PollTrigger::timer);
-}
-
 TEST(AppDelegate, AnOpenMenuIsRewrittenInPlaceAndAStructuralChangeWaitsForTheClose) {
     Harness h;
     Json first = answer({actionRow("Sync", "a"), actionRow("Open", "b")});
@@ -319,8 +295,11 @@ TEST(AppDelegate, AnOpenMenuIsRewrittenInPlaceAndAStructuralChangeWaitsForTheClo
     EXPECT_NE(h.menuText().find("Doctor"), std::string::npos);
 }
 
-TEST(AppDelegate, TheUpdatePresentationIsRestoredPersistedAndAFailedUpdateShowsAttention) {
+TEST(AppDelegate, TheUpdatePresentationIsRestoredPersistedAndARetryStartsItAgain) {
     Harness h;
+    h.runner->runCommand = [](const CliLocator::Located&, const Arguments&, bool, std::shared_ptr<RunCancellation>) {
+        return exited(1, "", "");
+    };
     CliUpdatePresentation failed;
     failed.update = CliUpdate{CliUpdatePhase::failed, "1.5.0", "1.4.0", "It broke", false, {"update", "--background"},
                               "/tmp/update.log"};
@@ -332,7 +311,7 @@ TEST(AppDelegate, TheUpdatePresentationIsRestoredPersistedAndAFailedUpdateShowsA
     EXPECT_EQ(h.app->renderedIconState(), IconState::attention);
     EXPECT_FALSE(h.statusItem.image()->isTemplate);
 
-    // Retrying starts an installation, which is written back at the next render.
+    // Choosing the update row starts an installation, which is written back at the next render.
     auto generation = h.app->updateGeneration();
     h.app->perform(cliUpdateAction(*failed.update));
     h.loop.runPending();
@@ -341,6 +320,25 @@ TEST(AppDelegate, TheUpdatePresentationIsRestoredPersistedAndAFailedUpdateShowsA
     ASSERT_TRUE(stored);
     EXPECT_TRUE(stored->isInstalling());
     EXPECT_EQ(h.app->renderedIconState(), IconState::running);
+
+    // Its launcher fails; the run state's "Retry" starts the update the way its row does.
+    h.work.runAll();
+    h.loop.runPending();
+    ASSERT_FALSE(h.app->updatePresentation().isInstalling());
+    EXPECT_EQ(h.app->renderedIconState(), IconState::attention);
+    h.app->perform(MenuAction{"Retry", verb::RetryRun{}, std::nullopt, std::nullopt, true});
+    EXPECT_TRUE(h.app->updatePresentation().isInstalling());
+    EXPECT_EQ(h.app->updateGeneration(), generation + 2);
+
+    // A stored value that does not decode starts empty, is logged under its own operation (not
+    // a CLI run's streak), never shown, and dropped so the next launch does not report it again.
+    Harness broken;
+    broken.defaults.setData(broken.app->updatePresentationKey(), "{not json");
+    broken.launch();
+    EXPECT_FALSE(broken.app->updatePresentation().update);
+    EXPECT_FALSE(broken.defaults.data(broken.app->updatePresentationKey()));
+    ASSERT_EQ(broken.log->recent().size(), 1u);
+    EXPECT_NE(broken.log->recent().back().find("\"operation\":\"update.persistence\""), std::string::npos);
 }
 
 TEST(AppDelegate, OnlyAPollStartedAfterTheUpdateBeganConfirmsIt) {
@@ -412,7 +410,7 @@ TEST(AppDelegate, HostileSnapshotAndOpenRequestPathsCountAsNoSnapshot) {
 }
 
 // The timer runs at the CLI's interval held within 1 s and a day; the payload keeps the CLI's
-// own number.
+// own number. Asking again for the same interval keeps the timer's phase.
 TEST(AppDelegate, TheRefreshTimerIntervalIsHeldWithinBounds) {
     const std::pair<double, double> rows[] = {{30, 30}, {1e10, longestRefreshSeconds}, {0.001, 1}, {-5, 60}};
     for (const auto& [asked, used] : rows) {
@@ -424,10 +422,13 @@ TEST(AppDelegate, TheRefreshTimerIntervalIsHeldWithinBounds) {
         h.launch();
         ASSERT_TRUE(h.app->lastPayload());
         EXPECT_EQ(h.app->lastPayload()->refreshSeconds, asked);
-        h.loop.advance(used - 0.5);
+        h.loop.advance(used / 2);
+        h.app->scheduleRefresh(asked);
+        h.loop.advance(used / 2 - 0.25);
         EXPECT_EQ(h.work.heldCount(), 0u);
-        h.loop.advance(1);
+        h.loop.advance(0.5);
         EXPECT_EQ(h.work.heldCount(), 1u);
+        EXPECT_EQ(h.app->pollTrigger(), PollTrigger::timer);
     }
 }
 
@@ -442,35 +443,6 @@ TEST(AppDelegate, TheStaleRowsAgeIsCurrentAtEachOpeningAndWhileOpen) {
     h.loop.advance(200);
     EXPECT_NE(h.menuText().find(staleText(300)), std::string::npos) << h.menuText();
     EXPECT_EQ(h.statusItem.menu()->items(), rows) << "rewritten in place";
-}
-
-TEST(AppDelegate, RetryingAFailedUpdateStartsItLikeTheUpdateRow) {
-    Harness h;
-    h.runner->runCommand = [](const CliLocator::Located&, const Arguments&, bool, std::shared_ptr<RunCancellation>) {
-        return exited(1, "", "");
-    };
-    h.launch();
-    CliUpdate offer{CliUpdatePhase::available, "1.5.0", "1.4.0", std::nullopt, false, {"update", "--background"},
-                    "/tmp/update.log"};
-    h.app->perform(cliUpdateAction(offer));
-    h.work.runAll();
-    h.loop.runPending();
-    ASSERT_FALSE(h.app->updatePresentation().isInstalling());
-    auto generation = h.app->updateGeneration();
-    h.app->perform(MenuAction{"Retry", verb::RetryRun{}, std::nullopt, std::nullopt, true});
-    EXPECT_TRUE(h.app->updatePresentation().isInstalling());
-    EXPECT_EQ(h.app->updateGeneration(), generation + 1);
-}
-
-TEST(AppDelegate, AStoredUpdateThatDoesNotDecodeIsLoggedOnceUnderItsOwnOperationAndDropped) {
-    Harness h;
-    h.defaults.setData(h.app->updatePresentationKey(), "{not json");
-    h.launch();
-    EXPECT_FALSE(h.app->updatePresentation().update);
-    EXPECT_FALSE(h.defaults.data(h.app->updatePresentationKey()));
-    ASSERT_EQ(h.log->recent().size(), 1u);
-    EXPECT_NE(h.log->recent().back().find("\"operation\":\"update.persistence\""), std::string::npos)
-        << h.log->recent().back();
 }
 
 }  // namespace
