@@ -61,8 +61,9 @@ public:
     // The seams must outlive the runner.
     static std::shared_ptr<ActionRunner> create(MainLoop& mainLoop, BackgroundWork& background, Effects& effects);
 
-    // The real runners: `BackgroundProcessRunner` under `backgroundLimit` for background actions
-    // (cancellable), `ProcessRunner` under `foregroundLimit` with no extra environment otherwise.
+    // The real runners: `BackgroundProcessRunner` under `backgroundLimit` for background actions,
+    // `ProcessRunner` under `foregroundLimit` with no extra environment otherwise; both stop on
+    // the run's cancellation.
     static RunCommand processRunCommand(double foregroundLimit = foregroundActionLimit,
                                         double backgroundLimit = backgroundActionLimit);
     static RunClickReport processClickReport(double limit = clickReportLimit);
@@ -79,6 +80,9 @@ public:
     std::function<void()> onStateChanged;
     RunCommand runCommand;
     RunClickReport runClickReport;
+    // Carries out the failed run's action when the user picks "Retry", instead of the runner,
+    // when set: the app starts a CLI update's retry the way it starts the update itself.
+    std::function<void(const MenuAction& failed)> retry;
     // Replaces `bringForward` for `focus` actions when set.
     std::function<bool(const std::string& tty, std::int32_t appPid)> focusSession;
 

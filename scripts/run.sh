@@ -1,21 +1,22 @@
 #!/usr/bin/env bash
-# Builds the app and runs it in the headless shell (frames on stdout, commands on stdin: open,
-# close, pick N, quit). It talks to the installed Corvane CLI when the locator finds one, and to
-# the bundled simulator (--demo) otherwise.
+# Builds the app and runs it: the desktop shell when this build has one and a display is present,
+# otherwise the headless shell (the menu drawn in the terminal; commands on stdin: open, close,
+# pick PATH, quit). It talks to the installed Corvane CLI when the locator finds one, and to the
+# bundled simulator (--demo) otherwise. Extra arguments go to the app (--headless, --json, …).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 cmake --preset dev >/dev/null
-if [[ "$(uname -s)" == "Darwin" ]]; then
-  # The menu bar app itself, run from its bundle so that its Info keys apply; Ctrl-C quits it.
-  cmake --build --preset dev --target Corvane corvane-sim
-  exec build/dev/CorvaneMenubar/macos/Corvane.app/Contents/MacOS/Corvane "$@"
-fi
 cmake --build --preset dev --target corvane-menubar corvane-sim
 app=build/dev/CorvaneMenubar/corvane-menubar
+if [[ "$(uname -s)" == "Darwin" ]]; then
+  # On a Mac the app is Corvane.app, signed ad hoc; run from inside it so its Info keys apply.
+  cmake --build --preset dev --target corvane-app
+  app=build/dev/CorvaneMenubar/Corvane.app/Contents/MacOS/Corvane
+fi
 status=0
 "$app" --print-menu >/dev/null 2>&1 || status=$?
 if [ "$status" -eq 2 ]; then
-  exec "$app" --headless --demo "$@"
+  exec "$app" --demo "$@"
 fi
-exec "$app" --headless "$@"
+exec "$app" "$@"

@@ -22,7 +22,7 @@ for preset in asan tsan ci; do
   ctest --preset "$preset"
 done
 if [[ "$(uname -s)" == "Darwin" ]]; then
-  app=build/ci/CorvaneMenubar/macos/Corvane.app
+  app=build/ci/CorvaneMenubar/Corvane.app
   codesign --verify --strict "$app"
   plutil -lint "$app/Contents/Info.plist"
   echo "Corvane.app: built, Info.plist valid, signed ad hoc"

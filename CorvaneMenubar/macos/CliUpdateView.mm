@@ -1,36 +1,42 @@
 #import "CliUpdateView.h"
 
 #import "AppKitText.h"
+#import "RowLayoutDrawing.h"
 
 #include "CliUpdateRow.h"
+#include "RowLayout.h"
 
 using namespace corvane;
 using corvane::mac::toNS;
 
 namespace {
-NSRect nsRect(const Rect& rect) { return NSMakeRect(rect.x, rect.y, rect.width, rect.height); }
-
-NSTextField* label(NSFont* font) {
+NSTextField* label() {
     NSTextField* field = [NSTextField labelWithString:@""];
-    field.font = font;
     field.lineBreakMode = NSLineBreakByTruncatingTail;
     return field;
+}
+
+void show(NSTextField* field, const TextSlot& slot) {
+    field.stringValue = toNS(slot.text);
+    field.toolTip = toNS(slot.text);
+    field.font = corvane::mac::fontFor(slot.font);
+    field.textColor = corvane::mac::colourFor(slot.colour);
+    field.frame = corvane::mac::nsRect(slot.frame);
 }
 }  // namespace
 
 @implementation CliUpdateView {
-    CliUpdate _model;
+    CliUpdateViewContent _content;
     NSTextField* _titleLabel;
     NSTextField* _subtitleLabel;
     NSProgressIndicator* _spinner;
 }
 
-- (instancetype)initWithModel:(const CliUpdate&)model {
+- (instancetype)initWithContent:(const CliUpdateViewContent&)content {
     if ((self = [super initWithFrame:NSMakeRect(0, 0, cliUpdateViewWidth, cliUpdateViewHeight)])) {
         self.autoresizingMask = NSViewWidthSizable;
-        _titleLabel = label(corvane::mac::fontFor(FontRole::menu13));
-        _subtitleLabel = label(corvane::mac::fontFor(FontRole::system11));
-        _subtitleLabel.textColor = NSColor.secondaryLabelColor;
+        _titleLabel = label();
+        _subtitleLabel = label();
         _spinner = [[NSProgressIndicator alloc] initWithFrame:NSZeroRect];
         _spinner.style = NSProgressIndicatorStyleSpinning;
         _spinner.controlSize = NSControlSizeSmall;
@@ -40,7 +46,7 @@ NSTextField* label(NSFont* font) {
         [self addSubview:_titleLabel];
         [self addSubview:_subtitleLabel];
         [self addSubview:_spinner];
-        [self updateModel:model];
+        [self updateContent:content];
     }
     return self;
 }
@@ -49,24 +55,20 @@ NSTextField* label(NSFont* font) {
     return YES;
 }
 
-- (void)updateModel:(const CliUpdate&)model {
-    _model = model;
-    const auto state = cliUpdateViewState(model);
-    _titleLabel.stringValue = toNS(state.title);
-    _titleLabel.toolTip = toNS(state.title);
-    _titleLabel.textColor = state.titlePrimary ? NSColor.labelColor : NSColor.secondaryLabelColor;
-    _subtitleLabel.stringValue = toNS(state.subtitle);
-    _subtitleLabel.toolTip = toNS(state.subtitle);
-    _spinner.hidden = state.spinnerVisible ? NO : YES;
+- (void)updateContent:(const CliUpdateViewContent&)content {
+    _content = content;
     [self layoutParts];
     [self updateAnimation];
 }
 
 - (void)layoutParts {
-    const auto layout = cliUpdateLayout(NSWidth(self.bounds), ![_spinner isHidden]);
-    _titleLabel.frame = nsRect(layout.title);
-    _subtitleLabel.frame = nsRect(layout.subtitle);
-    _spinner.frame = nsRect(layout.spinner);
+    const auto layout = cliUpdateRowLayout(_content.model, NSWidth(self.bounds));
+    if (layout.texts.size() >= 2) {
+        show(_titleLabel, layout.texts[0]);
+        show(_subtitleLabel, layout.texts[1]);
+    }
+    _spinner.hidden = layout.spinner ? NO : YES;
+    if (layout.spinner) _spinner.frame = corvane::mac::nsRect(*layout.spinner);
 }
 
 - (void)resizeSubviewsWithOldSize:(NSSize)oldSize {
@@ -80,9 +82,7 @@ NSTextField* label(NSFont* font) {
 }
 
 - (void)updateAnimation {
-    const bool animates = cliUpdateSpinnerAnimates(![_spinner isHidden], self.window != nil,
-                                                   NSWorkspace.sharedWorkspace.accessibilityDisplayShouldReduceMotion);
-    if (animates)
+    if (cliUpdateSpinnerAnimates(![_spinner isHidden], self.window != nil, _content.reduceMotion))
         [_spinner startAnimation:nil];
     else
         [_spinner stopAnimation:nil];

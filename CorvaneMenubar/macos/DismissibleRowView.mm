@@ -1,21 +1,17 @@
 #import "DismissibleRowView.h"
 
 #import "AppKitText.h"
-#import "HostedRowView.h"
 #import "MacNativeMenu.h"
+#import "RowLayoutDrawing.h"
+
+#include "RowLayout.h"
 
 using namespace corvane;
 using corvane::mac::toNS;
 
-namespace {
-constexpr double dismissButtonSize = 16;
-constexpr double dismissButtonInset = 10;  // from the right edge
-}  // namespace
-
 @implementation DismissibleRowView {
     DismissibleRowContent _content;
     std::weak_ptr<NativeMenuItem> _item;
-    HostedRowView* _contentView;
     NSButton* _dismissButton;
     NSTrackingArea* _tracking;
     BOOL _hovered;
@@ -32,7 +28,6 @@ constexpr double dismissButtonInset = 10;  // from the right edge
         _dismissButton = [NSButton buttonWithImage:cross target:self action:@selector(dismissClicked:)];
         _dismissButton.bordered = NO;
         _dismissButton.imagePosition = NSImageOnly;
-        _dismissButton.contentTintColor = NSColor.secondaryLabelColor;
         _dismissButton.toolTip = @"Dismiss";
         [self addSubview:_dismissButton];
         [self updateFromContent:content];
@@ -44,36 +39,36 @@ constexpr double dismissButtonInset = 10;  // from the right edge
     return YES;
 }
 
-- (void)updateFromContent:(const DismissibleRowContent&)content {
-    _content = content;
-    if (!_contentView || ![_contentView showRow:content.content]) {
-        [_contentView removeFromSuperview];
-        _contentView = [HostedRowView viewForRow:content.content];
-        [self addSubview:_contentView positioned:NSWindowBelow relativeTo:_dismissButton];
-    }
-    self.toolTip = content.warning ? toNS(*content.warning) : nil;
-    [self setFrameSize:NSMakeSize(NSWidth(self.frame), rowHeight(RowContent{content}))];
-    [self layoutParts];
-    self.needsDisplay = YES;
+- (RowLayout)rowLayout {
+    return dismissibleRowLayout(_content, NSWidth(self.bounds), _hovered || _keyboardHighlighted,
+                                corvane::mac::rowTextMeasure());
 }
 
-- (void)layoutParts {
-    const NSRect bounds = self.bounds;
-    _contentView.frame = NSMakeRect(0, 0, std::max(NSWidth(bounds) - dismissButtonSize - dismissButtonInset, 0.0),
-                                    NSHeight(bounds));
-    _dismissButton.frame = NSMakeRect(NSWidth(bounds) - dismissButtonSize - dismissButtonInset, 3, dismissButtonSize,
-                                      dismissButtonSize);
+- (void)updateFromContent:(const DismissibleRowContent&)content {
+    _content = content;
+    self.toolTip = content.warning ? toNS(*content.warning) : toNS(plainText(content.content));
+    [self setFrameSize:NSMakeSize(NSWidth(self.frame), [self rowLayout].height)];
+    [self refresh];
+}
+
+- (void)refresh {
+    const auto layout = [self rowLayout];
+    _dismissButton.hidden = layout.dismissButton ? NO : YES;
+    if (layout.dismissButton) _dismissButton.frame = corvane::mac::nsRect(*layout.dismissButton);
+    _dismissButton.contentTintColor = corvane::mac::colourFor(
+        layout.highlight ? ColourRole::selectedMenuItemText : ColourRole::secondaryLabel);
+    self.needsDisplay = YES;
 }
 
 - (void)resizeSubviewsWithOldSize:(NSSize)oldSize {
     [super resizeSubviewsWithOldSize:oldSize];
-    [self layoutParts];
+    [self refresh];
 }
 
 - (void)updateHighlight:(BOOL)highlighted {
     if (_keyboardHighlighted == highlighted) return;
     _keyboardHighlighted = highlighted;
-    self.needsDisplay = YES;
+    [self refresh];
 }
 
 - (void)updateTrackingAreas {
@@ -90,13 +85,13 @@ constexpr double dismissButtonInset = 10;  // from the right edge
 - (void)mouseEntered:(NSEvent*)event {
     (void)event;
     _hovered = YES;
-    self.needsDisplay = YES;
+    [self refresh];
 }
 
 - (void)mouseExited:(NSEvent*)event {
     (void)event;
     _hovered = NO;
-    self.needsDisplay = YES;
+    [self refresh];
 }
 
 - (void)mouseUp:(NSEvent*)event {
@@ -111,10 +106,7 @@ constexpr double dismissButtonInset = 10;  // from the right edge
 
 - (void)drawRect:(NSRect)dirtyRect {
     (void)dirtyRect;
-    if (!_hovered && !_keyboardHighlighted) return;
-    // A light wash of the selection colour keeps the row's own text colours readable.
-    [[NSColor.selectedContentBackgroundColor colorWithAlphaComponent:0.25] setFill];
-    [[NSBezierPath bezierPathWithRoundedRect:NSInsetRect(self.bounds, 4, 0) xRadius:4 yRadius:4] fill];
+    corvane::mac::drawRowLayout([self rowLayout]);
 }
 
 @end

@@ -11,12 +11,16 @@ double FontTextMeasure::width(std::string_view utf8, FontRole role) const {
     }
 }
 
+std::vector<std::string_view> FontTextMeasure::clusters(std::string_view utf8) const {
+    return composedCharacterSequences(utf8);
+}
+
 std::vector<std::string_view> composedCharacterSequences(std::string_view utf8) {
     std::vector<std::string_view> pieces;
     if (utf8.empty()) return pieces;
     @autoreleasepool {
         NSString* text = [[NSString alloc] initWithBytes:utf8.data() length:utf8.size() encoding:NSUTF8StringEncoding];
-        if (!text) return {utf8};
+        if (!text) return graphemeClusters(utf8);
         __block std::size_t offset = 0;
         auto* out = &pieces;  // blocks capture C++ locals as const copies
         [text enumerateSubstringsInRange:NSMakeRange(0, text.length)

@@ -67,9 +67,10 @@ public:
     void willHighlight(NSMenuItem* item);
 
 protected:
-    void didInsert(std::size_t index) override;
+    void didInsert(std::size_t index, NativeMenuItem& item) override;
     void didRemove(std::size_t index, NativeMenuItem& item) override;
     void willUpdate() override;
+    void willCancelTracking() override;
     void didChangeSettings() override;
 
 private:

@@ -147,7 +147,11 @@ void MacMenuItem::applyTitle() {
 
 void MacMenuItem::applyContent() {
     if (!content()) {
-        item_.view = nil;
+        // A status action draws its own row; every other item without content is a plain title.
+        if ([item_ isKindOfClass:[StatusActionMenuItem class]])
+            [static_cast<StatusActionMenuItem*>(item_) presentItem:weak_from_this()];
+        else
+            item_.view = nil;
         return;
     }
     std::weak_ptr<NativeMenuItem> weak = weak_from_this();
@@ -162,17 +166,19 @@ void MacMenuItem::applyContent() {
                     item_.view = [[AgentRowView alloc] initWithFrame:rowFrame(*content()) content:c item:weak];
             } else if constexpr (std::is_same_v<C, CliUpdateViewContent>) {
                 if ([current isKindOfClass:[CliUpdateView class]])
-                    [static_cast<CliUpdateView*>(current) updateModel:c.model];
+                    [static_cast<CliUpdateView*>(current) updateContent:c];
                 else
-                    item_.view = [[CliUpdateView alloc] initWithModel:c.model];
+                    item_.view = [[CliUpdateView alloc] initWithContent:c];
             } else if constexpr (std::is_same_v<C, DismissibleRowContent>) {
                 if ([current isKindOfClass:[DismissibleRowView class]])
                     [static_cast<DismissibleRowView*>(current) updateFromContent:c];
                 else
                     item_.view = [[DismissibleRowView alloc] initWithFrame:rowFrame(*content()) content:c item:weak];
             } else {
-                if (![current isKindOfClass:[HostedRowView class]] || ![static_cast<HostedRowView*>(current) showRow:c.row])
-                    item_.view = [HostedRowView viewForRow:c.row];
+                if ([current isKindOfClass:[HostedRowView class]])
+                    [static_cast<HostedRowView*>(current) showRow:c.row];
+                else
+                    item_.view = [[HostedRowView alloc] initWithRow:c.row];
             }
         },
         *content());
@@ -192,12 +198,14 @@ void MacMenuItem::didChange(ItemField field) {
         case ItemField::attributedTitle:
         case ItemField::badge:
             applyTitle();
+            applyContent();  // a status action's view shows the title
             break;
         case ItemField::toolTip:
             item_.toolTip = toolTip() ? toNS(*toolTip()) : nil;
             break;
         case ItemField::enabled:
             item_.enabled = isEnabled() ? YES : NO;
+            applyContent();
             break;
         case ItemField::checked:
             item_.state = isChecked() ? NSControlStateValueOn : NSControlStateValueOff;
@@ -229,7 +237,7 @@ void MacMenuItem::didChange(ItemField field) {
                 auto* native = static_cast<StatusActionMenuItem*>(item_);
                 native.identity = toNS(status->identity);
                 native.lineCount = status->lineCount;
-                native.offersDismiss = status->dismiss.has_value() ? YES : NO;
+                applyContent();
             } else if (auto* update = std::get_if<role::CliUpdateRow>(&role());
                        update && [item_ isKindOfClass:[CliUpdateMenuItem class]]) {
                 static_cast<CliUpdateMenuItem*>(item_).role = update->role;
@@ -241,7 +249,9 @@ void MacMenuItem::didChange(ItemField field) {
             break;
         case ItemField::highlighted: {
             NSView* view = item_.view;
-            if ([view isKindOfClass:[AgentRowView class]])
+            if ([item_ isKindOfClass:[StatusActionMenuItem class]])
+                applyContent();
+            else if ([view isKindOfClass:[AgentRowView class]])
                 [static_cast<AgentRowView*>(view) updateHighlight:isHighlighted() ? YES : NO];
             else if ([view isKindOfClass:[DismissibleRowView class]])
                 [static_cast<DismissibleRowView*>(view) updateHighlight:isHighlighted() ? YES : NO];
@@ -254,9 +264,7 @@ void chooseAfterClosing(const std::weak_ptr<NativeMenuItem>& item, const Activat
     auto live = item.lock();
     auto* mac = dynamic_cast<MacMenuItem*>(live.get());
     if (!mac) return;
-    NSMenu* menu = mac->nsItem().menu;
-    while (menu.supermenu) menu = menu.supermenu;
-    [menu cancelTracking];
+    if (NativeMenu* menu = live->menu()) menu->cancelTracking();
     CorvaneDeferredChoice* choice = [[CorvaneDeferredChoice alloc] initWithItem:live activation:activation];
     [choice performSelector:@selector(fire) withObject:nil afterDelay:0 inModes:@[ NSDefaultRunLoopMode ]];
 }
@@ -298,8 +306,8 @@ void MacNativeMenu::willHighlight(NSMenuItem* item) {
         reportHighlight(owner);
 }
 
-void MacNativeMenu::didInsert(std::size_t index) {
-    auto* item = dynamic_cast<MacMenuItem*>(itemAt(index).get());
+void MacNativeMenu::didInsert(std::size_t index, NativeMenuItem& inserted) {
+    auto* item = dynamic_cast<MacMenuItem*>(&inserted);
     if (!item) return;
     NSMenuItem* native = item->nsItem();
     if (native.menu) [native.menu removeItem:native];
@@ -312,6 +320,13 @@ void MacNativeMenu::didRemove(std::size_t, NativeMenuItem& item) {
 }
 
 void MacNativeMenu::willUpdate() { [menu_ update]; }
+
+void MacNativeMenu::willCancelTracking() {
+    // The whole tracking session ends: every open level, from the top menu.
+    NSMenu* top = menu_;
+    while (top.supermenu) top = top.supermenu;
+    [top cancelTracking];
+}
 
 void MacNativeMenu::didChangeSettings() {
     menu_.autoenablesItems = autoenablesItems() ? YES : NO;

@@ -41,6 +41,8 @@ static const NSLineJoinStyle NSLineJoinStyleBevel SHIM_ONLY = NSBevelLineJoinSty
 static const NSProgressIndicatorStyle NSProgressIndicatorStyleBar SHIM_ONLY = NSProgressIndicatorBarStyle;
 static const NSProgressIndicatorStyle NSProgressIndicatorStyleSpinning SHIM_ONLY = NSProgressIndicatorSpinningStyle;
 
+static const NSEventType NSEventTypeApplicationDefined SHIM_ONLY = NSApplicationDefined;  // macOS 10.12 name
+
 typedef NSString *NSAboutPanelOptionKey SHIM_ONLY;
 APPKIT_EXPORT NSAboutPanelOptionKey const NSAboutPanelOptionCredits SHIM_ONLY;  // macOS 10.13
 

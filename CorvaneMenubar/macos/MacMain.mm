@@ -1,3 +1,0 @@
-#import "MacApp.h"
-
-int main(int argc, char** argv) { return corvane::mac::runMacApp(argc, argv); }
