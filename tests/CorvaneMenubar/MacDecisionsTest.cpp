@@ -74,8 +74,8 @@ TEST(MacDecisions, MenuInput) {
     NativeMenuItem plain, dismissible, status, statusWithoutDismiss, agent;
     const auto dismiss = testrows::urlAction("Dismiss");
     dismissible.setContent(DismissibleRowContent{"status:x", hosted::SectionLabel{"x"}, dismiss, {}, {}});
-    status.setRole(role::StatusAction{"status:y", 2, dismiss});
-    statusWithoutDismiss.setRole(role::StatusAction{"status:z", 1, std::nullopt});
+    status.setRole(role::StatusAction{"status:y", 2, dismiss, "Retry"});
+    statusWithoutDismiss.setRole(role::StatusAction{"status:z", 1, std::nullopt, "Open"});
     agent.setContent(AgentRowContent{std::get<row::Agent>(testrows::agent("a", "A", {}, {}).value).agent, false});
     const std::vector<std::tuple<const NativeMenuItem*, RowPart, RowPart>> rows = {
         {&plain, RowPart::main, RowPart::main},
