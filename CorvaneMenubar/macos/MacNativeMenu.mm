@@ -150,7 +150,7 @@ void MacMenuItem::applyContent() {
         // A status action draws its own row; every other item without content is a plain title.
         if ([item_ isKindOfClass:[StatusActionMenuItem class]])
             [static_cast<StatusActionMenuItem*>(item_) presentItem:weak_from_this()];
-        else
+        else if (item_.view)
             item_.view = nil;
         return;
     }
@@ -300,6 +300,10 @@ void MacNativeMenu::menuDidClose() {
 
 void MacNativeMenu::willHighlight(NSMenuItem* item) {
     MacMenuItem* owner = item ? MacMenuItem::owning(item) : nullptr;
+    // Status-action rows draw their own highlight from the item's flag; the builder sets it on
+    // agent and dismissible rows only.
+    for (const auto& each : items())
+        if (std::holds_alternative<role::StatusAction>(each->role())) each->setHighlighted(each.get() == owner);
     if (events_.highlight)
         events_.highlight(owner);
     else
