@@ -123,6 +123,7 @@ void MacMenuItem::replaceNativeItemForRole() {
     NSMenuItem* old = item_;
     NSMenu* menu = old.menu;
     const NSInteger index = menu ? [menu indexOfItem:old] : -1;
+    old.submenu = nil;  // a submenu can belong to one item only; applyAll gives it to the new one
     item_ = [[wanted alloc] initWithTitle:@"" action:nil keyEquivalent:@""];
     item_.target = target_;
     if (menu && index >= 0) {
