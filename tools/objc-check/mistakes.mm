@@ -12,6 +12,16 @@
 
 #include "MainLoop.h"
 
+// C++ name lookup in bridge code: an Objective-C overload in the shell's namespace hides the
+// portable function of the same name.
+namespace corvane {
+inline long long errorCode(long long number) { return number; }
+namespace mac {
+long long errorCode(NSDictionary *errorInfo);
+inline long long bridged() { return errorCode(-1743LL); }  // expected-error {{no matching function for call to 'errorCode'}}
+}  // namespace mac
+}  // namespace corvane
+
 static void Mistakes(NSStatusItem *statusItem, NSMenu *menu, NSView *view, NSImage *image, std::unique_ptr<std::string> owned) {
     // A misspelled selector or property.
     NSMenuItem *item = [menu addItemWithTitle:@"Quit" action:@selector(terminate:) keyEquivalent:@"q"];
