@@ -55,6 +55,11 @@ MenuAction act(std::string title, MenuVerb verb, std::optional<Arguments> report
 
 MenuItem actionRow(std::string title, MenuVerb verb) { return row::Action{act(std::move(title), std::move(verb))}; }
 
+Json item(const char* type, Json fields) {
+    fields["type"] = type;
+    return fields;
+}
+
 TEST(MenuDecode, StrictAtTheTop) {
     struct Row { std::string bytes, expected; };  // expected: "payload", "mismatch: N" or the start of "invalid: ..."
     Json noItems = base();
@@ -91,34 +96,22 @@ TEST(MenuDecode, StrictAtTheTop) {
 
 TEST(MenuDecode, LenientKeysNeverFailTheAnswer) {
     const Json damaged[] = {
-        {{"cliUpdate", 5}},
-        {{"cliUpToDateAt", "yesterday"}},
+        {{"cliUpdate", 5}}, {{"cliUpToDateAt", "yesterday"}}, {{"desktopDiagnostic", 3}},
         // A damaged enrollment or a missing file path spoils the whole block, not the answer.
         {{"snapshotFiles", {{"snapshot", "/s"}, {"refreshRequest", "/r"}}}},
         {{"snapshotIdentity", {{"apiUrl", "a"}, {"webUrl", "w"}, {"enrollment", {{"machineId", "m"}, {"orgId", 4}}}}}},
-        {{"desktopDiagnostic", 3}},
-        {{"items", {{{"type", "action"}, {"title", "T"}, {"run", Json::array()}, {"presentation", 5},
-                     {"dismiss", "x"}, {"agent", Json::array()}, {"focus", 1}, {"background", ""},
-                     {"reportClick", Json::object()}}}}},
-        {{"items", {{{"type", "status"}, {"title", "T"}, {"dismiss", {{"items", {1}}}}}}}},
+        {{"items", {item("action", {{"title", "T"}, {"run", Json::array()}, {"presentation", 5}, {"dismiss", "x"},
+                                    {"agent", Json::array()}, {"focus", 1}, {"background", ""}, {"reportClick", Json::object()}})}}},
+        {{"items", {item("status", {{"title", "T"}, {"dismiss", {{"items", {1}}}}})}}},
     };
     for (const auto& changes : damaged) {
         auto result = decode(answerWith(changes));
-        auto* payload = payloadOf(result);
-        ASSERT_TRUE(payload) << changes.dump() << ": " << describe(result);
-        EXPECT_FALSE(payload->cliUpToDateAt);
-        EXPECT_FALSE(payload->snapshotFiles);
-        EXPECT_FALSE(payload->snapshotIdentity);
-        EXPECT_FALSE(payload->desktopDiagnostic);
-        EXPECT_FALSE(payload->refreshReport);
-        EXPECT_LE(payload->items.size(), 1u);
+        auto* p = payloadOf(result);
+        ASSERT_TRUE(p) << changes.dump() << ": " << describe(result);
+        EXPECT_TRUE(!p->cliUpToDateAt && !p->snapshotFiles && !p->snapshotIdentity && !p->desktopDiagnostic && !p->refreshReport);
+        EXPECT_LE(p->items.size(), 1u);
     }
-}
-
-TEST(MenuDecode, MapsTopLevelFields) {
-    auto result = decode(answerWith({{"icon", "sleeping"},
-                                     {"cliUpToDateAt", "2025-03-01T09:00:00.5Z"},
-                                     {"unknownKey", {1, 2, 3}},
+    auto result = decode(answerWith({{"icon", "sleeping"}, {"cliUpToDateAt", "2025-03-01T09:00:00.5Z"}, {"unknownKey", {1}},
                                      {"snapshotFiles", {{"snapshot", "/s"}, {"refreshRequest", "/r"}, {"openRequest", "/o"}}},
                                      {"snapshotIdentity", {{"apiUrl", "https://api"}, {"webUrl", "https://web"},
                                                            {"enrollment", {{"machineId", "m1"}}}}}}));
@@ -133,67 +126,54 @@ TEST(MenuDecode, MapsTopLevelFields) {
 
 TEST(MenuDecode, MapsEachRowType) {
     struct Row { Json item; std::vector<MenuItem> expected; };
-    const Arguments report3{"report-agent-click", "s1", "corvane"};
-    const Arguments report5{"report-agent-click", "s1", "corvane", "x", "y"};
+    const Arguments report3{"report-agent-click", "s1", "corvane"}, report5{"report-agent-click", "s1", "corvane", "x", "y"};
+    const Json focus = {{"tty", "/dev/t"}, {"appPid", 7}}, sync = {{"argv", {"sync"}}, {"progress", "Syncing…"}, {"detail", "d"}};
     const Row rows[] = {
-        {{{"type", "header"}, {"title", "Corvane"}, {"subtitle", "acme"}, {"trailing", "v1"}},
-         {row::Header{"Corvane", "acme", "v1"}}},
-        {{{"type", "section"}, {"title", "Agents"}}, {row::Section{"Agents"}}},
-        {{{"type", "status"}, {"title", "T"}, {"mark", "error"}}, {row::Status{StatusMark::muted, "T", {}, {}, {}}}},
-        {{{"type", "status"}, {"title", "T"}, {"mark", "warn"}, {"subtitle", "S"},
-          {"dismiss", {{"title", "Dismiss"}, {"run", {"dismiss", "x"}}}}},
-         {row::Status{StatusMark::warn, "T", "S", act("Dismiss", verb::Run{{"dismiss", "x"}}), {}}}},
-        {{{"type", "connection"}, {"name", "GitHub"}, {"state", "connected"}, {"mark", "ok"},
-          {"checkedAt", "2025-03-01T10:00:00Z"}},
-         {row::Connection{ConnectionMark::ok, "GitHub", "connected, checked 5m ago", {}, {}}}},
-        {{{"type", "connection"}, {"name", "GitHub"}, {"state", "connected, checked 2d ago"}, {"mark", "problem"},
-          {"checkedAt", "2025-03-01T10:04:30Z"}},
-         {row::Connection{ConnectionMark::muted, "GitHub", "connected, checked just now", {}, {}}}},
-        {{{"type", "connection"}, {"name", "GitHub"}}, {}},
-        {{{"type", "submenu"}, {"title", "More"}, {"items", {{{"type", "action"}, {"title", "Docs"}, {"url", "https://d"}}, {{"type", "bogus"}}}}},
-         {row::Submenu{"More", {actionRow("Docs", verb::Url{"https://d"})}}}},
-        {{{"type", "action"}, {"title", "No verb"}, {"diagnostics", false}}, {}},
+        {item("header", {{"title", "Corvane"}, {"subtitle", "acme"}, {"trailing", "v1"}}), {row::Header{"Corvane", "acme", "v1"}}},
+        {item("section", {{"title", "Agents"}}), {row::Section{"Agents"}}},
+        {item("status", {{"title", "T"}, {"mark", "error"}}), {row::Status{StatusMark::muted, "T", {}, {}, {}}}},
+        {item("status", {{"title", "T"}, {"mark", "warn"}, {"subtitle", "S"}, {"dismiss", {{"title", "D"}, {"run", {"d"}}}}}),
+         {row::Status{StatusMark::warn, "T", "S", act("D", verb::Run{{"d"}}), {}}}},
+        {item("connection", {{"name", "G"}, {"state", "connected"}, {"mark", "ok"}, {"checkedAt", "2025-03-01T10:00:00Z"}}),
+         {row::Connection{ConnectionMark::ok, "G", "connected, checked 5m ago", {}, {}}}},
+        {item("connection", {{"name", "G"}, {"state", "on, checked 2d ago"}, {"mark", "problem"}, {"checkedAt", "2025-03-01T10:04:30Z"}}),
+         {row::Connection{ConnectionMark::muted, "G", "on, checked just now", {}, {}}}},
+        {item("connection", {{"name", "G"}}), {}},
+        {item("submenu", {{"title", "More"}, {"items", {item("action", {{"title", "Docs"}, {"url", "d"}}), item("bogus", {})}}}),
+         {row::Submenu{"More", {actionRow("Docs", verb::Url{"d"})}}}},
+        {item("action", {{"title", "No verb"}, {"diagnostics", false}}), {}},
         // Verb choice: first match wins; a focus whose pid is out of range is passed over.
-        {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "/dev/ttys003"}, {"appPid", 4242}}}, {"terminal", {"open", "s1"}}},
-         {actionRow("T", verb::Focus{"/dev/ttys003", 4242, Arguments{"open", "s1"}})}},
-        {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "/dev/ttys003"}, {"appPid", 0}}}, {"terminal", {"open"}}},
+        {item("action", {{"title", "T"}, {"focus", focus}, {"terminal", {"open"}}}), {actionRow("T", verb::Focus{"/dev/t", 7, Arguments{"open"}})}},
+        {item("action", {{"title", "T"}, {"focus", {{"tty", "/dev/t"}, {"appPid", 0}}}, {"terminal", {"open"}}}),
          {actionRow("T", verb::Terminal{{"open"}})}},
-        {{{"type", "action"}, {"title", "T"}, {"background", {{"argv", {"sync"}}, {"progress", "Syncing…"}, {"detail", "d"}}},
-          {"terminal", {"sync"}}, {"run", {"r"}}},
+        {item("action", {{"title", "T"}, {"background", sync}, {"terminal", {"sync"}}, {"run", {"r"}}}),
          {actionRow("T", verb::Background{BackgroundAction{{"sync"}, "Syncing…", "d"}, Arguments{"sync"}})}},
-        {{{"type", "action"}, {"title", "T"}, {"background", {{"argv", Json::array()}, {"progress", "p"}, {"detail", "d"}}},
-          {"run", {"r"}}},
+        {item("action", {{"title", "T"}, {"background", {{"argv", Json::array()}, {"progress", "p"}}}, {"run", {"r"}}}),
          {actionRow("T", verb::Run{{"r"}})}},
-        {{{"type", "action"}, {"title", "T"}, {"diagnostics", true}}, {actionRow("T", verb::Diagnostics{})}},
-        // Click reports and badges.
-        {{{"type", "action"}, {"title", "T"}, {"url", "u"}, {"reportClick", report3}, {"badge", "paused"}},
+        {item("action", {{"title", "T"}, {"diagnostics", true}}), {actionRow("T", verb::Diagnostics{})}},
+        // Click reports of 3 or 5 words and the badge "paused" are kept; anything else is dropped.
+        {item("action", {{"title", "T"}, {"url", "u"}, {"reportClick", report3}, {"badge", "paused"}}),
          {row::Action{act("T", verb::Url{"u"}, report3, "paused")}}},
-        {{{"type", "action"}, {"title", "T"}, {"url", "u"}, {"reportClick", report5}, {"badge", "new"}},
-         {row::Action{act("T", verb::Url{"u"}, report5)}}},
-        {{{"type", "action"}, {"title", "T"}, {"url", "u"}, {"reportClick", {"report-agent-click", "a", "b", "c"}}},
-         {actionRow("T", verb::Url{"u"})}},
+        {item("action", {{"title", "T"}, {"url", "u"}, {"reportClick", report5}, {"badge", "new"}}), {row::Action{act("T", verb::Url{"u"}, report5)}}},
+        {item("action", {{"title", "T"}, {"url", "u"}, {"reportClick", {"report-agent-click", "a", "b", "c"}}}), {actionRow("T", verb::Url{"u"})}},
         // Agents: the title takes the age; id and icon make an agent row, else a plain action.
-        {{{"type", "action"}, {"title", "Fix tests · 3m ago"}, {"run", {"open", "s1"}}, {"reportClick", report3},
-          {"agent", {{"id", "s1"}, {"icon", "claude"}, {"status", "working"}, {"statusLabel", "Working"},
-                     {"lastActivityAt", "2025-03-01T10:00:00Z"},
-                     {"harness", {{"title", "Open in Claude"}, {"focus", {{"tty", "/dev/t"}, {"appPid", 7}}}, {"badge", "paused"}}}}}},
-         {row::Agent{AgentRow{"s1", "claude", "working", "Working",
-                              act("Open in Claude", verb::Focus{"/dev/t", 7, std::nullopt}, {}, "paused"),
-                              act("Fix tests · 5m ago", verb::Run{{"open", "s1"}}, report3)}}}},
-        {{{"type", "action"}, {"title", "Fix"}, {"run", {"o"}},
-          {"agent", {{"id", "s1"}, {"icon", 5}, {"status", 3}, {"harness", {{"title", "H"}}}, {"lastActivityAt", "2025-03-01T10:05:00Z"}}}},
+        {item("action", {{"title", "Fix · 3m ago"}, {"run", {"o"}}, {"reportClick", report3},
+                         {"agent", {{"id", "s1"}, {"icon", "claude"}, {"status", "working"}, {"statusLabel", "Working"},
+                                    {"lastActivityAt", "2025-03-01T10:00:00Z"},
+                                    {"harness", {{"title", "H"}, {"focus", focus}, {"badge", "paused"}}}}}}),
+         {row::Agent{AgentRow{"s1", "claude", "working", "Working", act("H", verb::Focus{"/dev/t", 7, std::nullopt}, {}, "paused"),
+                              act("Fix · 5m ago", verb::Run{{"o"}}, report3)}}}},
+        {item("action", {{"title", "Fix"}, {"run", {"o"}}, {"agent", {{"id", "s1"}, {"icon", 5}, {"lastActivityAt", "2025-03-01T10:05:00Z"}}}}),
          {actionRow("Fix · just now", verb::Run{{"o"}})}},
-        {{{"type", "action"}, {"title", "Fix"}, {"run", {"o"}},
-          {"agent", {{"id", "s1"}, {"icon", "codex"}, {"statusLabel", 3}, {"harness", {{"title", 3}, {"url", "u"}}}}}},
+        {item("action", {{"title", "Fix"}, {"run", {"o"}},
+                         {"agent", {{"id", "s1"}, {"icon", "codex"}, {"statusLabel", 3}, {"harness", {{"title", 3}, {"url", "u"}}}}}}),
          {row::Agent{AgentRow{"s1", "codex", {}, {}, {}, act("Fix", verb::Run{{"o"}})}}}},
-        // Presentations: a status or connection row carrying the action; other kinds are ignored.
-        {{{"type", "action"}, {"title", "Open"}, {"url", "u"},
-          {"presentation", {{"type", "status"}, {"title", "Update ready"}, {"mark", "warn"},
-                            {"dismiss", {{"title", "Hide"}, {"run", {"hide"}}}}}}},
-         {row::Status{StatusMark::warn, "Update ready", {}, act("Hide", verb::Run{{"hide"}}), act("Open", verb::Url{"u"})}}},
-        {{{"type", "action"}, {"title", "Reconnect"}, {"run", {"auth"}},
-          {"presentation", {{"type", "connection"}, {"name", "Slack"}, {"state", "expired"}, {"mark", "warn"}}}},
-         {row::Connection{ConnectionMark::warn, "Slack", "expired", {}, act("Reconnect", verb::Run{{"auth"}})}}},
+        // Presentations: a status or connection row carrying the action.
+        {item("action", {{"title", "Open"}, {"url", "u"},
+                         {"presentation", item("status", {{"title", "R"}, {"mark", "warn"}, {"dismiss", {{"title", "H"}, {"run", {"h"}}}}})}}),
+         {row::Status{StatusMark::warn, "R", {}, act("H", verb::Run{{"h"}}), act("Open", verb::Url{"u"})}}},
+        {item("action", {{"title", "Re"}, {"run", {"a"}}, {"presentation", item("connection", {{"name", "S"}, {"state", "expired"}})}}),
+         {row::Connection{ConnectionMark::muted, "S", "expired", {}, act("Re", verb::Run{{"a"}})}}},
     };
     for (const auto& row : rows) EXPECT_EQ(rowsOf(Json::array({row.item})), row.expected) << row.item.dump();
 }

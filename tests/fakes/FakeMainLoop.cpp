@@ -1,5 +1,6 @@
 #include "FakeMainLoop.h"
 
+#include <algorithm>
 #include <cmath>
 #include <deque>
 #include <limits>
@@ -67,24 +68,16 @@ void FakeMainLoop::post(Job job) {
 }
 
 std::unique_ptr<TimerHandle> FakeMainLoop::repeating(double intervalSeconds, Job job) {
-    auto timer = std::make_shared<FakeTimer>();
-    timer->interval = intervalSeconds;
-    timer->repeats = true;
-    timer->due = core_->uptime + intervalSeconds;
-    timer->order = core_->nextOrder++;
-    timer->job = std::make_shared<Job>(std::move(job));
+    auto timer = std::make_shared<FakeTimer>(FakeTimer{intervalSeconds, true, core_->uptime + intervalSeconds,
+                                                       core_->nextOrder++, std::make_shared<Job>(std::move(job))});
     core_->timers.push_back(timer);
     return std::make_unique<FakeTimerHandle>(core_, timer);
 }
 
 std::unique_ptr<TimerHandle> FakeMainLoop::oneShot(double delaySeconds, Job job) {
-    auto timer = std::make_shared<FakeTimer>();
-    timer->interval = delaySeconds;
-    timer->due = core_->uptime + delaySeconds;
-    timer->order = core_->nextOrder++;
-    timer->job = std::make_shared<Job>(std::move(job));
-    core_->timers.push_back(timer);
-    return std::make_unique<FakeTimerHandle>(core_, timer);
+    auto handle = repeating(delaySeconds, std::move(job));
+    core_->timers.back()->repeats = false;
+    return handle;
 }
 
 double FakeMainLoop::uptime() const { return core_->uptime; }
@@ -127,9 +120,7 @@ void FakeMainLoop::advance(double seconds) {
 }
 
 std::size_t FakeMainLoop::activeTimerCount() const {
-    std::size_t count = 0;
-    for (const auto& t : core_->timers) count += t->active ? 1 : 0;
-    return count;
+    return static_cast<std::size_t>(std::count_if(core_->timers.begin(), core_->timers.end(), [](const auto& t) { return t->active; }));
 }
 
 std::size_t FakeMainLoop::pendingJobCount() const {
