@@ -55,12 +55,5 @@ TEST(VariantTest, AppVersionNeedsNonEmptyText) {
     EXPECT_NE(appVersion(buildInfoDictionary()), "0.0.0-dev");  // the build carries the project's version
 }
 
-TEST(VariantTest, ProcessEnvironmentIsRead) {
-    ASSERT_EQ(setenv("CORVANE_VARIANT_TEST_PROBE", "a=b", 1), 0);
-    auto environment = currentProcessEnvironment();
-    unsetenv("CORVANE_VARIANT_TEST_PROBE");
-    EXPECT_EQ(environment["CORVANE_VARIANT_TEST_PROBE"], "a=b");
-}
-
 }  // namespace
 }  // namespace corvane
