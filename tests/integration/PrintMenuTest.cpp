@@ -55,15 +55,6 @@ TEST_F(PrintMenu, PrintsOneJsonObject) {
     Json frame = Json::parse(result.out);
     EXPECT_EQ(frame["state"], "payload");
     EXPECT_EQ(frame["items"][4]["agent"]["harness"]["verb"]["appPid"], 48213);
-
-    // Another contract version shows the app's own rows and no icon.
-    Json newer = Json::parse(answer);
-    newer["contract"] = 2;
-    result = run({"--print-menu", "--payload", write("newer.json", newer.dump()).string(), "--json"});
-    ASSERT_EQ(result.exitCode, 0) << result.err;
-    frame = Json::parse(result.out);
-    EXPECT_EQ(frame["icon"], "unknown");
-    EXPECT_EQ(frame["items"][0]["subtitle"], "The CLI now speaks menu format 2; this app speaks 1. Update the app.");
 }
 
 TEST_F(PrintMenu, RefusesWhatItCannotRead) {
