@@ -58,11 +58,9 @@ TEST(ClientDiagnosticTest, CliMarkerLines) {
     auto found = [](Out outcome, const char* domain, const char* code) {
         return ClientDiagnostic{Op::menuPoll, outcome, domain, code, nullopt, nullopt};
     };
+    const auto failed = [](const std::string& domain, const std::string& code) { return marker(envelope("failed", domain, code)); };
     const std::string valid = marker(envelope("missing", "POSIX", "ENOENT"));
     const auto enoent = found(Out::missing, "POSIX", "ENOENT");
-    const auto failed = [](const std::string& domain, const std::string& code) {
-        return marker(envelope("failed", domain, code));
-    };
     const std::string a32(32, 'A');
     const std::vector<std::tuple<const char*, std::optional<std::string>, std::optional<ClientDiagnostic>>> rows{
         {"absent", nullopt, nullopt}, {"plain output", "Error: something broke\n", nullopt},
@@ -72,14 +70,12 @@ TEST(ClientDiagnosticTest, CliMarkerLines) {
         {"later invalid version skipped", valid + "\n" + marker(envelope("failed", "Corvane", "LATER", 2)) + "\n", enoent},
         {"carriage return line ends", valid + "\r\n", enoent},
         {"code of 32 characters", failed("Corvane", a32), found(Out::failed, "Corvane", a32.c_str())},
-        {"code of 33 characters", failed("Corvane", a32 + "A"), nullopt},
-        {"code with a dot", failed("Corvane", "E.X"), nullopt}, {"domain lower case", failed("posix", "E"), nullopt},
-        {"invalid utf-8 in the envelope", failed("POSIX", "\xff"), nullopt},
+        {"code of 33 characters", failed("Corvane", a32 + "A"), nullopt}, {"code with a dot", failed("Corvane", "E.X"), nullopt},
+        {"domain lower case", failed("posix", "E"), nullopt}, {"invalid utf-8", failed("POSIX", "\xff"), nullopt},
         {"outcome available", marker(envelope("available", "POSIX", "E")), nullopt},
         {"no space after the prefix", "CORVANE_DIAGNOSTIC" + envelope("failed", "POSIX", "E"), nullopt},
         {"prefix not at line start", " " + valid, nullopt}, {"trailing text after the json", valid + " x", nullopt},
         {"code as number", marker(R"({"version":1,"failure":{"outcome":"failed","domain":"POSIX","code":5}})"), nullopt},
-        {"not json", marker("{"), nullopt},
         {"extra keys ignored",
          marker(R"({"version":1,"x":[1],"failure":{"outcome":"failed","domain":"POSIX","code":"E","path":"/u"}})"),
          found(Out::failed, "POSIX", "E")},

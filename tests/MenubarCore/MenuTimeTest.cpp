@@ -11,26 +11,20 @@ namespace {
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double inf = std::numeric_limits<double>::infinity();
 
-std::int64_t micros(const std::optional<Instant>& at) { return at->time_since_epoch().count(); }
+// -1 stands for no instant, which no row expects.
+std::int64_t micros(const std::optional<Instant>& at) { return at ? at->time_since_epoch().count() : -1; }
 
 TEST(MenuTime, ParsesInternetDateTimes) {
     struct Row { const char* text; std::int64_t microsSince1970; };
     const Row rows[] = {
-        {"1970-01-01T00:00:00Z", 0},
-        {"2025-03-01T10:00:00Z", 1'740'823'200'000'000},
+        {"1970-01-01T00:00:00Z", 0}, {"2025-03-01T10:00:00Z", 1'740'823'200'000'000},
         {"2025-03-01T10:00:00.123456Z", 1'740'823'200'123'000},  // cut to whole milliseconds
         {"2025-03-01T10:00:00.9999999999999999999999Z", 1'740'823'200'999'000},
-        {"2025-03-01T10:00:00.05Z", 1'740'823'200'050'000},
-        {"2025-03-01T11:30:00+01:30", 1'740'823'200'000'000},
-        {"2025-03-01T05:00:00.250-05:00", 1'740'823'200'250'000},
-        {"2000-02-29T23:59:59Z", 951'868'799'000'000},
+        {"2025-03-01T10:00:00.05Z", 1'740'823'200'050'000}, {"2025-03-01T11:30:00+01:30", 1'740'823'200'000'000},
+        {"2025-03-01T05:00:00.250-05:00", 1'740'823'200'250'000}, {"2000-02-29T23:59:59Z", 951'868'799'000'000},
         {"1969-12-31T23:59:59Z", -1'000'000},
     };
-    for (const auto& row : rows) {
-        auto at = parseMenuTime(row.text);
-        ASSERT_TRUE(at) << row.text;
-        EXPECT_EQ(micros(at), row.microsSince1970) << row.text;
-    }
+    for (const auto& row : rows) EXPECT_EQ(micros(parseMenuTime(row.text)), row.microsSince1970) << row.text;
 }
 
 TEST(MenuTime, RejectsAnythingElse) {
