@@ -143,7 +143,7 @@ TEST(CliUpdatePresentation, ExpiresOnlyAfterMoreThan900Seconds) {
         CliUpdatePresentation viaObserve = started();
         viaObserve.observe(payload("1.3.0", makeUpdate(Phase::available)), oldPath, plusSeconds(t0, seconds), false);
         EXPECT_EQ(viaObserve, viaExpire) << seconds;
-        if (expected == Phase::failed) EXPECT_EQ(viaExpire.update->detail, std::string(cliUpdateNotConfirmedText));
+        EXPECT_EQ(viaExpire.update->detail.value_or(""), expected == Phase::failed ? cliUpdateNotConfirmedText : "");
     }
     // A confirmation seen in the same poll wins over the expiry.
     CliUpdatePresentation confirmed = started();
