@@ -11,9 +11,8 @@ namespace corvane {
 
 namespace {
 struct FakeTimer {
-    double interval = 0;
+    double interval = 0, due = 0;  // due: in virtual uptime
     bool repeats = false;
-    double due = 0;  // virtual uptime
     std::size_t order = 0;
     std::shared_ptr<Job> job;
     bool active = true;
@@ -68,8 +67,8 @@ void FakeMainLoop::post(Job job) {
 }
 
 std::unique_ptr<TimerHandle> FakeMainLoop::repeating(double intervalSeconds, Job job) {
-    auto timer = std::make_shared<FakeTimer>(FakeTimer{intervalSeconds, true, core_->uptime + intervalSeconds,
-                                                       core_->nextOrder++, std::make_shared<Job>(std::move(job))});
+    auto timer = std::make_shared<FakeTimer>(FakeTimer{intervalSeconds, core_->uptime + intervalSeconds, true,
+                                                       core_->nextOrder++, std::make_shared<Job>(std::move(job)), true});
     core_->timers.push_back(timer);
     return std::make_unique<FakeTimerHandle>(core_, timer);
 }
@@ -90,17 +89,13 @@ void FakeMainLoop::setNow(Instant now) {
 }
 
 std::size_t FakeMainLoop::runPending() {
-    std::size_t ran = 0;
-    for (;;) {
-        Job job;
-        {
-            std::lock_guard lock(core_->postMutex);
-            if (core_->posted.empty()) return ran;
-            job = std::move(core_->posted.front());
-            core_->posted.pop_front();
-        }
+    for (std::size_t ran = 0;; ++ran) {
+        std::unique_lock lock(core_->postMutex);
+        if (core_->posted.empty()) return ran;
+        Job job = std::move(core_->posted.front());
+        core_->posted.pop_front();
+        lock.unlock();  // the job may post more
         if (job) job();
-        ++ran;
     }
 }
 
