@@ -63,10 +63,7 @@ TEST(ActionRunState, RunningBlocksCliRowsAtEveryLevelAndLeavesTheRestClickable) 
     update.run = {"update", "--background"};
     const MenuAction dismissAction = act("Hide", verb::Run{{"dismiss", "x"}});
 
-    const auto enabled = [](MenuAction a, bool isEnabled) {
-        a.isEnabled = isEnabled;
-        return a;
-    };
+    const auto enabled = [](MenuAction a, bool on) { a.isEnabled = on; return a; };
     const auto statusWith = [&](MenuVerb verb, bool on) {
         return MenuItem(row::Status{StatusMark::warn, "Problem", std::nullopt, dismissAction, enabled(act("Fix", verb), on)});
     };

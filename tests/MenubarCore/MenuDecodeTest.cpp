@@ -207,11 +207,7 @@ TEST(MenuDecode, SplicesTheUpdateBlock) {
     const MenuItem shown = row::Status{StatusMark::warn, "Update available", {}, {}, act("Update", verb::Run{{"update"}})};
     const std::vector<MenuItem> unspliced{sectionA, shown, sectionB};
 
-    auto with = [&](const Json& patch) {
-        Json block = good;
-        block.merge_patch(patch);
-        return block;
-    };
+    auto with = [&](const Json& patch) { Json block = good; block.merge_patch(patch); return block; };
     struct Row { Json block; std::vector<MenuItem> expected; };
     std::vector<Row> rows = {
         // The plain row before the block stays: the dedupe does not look across the block.
