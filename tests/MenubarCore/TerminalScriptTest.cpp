@@ -87,17 +87,13 @@ TEST(TerminalScript, LinuxTerminalChoice) {
     const std::vector<std::tuple<std::optional<std::string>, std::set<std::string>, std::optional<Words>>> rows = {
         {"foot", {"foot", "xterm", "x-terminal-emulator"}, Words{"foot", "-e"}},
         {"  kitty  --single-instance ", {"kitty"}, Words{"kitty", "--single-instance", "-e"}},
-        {"/opt/term/bin/st", {}, Words{"/opt/term/bin/st", "-e"}},
-        {"nosuchterm", {"xterm"}, Words{"xterm", "-e"}},
-        {"", {"konsole"}, Words{"konsole", "-e"}},
+        {"/opt/term/bin/st", {}, Words{"/opt/term/bin/st", "-e"}}, {"nosuchterm", {"xterm"}, Words{"xterm", "-e"}},
+        {"", {"konsole"}, Words{"konsole", "-e"}}, {std::nullopt, {}, std::nullopt},
         {std::nullopt, {"x-terminal-emulator", "gnome-terminal"}, Words{"x-terminal-emulator", "-e"}},
         {std::nullopt, {"gnome-terminal", "xterm"}, Words{"gnome-terminal", "--"}},
-        {std::nullopt, {"xfce4-terminal", "kitty"}, Words{"xfce4-terminal", "-x"}},
-        {std::nullopt, {"kitty", "alacritty"}, Words{"kitty"}},
+        {std::nullopt, {"xfce4-terminal", "kitty"}, Words{"xfce4-terminal", "-x"}}, {std::nullopt, {"kitty", "foot"}, Words{"kitty"}},
         {std::nullopt, {"alacritty", "wezterm"}, Words{"alacritty", "-e"}},
-        {std::nullopt, {"wezterm", "foot"}, Words{"wezterm", "start", "--"}},
-        {std::nullopt, {"foot", "xterm"}, Words{"foot"}},
-        {std::nullopt, {}, std::nullopt},
+        {std::nullopt, {"wezterm", "foot"}, Words{"wezterm", "start", "--"}}, {std::nullopt, {"foot", "xterm"}, Words{"foot"}},
     };
     const std::string line = "'/usr/bin/corvane' login";
     for (auto [terminal, installed, expected] : rows) {
