@@ -77,8 +77,9 @@ struct CliUpdatePresentation {
     //   | 5 | otherwise                              | unchanged                                     |
     // Rows 1–3 clear `detail`. A failed update confirmed later (rows 1–3) becomes a success: the
     // installation did arrive, only late. Only a newer version is "updated to": a CLI found at
-    // another path with an older or equal version was not installed by this update. Without `allowFailure` (another run's state owns the
-    // failure) an installation never fails here; `expire` still bounds it.
+    // another path with an older or equal version was not installed by this update. Without
+    // `allowFailure` (another run's state owns the failure) an installation never fails here;
+    // `expire` still bounds it.
     //
     // Remembered phase `available`, `succeeded` or `upToDate`, or nothing remembered: unchanged.
     // A finished result stays until it has been shown and the menu closed.
