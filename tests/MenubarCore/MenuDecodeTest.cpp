@@ -285,37 +285,35 @@ int depthOf(const std::vector<MenuItem>& items) {
     return depth;
 }
 
+// The answer with `rows` (JSON text) as its items.
+std::string answerWithItems(const std::string& rows) {
+    std::string answer = answerWith({{"items", Json::array()}});
+    return answer.replace(answer.find("\"items\":[]") + 9, 0, rows);
+}
+
+// `open` and `close` around `middle`, `times` deep.
+std::string nested(const std::string& open, const std::string& middle, const std::string& close, int times) {
+    std::string text;
+    for (int i = 0; i < times; ++i) text += open;
+    text += middle;
+    for (int i = 0; i < times; ++i) text += close;
+    return text;
+}
+
 TEST(MenuDecode, SurvivesHostileAnswers) {
     // 100,000 nested submenus: rows below the depth limit are dropped, nothing overflows the stack.
-    const int levels = 100'000;
-    std::string deep;
-    for (int i = 0; i < levels; ++i) deep += R"({"type":"submenu","title":"S","items":[)";
-    for (int i = 0; i < levels; ++i) deep += "]}";
-    std::string answer = answerWith({{"items", Json::array()}});
-    std::string deepAnswer = answer;
-    deepAnswer.replace(deepAnswer.find("\"items\":[]") + 9, 0, deep);
-    auto result = decode(deepAnswer);
+    auto result = decode(answerWithItems(nested(R"({"type":"submenu","title":"S","items":[)", "", "]}", 100'000)));
     ASSERT_TRUE(payloadOf(result)) << describe(result);
     EXPECT_EQ(depthOf(payloadOf(result)->items), maxMenuDepth);
-
     // The same through presentations and dismiss items.
-    std::string chain;
-    for (int i = 0; i < levels; ++i) chain += R"({"type":"action","title":"A","url":"u","dismiss":{"title":"D","url":"v","presentation":)";
-    chain += "1";
-    for (int i = 0; i < levels; ++i) chain += "}}";
-    std::string chainAnswer = answer;
-    chainAnswer.replace(chainAnswer.find("\"items\":[]") + 9, 0, chain);
-    result = decode(chainAnswer);
+    result = decode(answerWithItems(
+        nested(R"({"type":"action","title":"A","url":"u","dismiss":{"title":"D","url":"v","presentation":)", "1", "}}", 100'000)));
     ASSERT_TRUE(payloadOf(result)) << describe(result);
     EXPECT_EQ(payloadOf(result)->items, std::vector<MenuItem>{actionRow("A", verb::Url{"u"})});
-
-    // Deeply nested arrays is not an answer, and freeing it must not recurse either.
-    std::string arrays(300'000, '[');
-    arrays += std::string(300'000, ']');
+    // Deeply nested arrays are not an answer, and freeing them must not recurse either.
+    const std::string arrays = nested("[", "", "]", 300'000);
     EXPECT_EQ(describe(decode(arrays)).substr(0, 16), "invalid: answer:");
-    std::string nestedItems = answer;
-    nestedItems.replace(nestedItems.find("\"items\":[]") + 9, 0, arrays);
-    EXPECT_EQ(describe(decode(nestedItems)).substr(0, 20), "invalid: items[0]: e");
+    EXPECT_EQ(describe(decode(answerWithItems(arrays))).substr(0, 20), "invalid: items[0]: e");
 }
 
 }  // namespace
