@@ -314,7 +314,7 @@ void DemoCli::stop() {
 // ---- The headless app ------------------------------------------------------------------------
 
 int runHeadless(const HeadlessOptions& options) {
-    std::signal(SIGPIPE, SIG_IGN);
+    ignoreProcessSignals();
     Variant variant = detectVariant();
     DemoCli demo;
     if (options.demo && !demo.start(variant.appEnv)) return 1;
