@@ -68,7 +68,6 @@ TEST(MenuDecode, StrictAtTheTop) {
     const Row rows[] = {
         {base().dump(), "payload"},
         {answerWith({{"contract", 2}}), "mismatch: 2"},
-        {answerWith({{"contract", 1.0}}), "payload"},
         {noItems.dump(), "invalid: items: missing"},
         {answerWith({{"contract", "1"}}), "invalid: contract: expected an integer, found a string"},
         {R"({"contract": 9223372036854775808})", "invalid: contract: expected an integer"},
@@ -84,7 +83,6 @@ TEST(MenuDecode, StrictAtTheTop) {
         {answerWith({{"items", {{{"type", "weird"}, {"badge", 1}}}}}), "invalid: items[0].badge: expected a string"},
         // The version check comes after the whole answer was read.
         {answerWith({{"contract", 2}, {"items", {{{"title", 1}}}}}), "invalid: items[0].title"},
-        {"", "invalid: not a JSON answer"},
         {std::string("\x00\xff\xfe{", 4), "invalid: not a JSON answer"},
         {answerWith({{"appEnv", "x"}}).replace(1, 0, "\"bad\xc3\x28\": 1, "), "invalid: not a JSON answer"},
     };
