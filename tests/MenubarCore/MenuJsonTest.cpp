@@ -16,7 +16,6 @@ TEST(MenuJson, WritesRowsUnderModelNames) {
     reporting.badge = "paused";
     reporting.isEnabled = false;
     const std::pair<MenuItem, const char*> rows[] = {
-        {row::Separator{}, R"({"type":"separator"})"},
         {row::Header{"Corvane", std::nullopt, "v1"}, R"({"type":"header","title":"Corvane","trailing":"v1"})"},
         {row::CliUpdate{update},
          R"({"type":"cliUpdate","update":{"phase":"upToDate","installedVersion":"1.4.2","detail":"d","isBlocked":true,"run":["update","--background"],"logPath":"/l"}})"},
