@@ -81,7 +81,6 @@ TEST_F(PrintMenu, RefusesWhatItCannotRead) {
 
 TEST_F(PrintMenu, ExplainsBadUsage) {
     const std::pair<std::vector<std::string>, int> rows[] = {
-        {{}, 64},
         {{"--print-menu", "--payload"}, 64},
         {{"--print-menu", "--payload", sample, "--now", "soon"}, 64},
         {{"--print-menu", "--payload", (fs::path("/nonexistent") / "menu.json").string()}, 1},
