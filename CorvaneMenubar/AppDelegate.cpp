@@ -11,8 +11,8 @@
 
 #include <climits>
 #include <condition_variable>
-#include <mutex>
 #include <cstdlib>
+#include <mutex>
 
 #include "BoundedFile.h"
 #include "IconRenderer.h"
@@ -129,13 +129,11 @@ struct AppDelegate::PollProgress {
     std::mutex mutex;
     std::condition_variable changed;
     bool running = false;
-    bool done = false;
 
-    void set(bool isRunning, bool isDone) {
+    void set(bool isRunning) {
         {
             std::lock_guard lock(mutex);
             running = isRunning;
-            done = isDone;
         }
         changed.notify_all();
     }
@@ -143,7 +141,7 @@ struct AppDelegate::PollProgress {
     // the cancellation when it starts).
     void waitWhileRunning(double seconds) {
         std::unique_lock lock(mutex);
-        changed.wait_for(lock, std::chrono::duration<double>(seconds), [this] { return !running || done; });
+        changed.wait_for(lock, std::chrono::duration<double>(seconds), [this] { return !running; });
     }
 };
 
@@ -424,7 +422,7 @@ void AppDelegate::pollNow(PollTrigger trigger, std::optional<SnapshotSkip> skip)
     seams_.background.run(WorkPriority::utility, [weak, loop, run = std::move(run), captured, generation, locateCli,
                                                   runMenu, cancellation = pollCancellation_,
                                                   progress = pollProgress_] {
-        progress->set(true, false);
+        progress->set(true);
         // Off the main thread: only the captured copies are touched here.
         std::optional<CliLocator::Located> found;
         if (captured && isExecutableFile(captured->cliPath)) {
@@ -436,10 +434,10 @@ void AppDelegate::pollNow(PollTrigger trigger, std::optional<SnapshotSkip> skip)
         std::optional<PollAnswer> answer;
         if (found && !cancellation->requested()) {
             auto result = runMenu(*found, run, *cancellation);
-            progress->set(false, true);
+            progress->set(false);
             answer = readPollResult(result, loop->now());
         }
-        progress->set(false, true);
+        progress->set(false);
         loop->post([weak, found = std::move(found), stamp = std::move(stamp), answer = std::move(answer),
                     generation]() mutable {
             auto self = weak.lock();
