@@ -85,6 +85,11 @@ MenuRunVerdict judgeMenuRun(const ProcessRunner::Result& result) {
     if (auto failure = std::get_if<ProcessRunner::Failure>(&result))
         return {failure->diagnostic, "corvane menu couldn't start: " + failure->diagnostic.summary()};
     const auto& outcome = std::get<ProcessRunner::Outcome>(result);
+    if (outcome.outputLimitExceeded) {
+        static_assert(ProcessRunner::maxStdoutBytes == std::size_t{16} << 20, "the sentence names the cap");
+        return {pollDiagnostic(DiagnosticOutcome::failed, "payload", "TOO_LARGE"),
+                std::string("corvane menu answered with more than 16 MB. Reopen the menu to retry.")};
+    }
     if (outcome.timedOut) {
         return {pollDiagnostic(DiagnosticOutcome::failed, "process", "TIMEOUT"),
                 std::string("corvane menu didn't answer within 90 seconds")};
@@ -664,7 +669,8 @@ void AppDelegate::renderIcon(const AppMenuState& state) {
     bool updateFailed = updatePresentation_.update && updatePresentation_.update->phase == CliUpdatePhase::failed;
     if (launcherFailed || updateFailed) icon = IconState::attention;
     // Only the attention icon is drawn in colour; every other icon is a template the shell tints.
-    bool dark = icon == IconState::attention && seams_.appearance.menuBarIsDark();
+    bool dark = IconRenderer::drawnDarkness(icon, seams_.appearance.menuBarIsDark(),
+                                            seams_.statusItem.tintsTemplateImages());
     if (seams_.statusItem.hasImage() && renderedIconState_ == icon && renderedIconDark_ == dark) return;
     renderedIconState_ = icon;
     renderedIconDark_ = dark;
