@@ -94,11 +94,6 @@ MenuRunVerdict judgeMenuRun(const ProcessRunner::Result& result) {
         return {pollDiagnostic(DiagnosticOutcome::failed, "process", "TIMEOUT"),
                 std::string("corvane menu didn't answer within 90 seconds")};
     }
-    if (outcome.outputLimitExceeded) {
-        return {pollDiagnostic(DiagnosticOutcome::failed, "payload", "OUTPUT_TOO_LARGE"),
-                "corvane menu answered with more than " + std::to_string(ProcessRunner::maxStdoutBytes >> 20) +
-                    " MB. Reopen the menu to retry."};
-    }
     if (outcome.exitCode == 0) return {};
     auto status = std::to_string(outcome.exitCode);
     auto diagnostic = cliFailureDiagnostic(DiagnosticOperation::menuPoll, outcome.stderr)
