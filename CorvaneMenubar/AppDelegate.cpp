@@ -10,7 +10,9 @@
 #include <unistd.h>
 
 #include <climits>
+#include <condition_variable>
 #include <cstdlib>
+#include <mutex>
 
 #include "BoundedFile.h"
 #include "FileTime.h"
@@ -93,11 +95,6 @@ MenuRunVerdict judgeMenuRun(const ProcessRunner::Result& result) {
         return {pollDiagnostic(DiagnosticOutcome::failed, "process", "TIMEOUT"),
                 std::string("corvane menu didn't answer within 90 seconds")};
     }
-    if (outcome.outputLimitExceeded) {
-        return {pollDiagnostic(DiagnosticOutcome::failed, "payload", "OUTPUT_TOO_LARGE"),
-                "corvane menu answered with more than " + std::to_string(ProcessRunner::maxStdoutBytes >> 20) +
-                    " MB. Reopen the menu to retry."};
-    }
     if (outcome.exitCode == 0) return {};
     auto status = std::to_string(outcome.exitCode);
     auto diagnostic = cliFailureDiagnostic(DiagnosticOperation::menuPoll, outcome.stderr)
@@ -129,6 +126,27 @@ std::optional<Instant> modifiedTime(const std::string& path) {
     return Instant(std::chrono::seconds(modified.tv_sec)) +
            std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::nanoseconds(modified.tv_nsec));
 }
+
+// Whether the poll's background hop is running its process: set by the hop, read at termination.
+struct AppDelegate::PollProgress {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool running = false;
+
+    void set(bool isRunning) {
+        {
+            std::lock_guard lock(mutex);
+            running = isRunning;
+        }
+        changed.notify_all();
+    }
+    // Waits while the process runs; a hop that has not started has nothing to wait for (it sees
+    // the cancellation when it starts).
+    void waitWhileRunning(double seconds) {
+        std::unique_lock lock(mutex);
+        changed.wait_for(lock, std::chrono::duration<double>(seconds), [this] { return !running; });
+    }
+};
 
 // ---- Construction ----------------------------------------------------------------------------
 
@@ -288,6 +306,7 @@ void AppDelegate::applicationWillTerminate() {
     terminated_ = true;
     // A poll still running is stopped with its process, so the app can end now.
     if (pollCancellation_) pollCancellation_->request();
+    if (pollProgress_) pollProgress_->waitWhileRunning(pollStopWaitSeconds);
     clientLog_.flush(seams_.loop.now());
     actionRunner_->stop();
     refreshTimer_.reset();
@@ -402,8 +421,11 @@ void AppDelegate::pollNow(PollTrigger trigger, std::optional<SnapshotSkip> skip)
     auto weak = weak_from_this();
     MainLoop* loop = &seams_.loop;
     pollCancellation_ = std::make_shared<RunCancellation>();
+    pollProgress_ = std::make_shared<PollProgress>();
     seams_.background.run(WorkPriority::utility, [weak, loop, run = std::move(run), captured, generation, locateCli,
-                                                  runMenu, cancellation = pollCancellation_] {
+                                                  runMenu, cancellation = pollCancellation_,
+                                                  progress = pollProgress_] {
+        progress->set(true);
         // Off the main thread: only the captured copies are touched here.
         std::optional<CliLocator::Located> found;
         if (captured && isExecutableFile(captured->cliPath)) {
@@ -413,12 +435,18 @@ void AppDelegate::pollNow(PollTrigger trigger, std::optional<SnapshotSkip> skip)
         }
         auto stamp = found ? cliFileStamp(found->cliPath) : std::nullopt;
         std::optional<PollAnswer> answer;
-        if (found) answer = readPollResult(runMenu(*found, run, *cancellation), loop->now());
+        if (found && !cancellation->requested()) {
+            auto result = runMenu(*found, run, *cancellation);
+            progress->set(false);
+            answer = readPollResult(result, loop->now());
+        }
+        progress->set(false);
         loop->post([weak, found = std::move(found), stamp = std::move(stamp), answer = std::move(answer),
                     generation]() mutable {
             auto self = weak.lock();
             if (!self || self->terminated_) return;
             self->pollCancellation_.reset();
+            self->pollProgress_.reset();
             self->located_ = found;
             self->cliLocated_ = found.has_value();
             self->actionRunner_->located = found;

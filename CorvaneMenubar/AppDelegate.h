@@ -64,6 +64,9 @@ inline constexpr double pollRetrySeconds = 5.0;
 inline constexpr double stalenessSeconds = 15.0;
 // The refresh interval while a CLI update installs, so its confirmation shows quickly.
 inline constexpr double installingRefreshSeconds = 5.0;
+// At termination the app waits at most this long for a running poll to stop its process (the
+// runner stops it within a fraction of a second once asked), so none outlives the app.
+inline constexpr double pollStopWaitSeconds = 1.0;
 // The interval that reaches the refresh timer stays within these bounds whatever the CLI asks
 // for, so a tiny value cannot run the CLI many times a second and a huge one cannot overflow a
 // shell's timer arithmetic. The payload keeps the CLI's own number for its freshness.
@@ -275,8 +278,10 @@ private:
     std::optional<SnapshotSkip> pollSnapshotSkip_;
     bool pollInFlight_ = false;
     bool snapshotReadInFlight_ = false;
-    // The running poll's cancellation, requested at termination.
+    // The running poll's cancellation, requested at termination, and the hop's progress.
+    struct PollProgress;
     std::shared_ptr<RunCancellation> pollCancellation_;
+    std::shared_ptr<PollProgress> pollProgress_;
     std::optional<PollTrigger> queuedPollTrigger_;
     std::optional<Instant> lastPollStartedAt_;
     std::int64_t updateGeneration_ = 0;

@@ -28,8 +28,10 @@ public:
         for (const auto& dir : {home, state, root / "xdg-state", root / "xdg-config", cli.parent_path()})
             fs::create_directories(dir);
         marker = "CORVANE_FAULT_MARK=" + root.filename().string();
-        std::ofstream(cli) << "#!/bin/sh\necho run >> '" << (root / "runs").string() << "'\ncat '"
-                           << (root / "answer.json").string() << "'\n";
+        // With a "hang" file the stand-in's child sleeps on: a grandchild of the app.
+        std::ofstream(cli) << "#!/bin/sh\necho run >> '" << (root / "runs").string() << "'\n[ -e '"
+                           << (root / "hang").string() << "' ] && sleep 600\ncat '" << (root / "answer.json").string()
+                           << "'\n";
         fs::permissions(cli, fs::perms::owner_all);
     }
 
@@ -123,6 +125,8 @@ const Fault faults[] = {
          fs::create_directories(w.home / ".config/corvane/state");
          mkfifo((w.home / ".config/corvane/state/detected-clients.json").c_str(), 0600);
      }},
+    {"menu run hangs", 60, [](const FaultWorld& w) { std::ofstream(w.root / "hang"); }, 3,
+     "Connecting to the Corvane CLI"},
     {"refreshSeconds 1e10", 1e10, [](const FaultWorld&) {}},
     {"refreshSeconds 0.001", 0.001, [](const FaultWorld&) {}, 5, ""},
     {"refreshSeconds -5", -5, [](const FaultWorld&) {}, 3, "The Corvane CLI isn't responding"},
