@@ -11,13 +11,14 @@
 namespace corvane {
 namespace {
 
-constexpr WordTable<DiagnosticOperation, 6> operationWords{{
+constexpr WordTable<DiagnosticOperation, diagnosticOperationCount> operationWords{{
     {DiagnosticOperation::cliRun, "cli.run"},
     {DiagnosticOperation::menuAnalytics, "menu.analytics"},
     {DiagnosticOperation::menuPoll, "menu.poll"},
     {DiagnosticOperation::claudeDesktopRegistry, "claude.desktop-registry"},
     {DiagnosticOperation::terminalOpen, "terminal.open"},
     {DiagnosticOperation::terminalFocus, "terminal.focus"},
+    {DiagnosticOperation::updatePersistence, "update.persistence"},
 }};
 
 constexpr WordTable<DiagnosticOutcome, 5> outcomeWords{{

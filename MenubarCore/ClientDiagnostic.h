@@ -11,7 +11,16 @@
 namespace corvane {
 
 // What was attempted. The wire word is the enumeration's raw value in logs and in the contract.
-enum class DiagnosticOperation { cliRun, menuAnalytics, menuPoll, claudeDesktopRegistry, terminalOpen, terminalFocus };
+enum class DiagnosticOperation {
+    cliRun,
+    menuAnalytics,
+    menuPoll,
+    claudeDesktopRegistry,
+    terminalOpen,
+    terminalFocus,
+    updatePersistence,  // the app's own store of a CLI update under way
+};
+inline constexpr std::size_t diagnosticOperationCount = 7;
 
 enum class DiagnosticOutcome { available, missing, denied, failed, notNeeded };
 
