@@ -332,6 +332,7 @@ struct OutputPipe {
     Descriptor readEnd{};
     std::string bytes{};
     bool overflowed = false;
+    static constexpr std::size_t largeOutput = std::size_t{1} << 20;
 
     // Reads what is available now, at most `maxReads` chunks; closes the pipe at its end.
     void readAvailable(int maxReads) {
@@ -364,9 +365,10 @@ struct OutputPipe {
             readEnd.reset();
             return;
         }
-        // Grow by doubling, but never past the limit.
+        // A large answer gets room for the whole cap at once: pages not yet written cost no
+        // memory, while growing by doubling would hold an old and a new copy at the same time.
         if (bytes.capacity() < bytes.size() + count)
-            bytes.reserve(std::min(limit, std::max(bytes.size() + count, 2 * bytes.capacity())));
+            bytes.reserve(bytes.size() + count > largeOutput ? limit : std::max(bytes.size() + count, 2 * bytes.capacity()));
         bytes.append(data, count);
     }
 

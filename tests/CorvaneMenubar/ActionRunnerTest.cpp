@@ -6,6 +6,8 @@
 #include <fstream>
 #include <thread>
 
+#include <signal.h>
+
 #include <gtest/gtest.h>
 
 #include "CorvaneMenubar/TempFolder.h"
@@ -270,27 +272,46 @@ TEST(ActionRunner, ResultAfterTheRunnerIsGoneIsDropped) {
     EXPECT_EQ(h.runsFinished, 0);
 }
 
-TEST(ActionRunner, StopWaitsForTheRunningProcess) {
-    FakeMainLoop loop;
-    ThreadBackgroundWork work;
-    FakeEffects effects;
-    auto runner = ActionRunner::create(loop, work, effects);
-    runner->located = CliLocator::Located{"/opt/corvane", "/usr/bin"};
-    std::atomic<bool> ended = false;
-    runner->runCommand = [&](const auto&, const Arguments&, bool, std::shared_ptr<RunCancellation> cancellation) {
-        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (!cancellation->requested() && std::chrono::steady_clock::now() < giveUp)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        ended = true;
-        return ActionRunner::RunResult{Outcome{"", "", -1, false}};
-    };
-    runner->perform(syncAction());
-    runner->stop();
-    EXPECT_TRUE(ended);
-    while (loop.runPending() == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    ASSERT_TRUE(runner->state());
-    EXPECT_EQ(runner->state()->phase,
-              ActionRunState::Phase{ActionRunState::Failed{std::string(ActionRunner::cancelledMessage)}});
+// At termination a hung CLI run, foreground or background, is stopped with everything it
+// started, even when it ignores SIGTERM.
+TEST(ActionRunner, StopEndsTheRunningProcess) {
+    testing::TempFolder folder;
+    const std::string script = folder / "corvane";
+    const std::string grandchild = folder / "grandchild";
+    std::ofstream(script) << "#!/bin/sh\ntrap '' TERM\nsleep 30 &\necho $! > '" << grandchild << "'\nwait\n";
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    for (const auto& action : {runAction(), syncAction()}) {
+        SCOPED_TRACE(action.title);
+        std::filesystem::remove(grandchild);
+        FakeMainLoop loop;
+        ThreadBackgroundWork work;
+        FakeEffects effects;
+        auto runner = ActionRunner::create(loop, work, effects);
+        runner->located = CliLocator::Located{script, "/usr/bin:/bin"};
+        runner->perform(action);
+        std::string pid;
+        for (int i = 0; i < 500 && pid.empty(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            std::ifstream(grandchild) >> pid;
+        }
+        ASSERT_FALSE(pid.empty());
+        const auto start = std::chrono::steady_clock::now();
+        runner->stop();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+        while (loop.runPending() == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ASSERT_TRUE(runner->state());
+        EXPECT_EQ(runner->state()->phase,
+                  ActionRunState::Phase{ActionRunState::Failed{std::string(ActionRunner::cancelledMessage)}});
+        // Reaped by the shell's own parent once the group is gone; a zombie does not count.
+        bool gone = false;
+        for (int i = 0; i < 300 && !gone; ++i) {
+            std::ifstream stat("/proc/" + pid + "/stat");
+            std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+            gone = ::kill(std::stoi(pid), 0) != 0 || text.find(") Z") != std::string::npos;
+            if (!gone) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        EXPECT_TRUE(gone);
+    }
 }
 
 TEST(ActionRunner, RealProcessExitingThree) {

@@ -13,6 +13,13 @@ namespace {
 using namespace testing;
 using Outcome = ProcessRunner::Outcome;
 
+enum class Runner { foreground, background };
+
+ProcessRunner::Result runWith(Runner runner, const std::string& path, double limit, const RunCancellation& cancellation) {
+    if (runner == Runner::background) return BackgroundProcessRunner::run(path, {}, testSearchPath, limit, cancellation);
+    return ProcessRunner::run(path, {}, testSearchPath, limit, {}, &cancellation);
+}
+
 TEST(ProcessRunnerTest, OutcomesOfOrdinaryChildren) {
     ScriptFolder folder("runner");
     struct Row { const char* name; std::string body; std::vector<std::string> arguments; Outcome expected; };
@@ -49,20 +56,40 @@ TEST(ProcessRunnerTest, ChildSeesOurEnvironmentWithOverrides) {
     EXPECT_EQ(outcomeOf(result).stdout, "/search/one:/usr/bin:/bin|1|inherited|new|poll-7");
 }
 
+TEST(ProcessRunnerTest, BackgroundChildRunsUnderATerminalInItsOwnSession) {
+    ScriptFolder folder("background");
+    ::unsetenv("CORVANE_NATIVE_DIAGNOSTICS");
+    RunCancellation cancellation;
+    // The terminal is the controlling one when /dev/tty opens.
+    auto result = BackgroundProcessRunner::run(
+        folder.script("child", R"(t=no; [ -t 0 ] && [ -t 1 ] && [ -t 2 ] && t=yes
+c=no; (: < /dev/tty) 2>/dev/null && c=yes
+printf '%s|%s|%s|%s|%s\n' "$t" "$c" "$PATH" "$CORVANE_NATIVE_DIAGNOSTICS" "$1" > ")" + folder.path("marker") + R"("
+echo "lots of output that nobody reads"
+exit 4)"),
+        {"first arg"}, "/search:" + testSearchPath, 20, cancellation);
+    EXPECT_EQ(outcomeOf(result), (Outcome{"", "", 4, false}));
+    EXPECT_EQ(folder.read("marker"), "yes|yes|/search:" + testSearchPath + "||first arg\n");
+}
+
 TEST(ProcessRunnerTest, ChildrenThatCannotStartAreFailures) {
     ScriptFolder folder("runner-fail");
     using enum DiagnosticOutcome;
-    const std::vector<std::tuple<std::string, DiagnosticOutcome, std::string>> rows{
-        {folder.path("absent"), missing, "2"},
-        {folder.path("absent/corvane"), missing, "2"},
-        {folder.file("plain", "#!/bin/sh\n", std::filesystem::perms::owner_read), denied, "13"},
-        {folder.path(""), denied, "13"},
+    const auto fg = Runner::foreground;
+    const std::string plain = folder.file("plain", "#!/bin/sh\n", std::filesystem::perms::owner_read);
+    const std::vector<std::tuple<Runner, std::string, DiagnosticOutcome, std::string>> rows{
+        {fg, folder.path("absent"), missing, "2"}, {fg, folder.path("absent/corvane"), missing, "2"},
+        {fg, plain, denied, "13"}, {fg, folder.path(""), denied, "13"},
+        {Runner::background, folder.path("absent"), missing, "2"}, {Runner::background, plain, denied, "13"},
     };
-    for (const auto& [path, outcome, code] : rows) {
-        auto result = ProcessRunner::run(path, {}, testSearchPath, 5);
+    RunCancellation cancellation;
+    for (const auto& [runner, path, outcome, code] : rows) {
+        auto result = runWith(runner, path, 5, cancellation);
         ASSERT_TRUE(std::holds_alternative<ProcessRunner::Failure>(result)) << path;
+        // The foreground runner tags every start failure with the poll operation, whoever asked.
+        const auto operation = runner == fg ? DiagnosticOperation::menuPoll : DiagnosticOperation::cliRun;
         EXPECT_EQ(std::get<ProcessRunner::Failure>(result).diagnostic,
-                  (ClientDiagnostic{DiagnosticOperation::menuPoll, outcome, "NSPOSIXErrorDomain", code, {}, {}}))
+                  (ClientDiagnostic{operation, outcome, "NSPOSIXErrorDomain", code, {}, {}}))
             << path;
     }
 }
@@ -71,40 +98,49 @@ TEST(ProcessRunnerTest, ChildrenThatCannotStartAreFailures) {
 TEST(ProcessRunnerTest, StoppingEndsTheWholeGroup) {
     ScriptFolder folder("runner-stop");
     const std::string grandchild = "(trap '' TERM; exec sleep 30) & echo $! > " + folder.path("grandchild") + "; ";
-    struct Row { const char* name; std::string body; double cancelAfter; Outcome expected; double atLeast, below; };
+    const std::string sleeps = "echo started; exec sleep 30";
+    const std::string stubborn = "trap '' TERM; echo started; while :; do sleep 1; done";
+    const auto fg = Runner::foreground;
+    const auto bg = Runner::background;
+    struct Row { Runner runner; std::string body; double cancelAfter; Outcome expected; double atLeast, below; };
     const std::vector<Row> rows{
-        {"time limit", "echo started; exec sleep 30", 0, {"started\n", "", -1, true}, 1.0, 4.0},
-        // A child that ignores SIGTERM is killed 5 s after the time limit.
-        {"time limit, SIGTERM ignored", "trap '' TERM; echo started; while :; do sleep 1; done", 0,
-         {"started\n", "", -1, true}, 6.0, 10.0},
-        {"cancelled", "echo started; exec sleep 30", 0.3, {"started\n", "", -1, false}, 0.3, 1.0},
-        {"cancelled, SIGTERM ignored", "trap '' TERM; echo started; while :; do sleep 1; done", 0.3,
-         {"started\n", "", -1, false}, 0.3, 1.0},
-        {"endless stdout", "exec cat /dev/zero", 0, {"", "", -1, false, true}, 0, 2.0},
+        {fg, sleeps, 0, {"started\n", "", -1, true}, 1.0, 4.0},
+        // At the time limit a child that ignores SIGTERM is killed 5 s later.
+        {fg, stubborn, 0, {"started\n", "", -1, true}, 6.0, 10.0},
+        {fg, sleeps, 0.3, {"started\n", "", -1, false}, 0.3, 1.5},
+        {fg, stubborn, 0.3, {"started\n", "", -1, false}, 0.3, 1.5},
+        {fg, "exec cat /dev/zero", 0, {"", "", -1, false, true}, 0, 3.0},
+        {bg, stubborn, 0, {"", "", -1, true}, 1.0, 4.0},
+        {bg, sleeps, 0.3, {"", "", -1, false}, 0.3, 1.5},
     };
     for (const auto& row : rows) {
+        const std::string name = (row.runner == fg ? "foreground: " : "background: ") + row.body;
+        std::filesystem::remove(folder.path("grandchild"));
         RunCancellation cancellation;
-        std::thread canceller;
-        if (row.cancelAfter > 0)
-            canceller = std::thread([&] {
-                std::this_thread::sleep_for(std::chrono::duration<double>(row.cancelAfter));
-                cancellation.request();
-            });
+        std::chrono::steady_clock::time_point requested{};
+        std::thread canceller([&] {
+            if (row.cancelAfter == 0) return;
+            folder.await("grandchild");
+            std::this_thread::sleep_for(std::chrono::duration<double>(row.cancelAfter));
+            requested = std::chrono::steady_clock::now();
+            cancellation.request();
+        });
         auto start = std::chrono::steady_clock::now();
-        auto result = ProcessRunner::run(folder.script("slow", grandchild + row.body), {}, testSearchPath,
-                                         row.cancelAfter > 0 ? 20.0 : 1.0, {}, &cancellation);
+        auto result = runWith(row.runner, folder.script("slow", grandchild + row.body),
+                              row.cancelAfter > 0 ? 20.0 : 1.0, cancellation);
         double elapsed = secondsSince(start);
-        if (canceller.joinable()) canceller.join();
-        EXPECT_EQ(outcomeOf(result), row.expected) << row.name;
-        EXPECT_GE(elapsed, row.atLeast) << row.name;
-        EXPECT_LT(elapsed, row.below) << row.name;
-        ASSERT_TRUE(folder.await("grandchild")) << row.name;
-        EXPECT_TRUE(awaitGone(std::stoi(*folder.read("grandchild")))) << row.name;
+        canceller.join();
+        EXPECT_EQ(outcomeOf(result), row.expected) << name;
+        EXPECT_GE(elapsed, row.atLeast) << name;
+        EXPECT_LT(row.cancelAfter > 0 ? secondsSince(requested) : elapsed, row.below) << name;
+        ASSERT_TRUE(folder.await("grandchild")) << name;
+        EXPECT_TRUE(awaitGone(std::stoi(*folder.read("grandchild")))) << name;
     }
 }
 
 // Stdout is kept up to its cap (past it the run stops and keeps nothing); stderr keeps its last
-// part from a line start, both streams being read at once so that neither child stalls.
+// part from a line start; both streams are read at once so that the child never stalls, and
+// neither does a background child writing megabytes to its terminal.
 TEST(ProcessRunnerTest, OutputIsBounded) {
     ScriptFolder folder("runner-large");
     const std::size_t cap = ProcessRunner::maxStdoutBytes;
@@ -125,6 +161,10 @@ TEST(ProcessRunnerTest, OutputIsBounded) {
         EXPECT_GT(outcome.stderr.size(), ProcessRunner::maxStderrBytes - 17) << row.name;
         EXPECT_TRUE(outcome.stderr.starts_with("0123456789abcdef\n")) << row.name;
     }
+    RunCancellation cancellation;
+    auto background = runWith(Runner::background, folder.script("tty", lines + "; exit 0"), 60,
+                              cancellation);
+    EXPECT_EQ(outcomeOf(background), (Outcome{"", "", 0, false}));
 }
 
 // Only the standard streams reach the child, also descriptors that other code left inheritable.
@@ -132,11 +172,41 @@ TEST(ProcessRunnerTest, NoDescriptorsLeakIntoTheChild) {
     ScriptFolder folder("runner-fd");
     int leaky = openLeakyDescriptor();
     ASSERT_GE(leaky, 40);
-    auto listing = outcomeOf(ProcessRunner::run(folder.script("fds", "ls /dev/fd"), {}, testSearchPath, 10)).stdout;
+    RunCancellation cancellation;
+    for (Runner runner : {Runner::foreground, Runner::background}) {
+        auto result = runWith(runner, folder.script("fds", "ls /dev/fd > " + folder.path("fds")), 10, cancellation);
+        EXPECT_EQ(outcomeOf(result).exitCode, 0);
+        auto listing = folder.read("fds").value_or("");
+        auto extra = extraDescriptors(listing);
+        EXPECT_LE(extra.size(), 1u) << listing;  // `ls` holds the folder it lists open; stdout is the file
+        EXPECT_EQ(extra.count(std::to_string(leaky)), 0u) << listing;
+    }
     ::close(leaky);
-    auto extra = extraDescriptors(listing);
-    EXPECT_LE(extra.size(), 1u) << listing;  // `ls` holds the folder it lists open
-    EXPECT_EQ(extra.count(std::to_string(leaky)), 0u) << listing;
+}
+
+TEST(ProcessRunnerTest, BackgroundRunsBesideForegroundRuns) {
+    ScriptFolder folder("background-mixed");
+    RunCancellation cancellation;
+    std::string background = folder.script("background", "sleep 0.3; exit 2");
+    std::string foreground = folder.script("foreground", R"(i=0; while [ $i -lt 200 ]; do echo "$1"; i=$((i+1)); done)");
+    std::vector<std::thread> threads;
+    std::vector<int> failures(3, 0);
+    for (int t = 0; t < 3; ++t) {
+        threads.emplace_back([&, t] {
+            std::string word = "thread" + std::to_string(t), expected;
+            for (int i = 0; i < 200; ++i) expected += word + "\n";
+            for (int run = 0; run < 3; ++run) {
+                if (t == 0) {
+                    failures[t] += outcomeOf(BackgroundProcessRunner::run(background, {}, testSearchPath, 10,
+                                                                          cancellation)).exitCode != 2;
+                } else {
+                    failures[t] += outcomeOf(ProcessRunner::run(foreground, {word}, testSearchPath, 10)).stdout != expected;
+                }
+            }
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(failures, std::vector<int>(3, 0));
 }
 
 TEST(ProcessRunnerTest, Utf8DecodingReplacesMaximalInvalidParts) {
