@@ -264,6 +264,9 @@ void HeadlessShell::command(AppDelegate& app, const std::string& line, const std
 
 int HeadlessShell::exec(AppDelegate& app, std::function<void()> terminate) {
     app.onRendered = [this, &app] { printFrame(app); };
+    factory_.setCloseMenu([this, &app] {
+        if (app.menuIsOpen()) statusItem_.reportMenuDidClose();
+    });
     {
         InputReader reader(
             loop_, [this, &app, &terminate](const std::string& line) { command(app, line, terminate); }, terminate);
