@@ -13,6 +13,7 @@
 #include <cstdlib>
 
 #include "BoundedFile.h"
+#include "FileTime.h"
 #include "IconRenderer.h"
 #include "MenuDecode.h"
 #include "MenuTime.h"
@@ -110,7 +111,8 @@ std::optional<std::string> cliFileStamp(const std::string& path) {
     if (!::realpath(path.c_str(), resolved)) return std::nullopt;
     struct stat info {};
     if (::stat(resolved, &info) != 0) return std::nullopt;
-    double seconds = static_cast<double>(info.st_mtim.tv_sec) + static_cast<double>(info.st_mtim.tv_nsec) / 1e9;
+    const timespec modified = statModificationTime(info);
+    double seconds = static_cast<double>(modified.tv_sec) + static_cast<double>(modified.tv_nsec) / 1e9;
     return std::string(resolved) + "@" + decimal(seconds);
 }
 
@@ -123,8 +125,9 @@ bool isExecutableFile(const std::string& path) {
 std::optional<Instant> modifiedTime(const std::string& path) {
     struct stat info {};
     if (path.empty() || ::stat(path.c_str(), &info) != 0) return std::nullopt;
-    return Instant(std::chrono::seconds(info.st_mtim.tv_sec)) +
-           std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::nanoseconds(info.st_mtim.tv_nsec));
+    const timespec modified = statModificationTime(info);
+    return Instant(std::chrono::seconds(modified.tv_sec)) +
+           std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::nanoseconds(modified.tv_nsec));
 }
 
 // ---- Construction ----------------------------------------------------------------------------

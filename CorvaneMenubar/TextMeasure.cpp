@@ -106,47 +106,57 @@ bool isRegionalIndicator(char32_t cp) { return in(cp, 0x1F1E6, 0x1F1FF); }
 
 }  // namespace
 
+namespace {
+
+// Where the character that starts at `at` ends.
+std::size_t clusterEnd(std::string_view utf8, std::size_t at) {
+    const Decoded first = decodeAt(utf8, at);
+    at += first.length;
+    if (!first.valid) return at;
+    if (first.codePoint == '\r') return at < utf8.size() && utf8[at] == '\n' ? at + 1 : at;
+    bool joinNext = false;
+    bool pairedFlag = !isRegionalIndicator(first.codePoint);
+    Jamo jamo = jamoOf(first.codePoint);
+    while (at < utf8.size()) {
+        // Plain ASCII never extends a character (a CR LF pair is taken above).
+        if (!joinNext && static_cast<unsigned char>(utf8[at]) < 0x80) break;
+        const Decoded next = decodeAt(utf8, at);
+        if (!next.valid) break;
+        const Jamo nextJamo = jamoOf(next.codePoint);
+        if (joinNext) {
+            joinNext = false;
+        } else if (jamoJoins(jamo, nextJamo)) {
+            jamo = nextJamo;
+            at += next.length;
+            continue;
+        } else if (next.codePoint == zeroWidthJoiner) {
+            joinNext = true;
+        } else if (!pairedFlag && isRegionalIndicator(next.codePoint)) {
+            pairedFlag = true;
+        } else if (!extends(next.codePoint)) {
+            break;
+        }
+        jamo = Jamo::none;
+        at += next.length;
+    }
+    return at;
+}
+
+}  // namespace
+
 std::vector<std::string_view> graphemeClusters(std::string_view utf8) {
     std::vector<std::string_view> out;
-    std::size_t at = 0;
-    while (at < utf8.size()) {
-        const std::size_t start = at;
-        const Decoded first = decodeAt(utf8, at);
-        at += first.length;
-        if (first.valid && first.codePoint == '\r' && at < utf8.size() && utf8[at] == '\n') {
-            at += 1;
-        } else if (first.valid) {
-            bool joinNext = false;
-            bool pairedFlag = !isRegionalIndicator(first.codePoint);
-            Jamo jamo = jamoOf(first.codePoint);
-            while (at < utf8.size()) {
-                const Decoded next = decodeAt(utf8, at);
-                if (!next.valid) break;
-                const Jamo nextJamo = jamoOf(next.codePoint);
-                if (joinNext) {
-                    joinNext = false;
-                } else if (jamoJoins(jamo, nextJamo)) {
-                    jamo = nextJamo;
-                    at += next.length;
-                    continue;
-                } else if (next.codePoint == zeroWidthJoiner) {
-                    joinNext = true;
-                } else if (!pairedFlag && isRegionalIndicator(next.codePoint)) {
-                    pairedFlag = true;
-                } else if (!extends(next.codePoint)) {
-                    break;
-                }
-                jamo = Jamo::none;
-                at += next.length;
-            }
-        }
-        out.push_back(utf8.substr(start, at - start));
+    for (std::size_t at = 0, end; at < utf8.size(); at = end) {
+        end = clusterEnd(utf8, at);
+        out.push_back(utf8.substr(at, end - at));
     }
     return out;
 }
 
 double FixedWidthTextMeasure::width(std::string_view utf8, FontRole) const {
-    return characterWidth_ * static_cast<double>(graphemeClusters(utf8).size());
+    std::size_t count = 0;
+    for (std::size_t at = 0; at < utf8.size(); at = clusterEnd(utf8, at)) ++count;
+    return characterWidth_ * static_cast<double>(count);
 }
 
 }  // namespace corvane

@@ -7,6 +7,7 @@
 #include <random>
 
 #include <fcntl.h>
+#include <sys/random.h>
 #include <unistd.h>
 
 namespace corvane {

@@ -4,6 +4,8 @@ set -euo pipefail
 
 if [[ "$(uname -s)" == "Darwin" ]]; then
   command -v brew >/dev/null || { echo "Homebrew is needed: https://brew.sh" >&2; exit 1; }
+  # Apple's clang, the SDK and codesign come with the Command Line Tools (or Xcode).
+  xcode-select -p >/dev/null 2>&1 || { echo "The Xcode Command Line Tools are needed: xcode-select --install" >&2; exit 1; }
   for formula in cmake ninja nlohmann-json googletest google-benchmark; do
     brew list --versions "$formula" >/dev/null 2>&1 || brew install "$formula"
   done
@@ -11,7 +13,8 @@ if [[ "$(uname -s)" == "Darwin" ]]; then
 fi
 
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libgtest-dev libgmock-dev
-          libbenchmark-dev nlohmann-json3-dev)
+          libbenchmark-dev nlohmann-json3-dev
+          libgnustep-gui-dev libobjc-12-dev libblocksruntime-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -9,6 +9,12 @@ bash scripts/install-deps.sh
 cmake --preset dev >/dev/null
 cmake --build --preset dev --target corvane-menubar corvane-sim
 app=build/dev/CorvaneMenubar/corvane-menubar
+if [[ "$(uname -s)" == "Darwin" ]]; then
+  # On a Mac the app is Corvane.app, signed ad hoc; run from inside it so its Info keys apply.
+  cmake --build --preset dev --target corvane-app
+  app=build/dev/CorvaneMenubar/Corvane.app/Contents/MacOS/Corvane
+  export PATH="$PWD/build/dev/tools:$PATH"  # --demo finds corvane-sim on PATH from inside the bundle
+fi
 status=0
 "$app" --print-menu >/dev/null 2>&1 || status=$?
 if [ "$status" -eq 2 ]; then

@@ -77,7 +77,7 @@ TEST(HeadlessMenu, StatusActionRowsNameTheirActionAndTheHighlightEndsWithTheMenu
     ASSERT_TRUE(frame) << app.errors();
     const std::string path = *rowPath((*frame)["items"], "Fix flaky login test");
     auto highlighted = [&](bool open, bool marked) {
-        return app.waitLatestFrame([&](const Json& f) {
+        return app.waitFrame([&](const Json& f) {
             const Json* row = rowAt(f["items"], path);
             return f.value("menuOpen", !open) == open && row && row->value("highlighted", false) == marked;
         });

@@ -1,6 +1,9 @@
 #include "SimSupport.h"
 
+#include "FileTime.h"
+
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -112,7 +115,8 @@ bool makeFolders(const std::string& path) {
 std::optional<long long> modifiedNanos(const std::string& path) {
     struct stat info{};
     if (::stat(path.c_str(), &info) != 0) return std::nullopt;
-    return static_cast<long long>(info.st_mtim.tv_sec) * 1000000000LL + info.st_mtim.tv_nsec;
+    const timespec modified = statModificationTime(info);
+    return static_cast<long long>(modified.tv_sec) * 1000000000LL + modified.tv_nsec;
 }
 
 void touchFile(const std::string& path) {

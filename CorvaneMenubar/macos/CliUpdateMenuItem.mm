@@ -1,0 +1,4 @@
+#import "CliUpdateMenuItem.h"
+
+@implementation CliUpdateMenuItem
+@end

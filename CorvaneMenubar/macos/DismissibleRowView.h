@@ -1,0 +1,18 @@
+#pragma once
+
+#import <AppKit/AppKit.h>
+
+#include <memory>
+
+#include "NativeMenu.h"
+
+// A static row (status or connection) with a dismiss button at its right. A click on the row
+// performs its repair action when it has one; the button (or Option-Return) dismisses it. The
+// row follows the pointer and the menu's keyboard highlight.
+@interface DismissibleRowView : NSView
+- (instancetype)initWithFrame:(NSRect)frame
+                      content:(const corvane::DismissibleRowContent&)content
+                         item:(std::weak_ptr<corvane::NativeMenuItem>)item;
+- (void)updateFromContent:(const corvane::DismissibleRowContent&)content;
+- (void)updateHighlight:(BOOL)highlighted;
+@end

@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "ActionRunner.h"
+#include "MacDecisions.h"
+#include "MenuRows.h"
+#include "TerminalScript.h"
+
+namespace corvane {
+namespace {
+
+TEST(MacDecisions, SystemFacts) {
+    EXPECT_EQ(macOSVersionText({14, 5, 0}), "macOS 14.5");
+    EXPECT_EQ(macOSVersionText({13, 0, 0}), "macOS 13.0");
+    EXPECT_EQ(macOSVersionText({14, 5, 1}), "macOS 14.5.1");
+
+    const std::vector<std::pair<std::int64_t, LoginItemStatus>> statuses = {
+        {0, LoginItemStatus::notRegistered}, {1, LoginItemStatus::enabled}, {2, LoginItemStatus::requiresApproval},
+        {3, LoginItemStatus::notFound},      {7, LoginItemStatus::notFound}, {-1, LoginItemStatus::notFound}};
+    for (const auto& [raw, status] : statuses) EXPECT_EQ(loginItemStatusFromService(raw), status) << raw;
+
+    EXPECT_TRUE(isDarkAppearanceName("NSAppearanceNameDarkAqua"));
+    EXPECT_TRUE(isDarkAppearanceName("NSAppearanceNameAccessibilityHighContrastDarkAqua"));
+    EXPECT_FALSE(isDarkAppearanceName("NSAppearanceNameAqua"));
+    EXPECT_FALSE(isDarkAppearanceName(""));
+}
+
+TEST(MacDecisions, ActivationByOsVersion) {
+    const std::vector<std::pair<OsVersion, bool>> rows = {
+        {{12, 7, 0}, true}, {{13, 6, 4}, true}, {{14, 0, 0}, false}, {{15, 1, 0}, false}};
+    for (const auto& [version, ignoring] : rows)
+        EXPECT_EQ(activationOptions(version).ignoringOtherApps, ignoring) << macOSVersionText(version);
+}
+
+TEST(MacDecisions, FocusingASession) {
+    const std::string terminal(terminalAppBundleIdentifier);
+    struct Row {
+        std::optional<std::string> bundle;
+        bool terminated;
+        FocusStep step;
+    };
+    const std::vector<Row> rows = {
+        {std::nullopt, false, FocusStep::notRunning},
+        {"com.anthropic.claudefordesktop", false, FocusStep::activateApp},
+        {terminal, false, FocusStep::selectTerminalTab},
+        {terminal, true, FocusStep::activateApp},
+        {"com.apple.TerminalX", false, FocusStep::activateApp},
+    };
+    for (const auto& row : rows) EXPECT_EQ(focusStep(row.bundle, row.terminated), row.step) << row.bundle.value_or("-");
+
+    // The tab script: its error is an Apple Events failure; otherwise found or "TAB_NOT_FOUND".
+    auto denied = terminalTabOutcome(-1743, true);
+    EXPECT_FALSE(denied.focused);
+    EXPECT_EQ(denied.diagnostic, ClientDiagnostic::appleEvent(-1743, DiagnosticOperation::terminalFocus));
+    EXPECT_EQ(terminalTabOutcome(std::nullopt, true), (SessionFocus{true, terminalTabDiagnostic(true)}));
+    auto missing = terminalTabOutcome(std::nullopt, false);
+    EXPECT_FALSE(missing.focused);
+    EXPECT_EQ(missing.diagnostic->code, "TAB_NOT_FOUND");
+
+    EXPECT_EQ(appleEventErrorCode(-1712), -1712);
+    EXPECT_EQ(appleEventErrorCode(std::nullopt), appleScriptGeneralErrorCode);
+}
+
+TEST(MacDecisions, MenuInput) {
+    using T = AgentTarget;
+    const std::vector<std::tuple<double, double, std::optional<T>>> clicks = {
+        {0, 320, std::nullopt}, {3.9, 320, std::nullopt}, {4, 320, T::harness},   {299.9, 320, T::harness},
+        {300, 320, T::corvane}, {320, 320, T::corvane},   {321, 320, std::nullopt}, {10, 20, T::corvane}};
+    for (const auto& [x, width, target] : clicks) EXPECT_EQ(agentTargetAt(x, width), target) << x << " of " << width;
+
+    NativeMenuItem plain, dismissible, status, statusWithoutDismiss, agent;
+    const auto dismiss = testrows::urlAction("Dismiss");
+    dismissible.setContent(DismissibleRowContent{"status:x", hosted::SectionLabel{"x"}, dismiss, {}, {}});
+    status.setRole(role::StatusAction{"status:y", 2, dismiss, "Retry"});
+    statusWithoutDismiss.setRole(role::StatusAction{"status:z", 1, std::nullopt, "Open"});
+    agent.setContent(AgentRowContent{std::get<row::Agent>(testrows::agent("a", "A", {}, {}).value).agent, false});
+    const std::vector<std::tuple<const NativeMenuItem*, RowPart, RowPart>> rows = {
+        {&plain, RowPart::main, RowPart::main},
+        {&dismissible, RowPart::main, RowPart::dismiss},
+        {&status, RowPart::main, RowPart::dismiss},
+        {&statusWithoutDismiss, RowPart::main, RowPart::main},
+        {&agent, RowPart::main, RowPart::main},
+    };
+    for (const auto& [item, withoutOption, withOption] : rows) {
+        EXPECT_EQ(keyboardRowPart(*item, false), withoutOption);
+        EXPECT_EQ(keyboardRowPart(*item, true), withOption);
+    }
+}
+
+// The bundle's Info.plist template must hold exactly the decided entries: a key added to one and
+// not the other, or a changed value, fails here rather than on a Mac.
+TEST(MacDecisions, InfoPlistTemplateHoldsTheDecidedEntries) {
+    std::ifstream file(std::string(CORVANE_TEST_DATA_DIR) + "/../../CorvaneMenubar/macos/Info.plist.in");
+    ASSERT_TRUE(file) << "Info.plist.in not found";
+    std::stringstream text;
+    text << file.rdbuf();
+    std::string plist = text.str();
+    for (const auto& [placeholder, value] : {std::pair{"@PROJECT_VERSION@", "0.1.0"}, {"@CORVANE_ENVIRONMENT@", "staging"}})
+        for (auto at = plist.find(placeholder); at != std::string::npos; at = plist.find(placeholder))
+            plist.replace(at, std::string_view(placeholder).size(), value);
+
+    std::vector<InfoPlistEntry> found;
+    const std::regex entry(R"(<key>([^<]*)</key>\s*(?:<string>([^<]*)</string>|<(true|false)/>))");
+    for (auto it = std::sregex_iterator(plist.begin(), plist.end(), entry); it != std::sregex_iterator(); ++it) {
+        const auto& match = *it;
+        std::optional<bool> flag;
+        if (match[3].matched) flag = match[3] == "true";
+        found.push_back({match[1], match[2].matched ? match[2].str() : "", flag});
+    }
+    EXPECT_EQ(found, macInfoPlistEntries("0.1.0", "staging"));
+}
+
+}  // namespace
+}  // namespace corvane
