@@ -5,11 +5,8 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <pwd.h>
-#include <sstream>
 #include <thread>
 #include <unistd.h>
 
@@ -95,27 +92,6 @@ std::string homeFolder() {
     return "/";
 }
 
-// Asks every child process of this one to stop (SIGTERM): a menu poll or a foreground action
-// that the app leaves behind at exit would otherwise run on, orphaned, until its own end. Where
-// there is no /proc (macOS) it does nothing.
-void terminateChildren() {
-    const std::string self = std::to_string(::getpid());
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
-        const std::string name = entry.path().filename().string();
-        if (name.empty() || name.find_first_not_of("0123456789") != std::string::npos) continue;
-        std::ifstream stat(entry.path() / "stat");
-        std::string line;
-        if (!std::getline(stat, line)) continue;
-        // "pid (command) state ppid ...": the command may hold spaces and parentheses.
-        auto close = line.rfind(')');
-        if (close == std::string::npos) continue;
-        std::istringstream rest(line.substr(close + 1));
-        std::string state, parent;
-        if (rest >> state >> parent && parent == self) ::kill(static_cast<pid_t>(std::stol(name)), SIGTERM);
-    }
-}
-
 }  // namespace
 
 int runApp(Shell& shell, const RunOptions& options) {
@@ -165,13 +141,14 @@ int runApp(Shell& shell, const RunOptions& options) {
         terminate();
     }
 
+    // The termination asked a running poll and action to stop their processes; their jobs get
+    // a bounded time to do so. A job that still runs then is left behind: everything that matters
+    // is already written.
     const auto& runState = runner->state();
-    if (app->pollInFlight() || (runState && runState->isRunning())) {
-        // A menu poll or a foreground action cannot be interrupted and may run until its time
-        // limit; everything that matters is already written, so leave without waiting for it.
+    const bool busy = app->pollInFlight() || (runState && runState->isRunning());
+    if (busy && !seams.background.waitUntilIdle(ActionRunner::stopWaitLimit)) {
         std::fflush(nullptr);
         demo.stop();
-        terminateChildren();
         std::_Exit(status);
     }
     return status;

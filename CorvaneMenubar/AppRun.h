@@ -22,9 +22,10 @@ struct RunOptions {
 // delegate, whose launch runs as the main loop's first job, and `Shell::exec`.
 //
 // The app ends through the Quit row, SIGTERM or SIGINT, or the shell's own `terminate` call: the
-// delegate's termination order runs once, then `Shell::quit`. When a menu poll or an action is
-// still running after that (it may hold on until its time limit), the process leaves at once with
-// everything written rather than wait for it.
+// delegate's termination order runs once (it asks a running poll and action to stop their
+// processes), then `Shell::quit`. Their jobs get `ActionRunner::stopWaitLimit` to finish
+// (`BackgroundWork::waitUntilIdle`); a job still running then is left behind and the process
+// leaves at once, with everything written.
 int runApp(Shell& shell, const RunOptions& options);
 
 }  // namespace corvane

@@ -48,6 +48,16 @@ public:
 
     // A new serial queue holding at most `limit` jobs (see `SerialWorkQueue`).
     virtual std::unique_ptr<SerialWorkQueue> makeSerialQueue(std::size_t limit = serialQueueLimit) = 0;
+
+    // Waits until every job handed to `run` has returned, at most `seconds`; true when none is
+    // left. Called once at exit, after the termination asked the running processes to stop, so
+    // that their runs get to kill what they started before the app leaves. Qt:
+    // `QThreadPool::waitForDone`; GCD: `dispatch_group_wait` on a group every job enters. A shell
+    // that cannot tell answers false, and the app then leaves without waiting.
+    virtual bool waitUntilIdle(double seconds) {
+        (void)seconds;
+        return false;
+    }
 };
 
 }  // namespace corvane

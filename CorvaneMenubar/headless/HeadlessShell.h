@@ -3,6 +3,9 @@
 // `corvane-menubar --headless`: the whole app on the headless seams, for machines without a
 // desktop and as the driver of the integration tests.
 //
+// When stdout is a terminal (and without --json) the frames and events below are drawn for a
+// person instead (TerminalScreen.h); the commands are the same. Otherwise:
+//
 // Output (stdout), one compact JSON object per line:
 //   A frame, whenever the icon, the tool tip, the open state or the menu changed after a render:
 //     {"frame": n, "icon": "running"|"attention"|"paused"|"unknown", "badge": letter or null,

@@ -1,6 +1,7 @@
 #include "ThreadBackgroundWork.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <utility>
@@ -84,12 +85,25 @@ void ThreadBackgroundWork::run(WorkPriority, Job job) {
     std::lock_guard lock(mutex_);
     reapFinished();
     auto done = std::make_shared<std::atomic<bool>>(false);
-    std::thread thread([job = std::move(job), done]() mutable {
+    std::thread thread([this, job = std::move(job), done]() mutable {
         if (job) job();
         job = nullptr;
-        done->store(true);
+        {
+            std::lock_guard finishedLock(mutex_);
+            done->store(true);
+        }
+        finished_.notify_all();
     });
     workers_.push_back(Worker{std::move(thread), std::move(done)});
+}
+
+bool ThreadBackgroundWork::waitUntilIdle(double seconds) {
+    std::unique_lock lock(mutex_);
+    // A finished worker only has the notification left to do, so joining it here is brief.
+    return finished_.wait_for(lock, std::chrono::duration<double>(seconds), [this] {
+        reapFinished();
+        return workers_.empty();
+    });
 }
 
 void ThreadBackgroundWork::reapFinished() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -22,6 +23,7 @@ public:
 
     void run(WorkPriority priority, Job job) override;
     std::unique_ptr<SerialWorkQueue> makeSerialQueue(std::size_t limit = serialQueueLimit) override;
+    bool waitUntilIdle(double seconds) override;
 
 private:
     struct Worker {
@@ -31,6 +33,7 @@ private:
     void reapFinished();
 
     std::mutex mutex_;
+    std::condition_variable finished_;  // a job of `run` returned
     std::vector<Worker> workers_;
 };
 

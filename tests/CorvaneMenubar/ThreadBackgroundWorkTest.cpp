@@ -55,7 +55,7 @@ TEST(ThreadBackgroundWork, SerialQueueRunsInOrderWithinItsBoundAndCancelsOnlyQue
     EXPECT_EQ(order, (std::vector<int>{0, 11, 12, 13, 14, 15, 16, 17}));
 }
 
-TEST(ThreadBackgroundWork, RunsJobsConcurrentlyOffTheCallingThread) {
+TEST(ThreadBackgroundWork, RunsJobsConcurrentlyOffTheCallingThreadAndTellsWhenAllReturned) {
     std::atomic<int> ran{0}, waiting{0};
     std::atomic<bool> offCaller{true};
     const auto caller = std::this_thread::get_id();
@@ -72,9 +72,13 @@ TEST(ThreadBackgroundWork, RunsJobsConcurrentlyOffTheCallingThread) {
                 ++ran;
             });
         EXPECT_TRUE(ready(bothWaiting));
+        EXPECT_FALSE(work.waitUntilIdle(0.05));
         gate.release();
+        EXPECT_TRUE(work.waitUntilIdle(10));
+        EXPECT_EQ(ran.load(), 2);
+        work.run(WorkPriority::utility, [&] { ++ran; });
     }  // destruction joins
-    EXPECT_EQ(ran.load(), 2);
+    EXPECT_EQ(ran.load(), 3);
     EXPECT_TRUE(offCaller.load());
 }
 

@@ -225,7 +225,7 @@ TEST_F(HeadlessAppTest, FailedRunOffersRetryAndTheTerminal) {
     EXPECT_NE(command.find(world.cliPath.string()), std::string::npos) << command;
     EXPECT_THAT(command, testing::EndsWith("doctor --fail"));
     // Handing the run to the terminal clears the failed run.
-    EXPECT_TRUE(waitFor([&] { return !hasRow(app.lastFrame(), "Couldn't finish"); }));
+    EXPECT_TRUE(app.waitLatestFrame([](const Json& frame) { return !hasRow(frame, "Couldn't finish"); }));
     EXPECT_EQ(world.countRuns({"doctor", "--fail"}), 2);
 }
 
