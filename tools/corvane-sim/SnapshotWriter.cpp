@@ -46,8 +46,11 @@ int runSnapshotWriter(const SimPaths& paths, const WriterOptions& options) {
     auto lastOpen = modifiedNanos(paths.openRequestFile());
     auto lastState = modifiedNanos(paths.stateFile());
     double nextWriteAt = 0;
+    // A writer whose starter died (an app killed without its cleanup) would write forever into
+    // a folder nobody reads: it ends when it is handed to another parent.
+    const pid_t parent = ::getppid();
 
-    while (!stopRequested) {
+    while (!stopRequested && ::getppid() == parent) {
         bool due = nowSeconds() >= nextWriteAt;
         if (auto refresh = modifiedNanos(paths.refreshRequestFile()); refresh != lastRefresh) {
             lastRefresh = refresh;
