@@ -68,7 +68,8 @@ TEST(AgentRowLogic, HarnessIcons) {
         {"claude", {claude}, claude}, {"claude", {}, std::nullopt}, {"chatgpt", {codex}, codex},
         {"chatgpt", {codex, "com.openai.chat"}, "com.openai.chat"}, {"codex", {codex}, std::nullopt},
     };
-    for (const auto& [word, installed, bundle] : rows) {
+    for (const auto& [word, apps, bundle] : rows) {
+        const auto& installed = apps;  // Clang 14 lambdas cannot capture structured bindings
         const auto found = [&](const std::string& id) {
             return std::find(installed.begin(), installed.end(), id) != installed.end();
         };
