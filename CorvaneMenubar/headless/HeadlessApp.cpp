@@ -363,6 +363,9 @@ int runHeadless(const HeadlessOptions& options) {
     app = AppDelegate::create(AppSeams{loop, work, watcher, statusItem, factory, measure, effects, loginItem, defaults,
                                        appearance},
                               variant, log, runner, std::move(operations));
+    factory.setCloseMenu([&] {
+        if (app->menuIsOpen()) statusItem.reportMenuDidClose();
+    });
 
     std::string lastFrame;
     std::int64_t frameCount = 0;
