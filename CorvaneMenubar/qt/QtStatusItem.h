@@ -32,7 +32,9 @@ class QtMenuPresenter;
 class QtStatusItem : public QObject, public StatusItem {
     Q_OBJECT
 public:
-    explicit QtStatusItem(QtAppearance& appearance, const QString& placeholder = QStringLiteral("Corvane"));
+    // `showInTray` false keeps the icon out of the tray (the window-only mode).
+    explicit QtStatusItem(QtAppearance& appearance, const QString& placeholder = QStringLiteral("Corvane"),
+                          bool showInTray = true);
     ~QtStatusItem() override;
 
     void setImage(const VectorImage& image) override;
@@ -57,6 +59,8 @@ public:
 Q_SIGNALS:
     // The tray icon was created again (a new watcher); `trayIcon()` is the new one.
     void trayIconRecreated();
+    // The icon or the tool tip changed.
+    void looksChanged();
 
 private:
     void createTray();
@@ -70,6 +74,7 @@ private:
     std::optional<VectorImage> image_;
     QString toolTip_;
     std::unique_ptr<AppearanceObservation> appearanceObservation_;
+    bool showInTray_ = true;
     bool removed_ = false;
 };
 
