@@ -4,7 +4,8 @@
 //   item SERVICE
 //   icon WxH            one line per pixmap the item offers
 //   row LABEL           one line per visible menu row, depth-first, submenu rows indented
-// and exits 0; 1 when nothing registered within the time limit (first argument, seconds).
+// and exits 0 once the menu holds a row labelled EXPECTED (second argument; any row when absent);
+// 1 when that did not happen within the time limit (first argument, seconds).
 
 #include <QCoreApplication>
 #include <QDBusArgument>
@@ -39,8 +40,8 @@ QDBusArgument& operator<<(QDBusArgument& argument, const IconPixmap& pixmap) {
     return argument;
 }
 
-// One (ia{sv}av) node of a dbusmenu layout, printed as it is read.
-void printLayout(const QDBusArgument& argument, int depth) {
+// One (ia{sv}av) node of a dbusmenu layout, its rows added to `rows` as they are read.
+void readLayout(const QDBusArgument& argument, int depth, QStringList& rows) {
     int id = 0;
     QVariantMap properties;
     argument.beginStructure();
@@ -50,13 +51,13 @@ void printLayout(const QDBusArgument& argument, int depth) {
     if (depth > 0 && visible && !separator) {
         QString label = properties.value(QStringLiteral("label")).toString();
         label.remove(QLatin1Char('_'));
-        std::printf("row %s%s\n", QString(2 * (depth - 1), QLatin1Char(' ')).toUtf8().constData(), label.toUtf8().constData());
+        rows << QString(2 * (depth - 1), QLatin1Char(' ')) + label;
     }
     argument.beginArray();
     while (!argument.atEnd()) {
         QDBusVariant child;
         argument >> child;
-        printLayout(child.variant().value<QDBusArgument>(), depth + 1);
+        readLayout(child.variant().value<QDBusArgument>(), depth + 1, rows);
     }
     argument.endArray();
     argument.endStructure();
@@ -91,10 +92,12 @@ Q_SIGNALS:
     void StatusNotifierHostRegistered();
 
 private:
+    // Reads the item until its menu holds the expected row, then prints it all and ends.
     static void inspect(const QString& service, const QString& path) {
         auto bus = QDBusConnection::sessionBus();
-        std::printf("item %s\n", service.toUtf8().constData());
+        QStringList rows;
         QDBusInterface item(service, path, QStringLiteral("org.kde.StatusNotifierItem"), bus);
+        QStringList sizes;
         const QDBusMessage pixmaps = QDBusMessage::createMethodCall(service, path, QStringLiteral("org.freedesktop.DBus.Properties"),
                                                                     QStringLiteral("Get"))
                                      << QStringLiteral("org.kde.StatusNotifierItem") << QStringLiteral("IconPixmap");
@@ -103,7 +106,7 @@ private:
             const auto argument = pixmapReply.arguments().first().value<QDBusVariant>().variant().value<QDBusArgument>();
             QList<IconPixmap> list;
             argument >> list;
-            for (const auto& pixmap : list) std::printf("icon %dx%d\n", pixmap.width, pixmap.height);
+            for (const auto& pixmap : list) sizes << QStringLiteral("%1x%2").arg(pixmap.width).arg(pixmap.height);
         }
         const QString menuPath = item.property("Menu").value<QDBusObjectPath>().path();
         if (!menuPath.isEmpty()) {
@@ -111,8 +114,18 @@ private:
                                                                  QStringLiteral("GetLayout"));
             layout << 0 << -1 << QStringList();
             const QDBusMessage reply = bus.call(layout, QDBus::Block, 3000);
-            if (reply.arguments().size() == 2) printLayout(reply.arguments().at(1).value<QDBusArgument>(), 0);
+            if (reply.arguments().size() == 2) readLayout(reply.arguments().at(1).value<QDBusArgument>(), 0, rows);
         }
+        const QString expected = QCoreApplication::arguments().value(2);
+        bool found = expected.isEmpty();
+        for (const auto& row : rows) found = found || row.trimmed() == expected;
+        if (!found) {
+            QTimer::singleShot(200, [service, path] { inspect(service, path); });
+            return;
+        }
+        std::printf("item %s\n", service.toUtf8().constData());
+        for (const auto& size : sizes) std::printf("icon %s\n", size.toUtf8().constData());
+        for (const auto& row : rows) std::printf("row %s\n", row.toUtf8().constData());
         std::fflush(stdout);
         QCoreApplication::exit(0);
     }

@@ -1,0 +1,143 @@
+#!/usr/bin/env bash
+# The tray app end to end on a real X server: Xvfb, trayer as the XEmbed tray host, xdotool as the
+# user's hand, ImageMagick for screenshots and xclip for the clipboard.
+#   1. the app starts on the simulator (--demo) with no session bus, so its icon goes to the
+#      XEmbed tray, and the icon embeds;
+#   2. a second start asks the running one to open its menu and exits 0 at once;
+#   3. a click on the icon opens the popup: its screenshot is kept in ARTIFACTS and compared with
+#      REFERENCE (RMSE within a tolerance; sizes must match within a few pixels);
+#   4. choosing "Copy machine ID" with the keyboard puts the simulator's machine id on the clipboard;
+#   5. Quit (the menu's last row) ends the process with status 0 and a complete log.
+# Usage: tray-e2e.sh APP REFERENCE.png ARTIFACTS_DIR. Exit 77 (skipped) when a tool is missing;
+# UPDATE_REFERENCE=1 copies the new screenshot over the reference instead of comparing.
+set -euo pipefail
+app=$1 reference=$2 artifacts=$3
+for tool in Xvfb trayer xdotool xclip import compare xwininfo python3; do
+  command -v "$tool" >/dev/null || { echo "skipped: $tool is not installed"; exit 77; }
+done
+mkdir -p "$artifacts"
+work=$(mktemp -d)
+pids=()
+cleanup() {
+  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+  wait 2>/dev/null || true
+  rm -rf "$work"
+}
+trap cleanup EXIT
+fail() {
+  echo "FAIL: $*"
+  echo "--- app stderr"; cat "$work/app.err" 2>/dev/null || true
+  exit 1
+}
+# Waits up to $1 seconds (in tenths) for the command after it to succeed.
+waitFor() {
+  local tenths=$(($1 * 10)); shift
+  for ((i = 0; i < tenths; i++)); do "$@" && return 0; sleep 0.1; done
+  return 1
+}
+
+# A private home: no autostart entry, defaults, log or instance lock of the user's is touched.
+export HOME=$work/home XDG_CONFIG_HOME=$work/config XDG_STATE_HOME=$work/state XDG_RUNTIME_DIR=$work/run
+mkdir -p "$HOME" "$XDG_CONFIG_HOME" "$XDG_STATE_HOME" "$XDG_RUNTIME_DIR"
+chmod 700 "$XDG_RUNTIME_DIR"
+unset DBUS_SESSION_BUS_ADDRESS WAYLAND_DISPLAY CORVANE_MENUBAR_ENV CORVANE_CLI_PATH TERMINAL
+export QT_QPA_PLATFORM=xcb LANG=C.UTF-8 QT_SCALE_FACTOR=1
+
+Xvfb -displayfd 3 -screen 0 800x600x24 -nolisten tcp 3>"$work/display" 2>"$work/xvfb.err" &
+pids+=($!)
+waitFor 10 test -s "$work/display" || fail "Xvfb did not start"
+export DISPLAY=:$(cat "$work/display")
+xsetroot -solid '#3c4a5a' 2>/dev/null || true
+trayer --edge top --align right --widthtype request --height 28 --SetDockType false --transparent false \
+  >"$work/trayer.log" 2>&1 &
+pids+=($!)
+waitFor 10 sh -c 'xwininfo -root -tree | grep -q "\"panel\": (\"panel\" \"trayer\")"' || fail "trayer did not start"
+
+"$app" --demo >"$work/app.out" 2>"$work/app.err" &
+app_pid=$!
+pids+=($app_pid)
+
+# The icon: our window inside the tray's panel.
+iconWindow() {
+  local window
+  for window in $(xdotool search --onlyvisible --classname '^corvane-menubar$' 2>/dev/null); do
+    eval "$(xdotool getwindowgeometry --shell "$window")"
+    ((WIDTH <= 64 && HEIGHT <= 64 && Y < 28 && X > 400)) && { echo "$window"; return 0; }
+  done
+  return 1
+}
+waitFor 15 iconWindow >/dev/null || fail "the icon did not embed in the tray"
+icon=$(iconWindow)
+eval "$(xdotool getwindowgeometry --shell "$icon")"
+iconX=$((X + WIDTH / 2)) iconY=$((Y + HEIGHT / 2))
+echo "icon embedded at ${X},${Y} (${WIDTH}x${HEIGHT})"
+
+# The popup: our largest visible top-level window below the panel.
+popupWindow() {
+  local window best="" bestArea=0
+  for window in $(xdotool search --onlyvisible --classname '^corvane-menubar$' 2>/dev/null); do
+    eval "$(xdotool getwindowgeometry --shell "$window")"
+    ((WIDTH > 100 && HEIGHT > 100 && WIDTH * HEIGHT > bestArea)) && { best=$window; bestArea=$((WIDTH * HEIGHT)); }
+  done
+  [[ -n $best ]] && echo "$best"
+}
+closeMenu() { xdotool key Escape; waitFor 5 bash -c '! popupWindow' 2>/dev/null || true; sleep 0.3; }
+export -f popupWindow
+
+# A second start hands over to the running instance, which opens its menu.
+"$app" --demo >"$work/second.out" 2>&1 || fail "a second start exited with $?"
+waitFor 5 popupWindow >/dev/null || fail "a second start did not open the running app's menu"
+kill -0 "$app_pid" || fail "the running app ended"
+closeMenu
+
+# The demo's first poll has landed once the header names the agents; give it time to settle.
+sleep 2
+xdotool mousemove "$iconX" "$iconY" click 1
+waitFor 5 popupWindow >/dev/null || fail "a click on the icon opened no popup"
+sleep 1  # painted
+popup=$(popupWindow)
+import -window root "$artifacts/desktop.png"
+import -window "$popup" "$artifacts/popup.png"
+echo "popup: $artifacts/popup.png"
+if [[ ${UPDATE_REFERENCE:-0} == 1 ]]; then
+  cp "$artifacts/popup.png" "$reference"
+  echo "reference updated: $reference"
+else
+  read -r width height < <(identify -format '%w %h\n' "$artifacts/popup.png")
+  read -r refWidth refHeight < <(identify -format '%w %h\n' "$reference")
+  ((${width} - refWidth <= 8 && refWidth - width <= 8 && height - refHeight <= 8 && refHeight - height <= 8)) ||
+    fail "the popup is ${width}x${height}, the reference ${refWidth}x${refHeight}"
+  size="$((width > refWidth ? width : refWidth))x$((height > refHeight ? height : refHeight))"
+  # Text rendering and the demo's ages vary a little; a missing or misdrawn row does not.
+  score=$(compare -metric RMSE \
+    <(convert "$artifacts/popup.png" -background white -extent "$size" png:-) \
+    <(convert "$reference" -background white -extent "$size" png:-) \
+    "$artifacts/popup-diff.png" 2>&1 >/dev/null | sed -E 's/.*\(([0-9.e+-]+)\).*/\1/') || true
+  echo "popup differs from the reference by RMSE $score"
+  python3 -c "import sys; sys.exit(0 if float('$score') < ${TOLERANCE:-0.08} else 1)" ||
+    fail "the popup differs from the reference (RMSE $score; see $artifacts/popup-diff.png)"
+fi
+
+# "Copy machine ID" with the keyboard: its row counted from the top of the menu.
+printf '' | xclip -selection clipboard
+xdotool key --delay 60 $(printf 'Down %.0s' $(seq "${COPY_ROW_DOWNS:-1}")) Return
+waitFor 5 sh -c '[ "$(xclip -o -selection clipboard 2>/dev/null)" = sim-machine-0001 ]' ||
+  fail "the clipboard holds '$(xclip -o -selection clipboard 2>/dev/null)', not the machine id"
+echo "copy row: the clipboard holds sim-machine-0001"
+
+# Quit: the last row of the menu.
+xdotool mousemove "$iconX" "$iconY" click 1
+waitFor 5 popupWindow >/dev/null || fail "the popup did not open again"
+xdotool key --delay 60 End Return
+waitFor 10 sh -c "! kill -0 $app_pid 2>/dev/null" || fail "Quit did not end the app"
+wait "$app_pid" && status=0 || status=$?
+((status == 0)) || fail "the app exited with $status"
+logFolder=$XDG_STATE_HOME/corvane/logs/production
+python3 - "$logFolder/menubar-refresh.jsonl" <<'PY' || fail "the log is missing or not complete"
+import json, sys
+lines = open(sys.argv[1], encoding="utf-8").read().split("\n")
+assert lines[-1] == "", "the last line is not finished"
+records = [json.loads(line) for line in lines[:-1]]
+assert records, "no refresh was logged"
+PY
+echo "quit: exit 0, $(($(wc -l <"$logFolder/menubar-refresh.jsonl"))) refresh lines logged"
