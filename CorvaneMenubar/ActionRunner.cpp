@@ -112,7 +112,7 @@ ActionRunner::RunCommand ActionRunner::processRunCommand(double foregroundLimit,
             return BackgroundProcessRunner::run(where.cliPath, arguments, where.searchPath, backgroundLimit,
                                                 *cancellation);
         }
-        return ProcessRunner::run(where.cliPath, arguments, where.searchPath, foregroundLimit);
+        return ProcessRunner::run(where.cliPath, arguments, where.searchPath, foregroundLimit, {}, cancellation.get());
     };
 }
 

@@ -61,8 +61,9 @@ public:
     // The seams must outlive the runner.
     static std::shared_ptr<ActionRunner> create(MainLoop& mainLoop, BackgroundWork& background, Effects& effects);
 
-    // The real runners: `BackgroundProcessRunner` under `backgroundLimit` for background actions
-    // (cancellable), `ProcessRunner` under `foregroundLimit` with no extra environment otherwise.
+    // The real runners: `BackgroundProcessRunner` under `backgroundLimit` for background actions,
+    // `ProcessRunner` under `foregroundLimit` with no extra environment otherwise; both stop on
+    // the run's cancellation.
     static RunCommand processRunCommand(double foregroundLimit = foregroundActionLimit,
                                         double backgroundLimit = backgroundActionLimit);
     static RunClickReport processClickReport(double limit = clickReportLimit);

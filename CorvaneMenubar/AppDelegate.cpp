@@ -590,7 +590,8 @@ void AppDelegate::renderIcon(const AppMenuState& state) {
     bool updateFailed = updatePresentation_.update && updatePresentation_.update->phase == CliUpdatePhase::failed;
     if (launcherFailed || updateFailed) icon = IconState::attention;
     // Only the attention icon is drawn in colour; every other icon is a template the shell tints.
-    bool dark = icon == IconState::attention && seams_.appearance.menuBarIsDark();
+    bool dark = IconRenderer::drawnDarkness(icon, seams_.appearance.menuBarIsDark(),
+                                            seams_.statusItem.tintsTemplateImages());
     if (seams_.statusItem.hasImage() && renderedIconState_ == icon && renderedIconDark_ == dark) return;
     renderedIconState_ = icon;
     renderedIconDark_ = dark;

@@ -17,7 +17,7 @@ MenuAction updateLogAction(const CliUpdate& update) {
     return MenuAction{std::string(viewUpdateLogTitle), verb::File{update.logPath}, std::nullopt, std::nullopt, true};
 }
 
-void presentCliUpdate(NativeMenuItem& row, const CliUpdate& update, const TextMeasure& measure) {
+void presentCliUpdate(NativeMenuItem& row, const CliUpdate& update, const TextMeasure& measure, bool reduceMotion) {
     row.setRole(role::CliUpdateRow{role::CliUpdateRole::notice, update});
     const std::string title = cliUpdateTitle(update);
     if (cliUpdateCanStart(update)) {
@@ -29,7 +29,7 @@ void presentCliUpdate(NativeMenuItem& row, const CliUpdate& update, const TextMe
         row.setAttributedTitle(std::nullopt);
         row.setTitle(fittingText(title, FontRole::menu, measure));
         // Same content kind: a shell updates the view it already hosts.
-        row.setContent(CliUpdateViewContent{update});
+        row.setContent(CliUpdateViewContent{update, reduceMotion});
     }
     row.setToolTip(cliUpdateToolTip(update));
 }

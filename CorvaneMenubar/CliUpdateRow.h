@@ -27,8 +27,10 @@ MenuAction updateLogAction(const CliUpdate& update);
 
 // Shows `update` on a notice row (the row keeps its identity): the plain two-line row when the
 // update can start, otherwise the update view with the title fitted in the menu font; the tool
-// tip in both cases. Enabling and the handler are the caller's.
-void presentCliUpdate(NativeMenuItem& row, const CliUpdate& update, const TextMeasure& measure);
+// tip in both cases. `reduceMotion` (the system setting) keeps the view's spinner still. Enabling
+// and the handler are the caller's.
+void presentCliUpdate(NativeMenuItem& row, const CliUpdate& update, const TextMeasure& measure,
+                      bool reduceMotion = false);
 
 // What the update view shows.
 struct CliUpdateViewState {

@@ -67,6 +67,10 @@ VectorImage image(IconState state, const std::optional<std::string>& badgeLetter
     return image;
 }
 
+bool drawnDarkness(IconState state, bool menuBarDark, bool shellTintsTemplates) {
+    return menuBarDark && (state == IconState::attention || shellTintsTemplates);
+}
+
 }  // namespace corvane::IconRenderer
 
 namespace corvane {

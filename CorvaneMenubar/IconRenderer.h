@@ -18,6 +18,12 @@ namespace corvane::IconRenderer {
 // `badgeLetter` is absent for the production variant.
 VectorImage image(IconState state, const std::optional<std::string>& badgeLetter, bool darkAppearance);
 
+// The darkness an image for `state` is drawn for: the menu bar's darkness when the image depends
+// on it, else false. The attention image is drawn in colour for it; a template image depends on
+// it only when the shell tints templates as it is given them. The app redraws the icon when the
+// state or this value changes, and only then.
+bool drawnDarkness(IconState state, bool menuBarDark, bool shellTintsTemplates);
+
 // The bolt: two closed six-point polygons designed on a 200 × 200 grid, mapped into the image with
 // a 1-point margin (x × 0.08 + 1, y × 0.08 + 1). Built once.
 const shape::Polygons& boltPolygons();

@@ -21,6 +21,12 @@ const T* roleAs(const NativeMenuItem& item) {
     return std::get_if<T>(&item.role());
 }
 
+// A toolkit keeps its menu open after a click inside custom row content; such a row closes the
+// menu itself before it acts.
+void closeMenuOf(NativeMenuItem& sender) {
+    if (auto* menu = sender.menu()) menu->cancelTracking();
+}
+
 // A text that names the row a hosted item shows, so that a row whose details changed (a new
 // subtitle, another state) still counts as the same row and is rewritten in place.
 std::string hostedIdentity(const HostedRow& row) {
@@ -80,7 +86,10 @@ MenuBuilder::MenuBuilder(NativeMenuFactory& factory, const TextMeasure& measure,
     // The subscription ends with the builder, so the observer never outlives `this`.
     trackingObserver_ = menu_->observeTracking([this](bool began) {
         tracking_ = began;
-        if (!began) applyPending();
+        if (began) return;
+        // The highlight ends with the menu; the next opening starts with none.
+        applyHighlight(*menu_, nullptr);
+        applyPending();
     });
     tracking_ = menu_->isTracking();
 }
@@ -131,6 +140,30 @@ std::string MenuBuilder::fittingText(const std::string& text, FontRole font) con
     return corvane::fittingText(text, font, measure_);
 }
 
+std::optional<std::string> MenuBuilder::shown(const std::optional<std::string>& text) const {
+    if (!text) return std::nullopt;
+    return displayText(*text, measure_);
+}
+
+HostedRow MenuBuilder::shown(const HostedRow& row) const {
+    struct Visitor {
+        const MenuBuilder& b;
+        HostedRow operator()(const hosted::Header& h) const {
+            return hosted::Header{*b.shown(h.title), b.shown(h.subtitle), b.shown(h.trailing)};
+        }
+        HostedRow operator()(const hosted::SectionLabel& s) const { return hosted::SectionLabel{*b.shown(s.title)}; }
+        HostedRow operator()(const hosted::StatusRow& s) const {
+            return hosted::StatusRow{s.mark, *b.shown(s.title), b.shown(s.subtitle), s.checking};
+        }
+        HostedRow operator()(const hosted::ConnectionRow& c) const {
+            return hosted::ConnectionRow{c.mark, *b.shown(c.name), *b.shown(c.state)};
+        }
+    };
+    return std::visit(Visitor{*this}, row);
+}
+
+bool MenuBuilder::reduceMotion() const { return hooks_->reduceMotion && hooks_->reduceMotion(); }
+
 ItemHandler MenuBuilder::performing(const MenuAction& action) const {
     std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
     return [hooks, action](NativeMenuItem&, const Activation&) {
@@ -160,18 +193,19 @@ MenuBuilder::ItemPtr MenuBuilder::statusActionItem(const std::string& identity, 
                                                    const MenuAction& action,
                                                    const std::optional<MenuAction>& dismiss) {
     std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
-    auto item = handlerItem(title, [hooks, action, dismiss](NativeMenuItem&, const Activation& activation) {
+    auto item = handlerItem(title, [hooks, action, dismiss](NativeMenuItem& sender, const Activation& activation) {
         auto live = hooks.lock();
         if (!live || !live->performAction) return;
-        if (activation.part == RowPart::dismiss) {
-            if (dismiss) live->performAction(*dismiss);
-        } else {
-            live->performAction(action);
-        }
+        const auto chosen = activation.part == RowPart::dismiss ? dismiss : std::optional<MenuAction>(action);
+        if (!chosen) return;
+        closeMenuOf(sender);
+        live->performAction(*chosen);
     });
-    item->setAttributedTitle(statusTitle(title, detail, measure_));
-    item->setToolTip(detail && !detail->empty() ? title + "\n" + *detail : title);
-    item->setRole(role::StatusAction{identity, statusLineCount(detail), dismiss});
+    const auto lines = shown(detail);
+    item->setAttributedTitle(statusTitle(title, lines, measure_));
+    item->setToolTip(displayText(lines && !lines->empty() ? title + "\n" + *lines : title, measure_));
+    item->setRole(role::StatusAction{displayText(identity, measure_), statusLineCount(lines), dismiss,
+                                     displayText(action.title, measure_)});
     item->setEnabled(action.isEnabled);
     return item;
 }
@@ -187,10 +221,10 @@ MenuBuilder::ItemPtr MenuBuilder::dismissibleItem(const std::string& identity, c
         auto live = hooks.lock();
         const auto* row = contentAs<DismissibleRowContent>(sender);
         if (!live || !live->performAction || !row) return;
-        if (activation.part == RowPart::dismiss)
-            live->performAction(row->dismiss);
-        else if (row->repair)
-            live->performAction(*row->repair);
+        const auto chosen = activation.part == RowPart::dismiss ? std::optional<MenuAction>(row->dismiss) : row->repair;
+        if (!chosen) return;
+        closeMenuOf(sender);
+        live->performAction(*chosen);
     });
     return item;
 }
@@ -203,16 +237,23 @@ MenuBuilder::ItemPtr MenuBuilder::agentItem(const AgentRow& row) {
         auto live = hooks.lock();
         const auto* content = contentAs<AgentRowContent>(sender);
         if (!live || !live->performAction || !content) return;
-        if (auto action = chosenAgentAction(content->row, activation)) live->performAction(*action);
+        auto action = chosenAgentAction(content->row, activation);
+        if (!action) return;
+        closeMenuOf(sender);
+        live->performAction(*action);
     });
-    const bool reduceMotion = hooks_->reduceMotion && hooks_->reduceMotion();
-    item->setContent(AgentRowContent{row, reduceMotion});
+    // The row's texts are shown; its identity and verbs are not, and stay whole.
+    AgentRow display = row;
+    display.corvane.title = displayText(row.corvane.title, measure_);
+    if (display.harness) display.harness->title = displayText(row.harness->title, measure_);
+    display.statusLabel = shown(row.statusLabel);
+    item->setContent(AgentRowContent{std::move(display), reduceMotion()});
     return item;
 }
 
 std::vector<MenuBuilder::ItemPtr> MenuBuilder::updateItems(const CliUpdate& update) {
     auto notice = factory_.makeItem();
-    presentCliUpdate(*notice, update, measure_);
+    presentCliUpdate(*notice, update, measure_, reduceMotion());
     if (cliUpdateCanStart(update)) {
         const auto start = handlerItem(cliUpdateActionTitle(update), performing(cliUpdateAction(update)));
         copyNativeState(*start, *notice);
@@ -349,7 +390,7 @@ void MenuBuilder::rewritePair(NativeMenuItem& live, const NativeMenuItem& fresh)
         copyNativeState(fresh, live);
     } else if (const auto* update = roleAs<role::CliUpdateRow>(fresh)) {
         if (update->role == role::CliUpdateRole::notice)
-            presentCliUpdate(live, update->model, measure_);
+            presentCliUpdate(live, update->model, measure_, reduceMotion());
         else
             live.setRole(fresh.role());
         live.setTitle(fresh.title());

@@ -116,6 +116,10 @@ private:
     void applyPending();
     void rewritePair(NativeMenuItem& live, const NativeMenuItem& fresh);
     ItemPtr agentItem(const AgentRow& row);
+    bool reduceMotion() const;
+    // The texts cut to `displayTextLimit`.
+    std::optional<std::string> shown(const std::optional<std::string>& text) const;
+    HostedRow shown(const HostedRow& row) const;
     // A handler that performs `action` through the app.
     ItemHandler performing(const MenuAction& action) const;
 

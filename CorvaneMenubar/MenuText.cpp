@@ -23,9 +23,24 @@ std::vector<std::string_view> linesOf(std::string_view text) {
 
 }  // namespace
 
-std::string fittingText(std::string_view text, FontRole font, const TextMeasure& measure) {
-    if (measure.width(text, font) <= fittingWidthLimit) return std::string(text);
-    const auto characters = graphemeClusters(text);
+std::string displayText(std::string_view text, const TextMeasure& measure) {
+    if (text.size() <= displayTextLimit) return std::string(text);
+    // Cut at a code point, then drop the window's last character: marks after the cut may belong
+    // to it.
+    std::size_t window = displayTextLimit - ellipsis.size() + 1;
+    while (window > 0 && (static_cast<unsigned char>(text[window]) & 0xC0) == 0x80) --window;
+    auto pieces = measure.clusters(text.substr(0, window));
+    if (!pieces.empty()) pieces.pop_back();
+    std::size_t end = 0;
+    if (!pieces.empty()) end = static_cast<std::size_t>(pieces.back().data() - text.data()) + pieces.back().size();
+    return std::string(text.substr(0, end)) + std::string(ellipsis);
+}
+
+std::string fittingText(std::string_view whole, FontRole font, const TextMeasure& measure) {
+    const std::string capped = displayText(whole, measure);
+    const std::string_view text = capped;
+    if (measure.width(text, font) <= fittingWidthLimit) return capped;
+    const auto characters = measure.clusters(text);
     // Each piece is a view into `text`, so a prefix of n characters ends where piece n-1 ends.
     auto prefix = [&](std::size_t n) {
         if (n == 0) return std::string();

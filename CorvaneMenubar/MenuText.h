@@ -11,12 +11,22 @@
 
 namespace corvane {
 
+// The most bytes of one text that a row shows, in its title, tool tip, lines or custom content.
+// A text is no shorter on screen than the menu's width allows anyway; the cap keeps a CLI that
+// sends megabytes in one title from slowing every build and every frame.
+inline constexpr std::size_t displayTextLimit = 4096;
+
+// `text` when it holds at most `displayTextLimit` bytes; otherwise its longest prefix of whole
+// characters (as `measure.clusters` segments them) that fits in the limit with "…" appended,
+// plus "…". Costs O(limit), whatever the text's length.
+std::string displayText(std::string_view text, const TextMeasure& measure);
+
 // Titles wider than this many points are shortened, so that one long session or status title
 // cannot stretch the whole menu across the screen.
 inline constexpr double fittingWidthLimit = 256.0;
 
-// `text` when it measures at most `fittingWidthLimit` in `font`; otherwise its longest prefix
-// (whole characters, see `graphemeClusters`) that still fits with "…" appended, found by
+// `text` (first cut to `displayText`) when it measures at most `fittingWidthLimit` in `font`; otherwise its longest prefix
+// (whole characters, as `measure.clusters` segments them) that still fits with "…" appended, found by
 // bisection, plus "…" — just "…" when not even one character fits.
 std::string fittingText(std::string_view text, FontRole font, const TextMeasure& measure);
 

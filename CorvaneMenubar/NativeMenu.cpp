@@ -1,6 +1,10 @@
 #include "NativeMenu.h"
 
 #include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "RowLayout.h"
 
 namespace corvane {
 namespace {
@@ -81,18 +85,18 @@ std::string plainText(const RowContent& content) {
 }
 
 double rowHeight(const HostedRow& row) {
-    constexpr double line = 22, extraLine = 16;
+    using namespace rowmetrics;
     return std::visit(
-        Overloaded{[&](const hosted::Header& h) { return line + extraLine * static_cast<double>(lineCountOf(h.subtitle)); },
-                   [](const hosted::SectionLabel&) { return 20.0; },
-                   [&](const hosted::StatusRow& s) { return line + extraLine * static_cast<double>(lineCountOf(s.subtitle)); },
-                   [&](const hosted::ConnectionRow&) { return line; }},
+        Overloaded{[&](const hosted::Header& h) { return lineHeight + extraLineHeight * static_cast<double>(lineCountOf(h.subtitle)); },
+                   [](const hosted::SectionLabel&) { return sectionHeight; },
+                   [&](const hosted::StatusRow& s) { return lineHeight + extraLineHeight * static_cast<double>(lineCountOf(s.subtitle)); },
+                   [&](const hosted::ConnectionRow&) { return lineHeight; }},
         row);
 }
 
 double rowHeight(const RowContent& content) {
-    return std::visit(Overloaded{[](const AgentRowContent&) { return 26.0; },
-                                 [](const CliUpdateViewContent&) { return 36.0; },
+    return std::visit(Overloaded{[](const AgentRowContent&) { return rowmetrics::agentRowHeight; },
+                                 [](const CliUpdateViewContent&) { return rowmetrics::cliUpdateRowHeight; },
                                  [](const DismissibleRowContent& d) { return rowHeight(d.content); },
                                  [](const HostedRowContent& h) { return rowHeight(h.row); }},
                       content);
@@ -186,8 +190,8 @@ void NativeMenu::insert(ItemPtr item, std::size_t index) {
     if (item->menu_) item->menu_->remove(*item);
     index = std::min(index, items_.size());
     item->menu_ = this;
-    items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(index), std::move(item));
-    didInsert(index);
+    items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(index), item);
+    didInsert(index, *item);
 }
 
 void NativeMenu::removeAt(std::size_t index) {
@@ -217,6 +221,56 @@ void NativeMenu::move(std::size_t from, std::size_t to) {
     removeAt(from);
     insert(std::move(item), to);
     highlighted_ = highlighted;
+}
+
+void NativeMenu::setItems(std::vector<ItemPtr> items) {
+    // Drop empty and repeated entries.
+    std::unordered_set<const NativeMenuItem*> wanted;
+    wanted.reserve(items.size());
+    std::vector<ItemPtr> target;
+    target.reserve(items.size());
+    for (auto& item : items)
+        if (item && wanted.insert(item.get()).second) target.push_back(std::move(item));
+
+    // Leaving items go first, from the last index down, so every index is still valid.
+    std::vector<ItemPtr> old = std::move(items_);
+    items_ = target;
+    for (std::size_t i = old.size(); i-- > 0;) {
+        if (wanted.count(old[i].get())) continue;
+        old[i]->menu_ = nullptr;
+        if (highlighted_ == old[i].get()) highlighted_ = nullptr;
+        didRemove(i, *old[i]);
+    }
+    // The mirror now holds the staying items in their old order. Place the target position by
+    // position; a Fenwick tree counts the staying items not yet placed before a given one, which
+    // is how far past the placed prefix it sits in the mirror.
+    std::unordered_map<const NativeMenuItem*, std::size_t> stayingAt;
+    for (const auto& item : old)
+        if (wanted.count(item.get())) stayingAt.emplace(item.get(), stayingAt.size());
+    std::vector<std::size_t> tree(stayingAt.size() + 1, 0);
+    auto add = [&](std::size_t at, int delta) {
+        for (++at; at < tree.size(); at += at & (~at + 1)) tree[at] += static_cast<std::size_t>(delta);
+    };
+    auto before = [&](std::size_t at) {
+        std::size_t sum = 0;
+        for (; at > 0; at -= at & (~at + 1)) sum += tree[at];
+        return sum;
+    };
+    for (std::size_t i = 0; i < stayingAt.size(); ++i) add(i, 1);
+    for (std::size_t i = 0; i < target.size(); ++i) {
+        auto& item = *target[i];
+        if (auto staying = stayingAt.find(&item); staying != stayingAt.end()) {
+            const std::size_t ahead = before(staying->second);
+            add(staying->second, -1);
+            if (ahead == 0) continue;
+            didRemove(i + ahead, item);
+            didInsert(i, item);
+            continue;
+        }
+        if (item.menu_) item.menu_->remove(item);
+        item.menu_ = this;
+        didInsert(i, item);
+    }
 }
 
 void NativeMenu::setAutoenablesItems(bool on) {

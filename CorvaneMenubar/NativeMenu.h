@@ -17,6 +17,10 @@
 // custom row), `reportTrackingBegan` / `reportTrackingEnded` when the menu opens and closes
 // (Qt: aboutToShow / aboutToHide; AppKit: NSMenuDidBeginTracking / NSMenuDidEndTracking), and
 // `reportHighlight` when the highlighted item changes. Everything runs on the main thread.
+//
+// A toolkit closes its menu by itself when a plain item is chosen, but not after a click inside
+// custom row content; portable code then calls `cancelTracking` (see there), so no shell decides
+// on its own when a custom row closes the menu.
 
 #include <cstddef>
 #include <functional>
@@ -74,10 +78,13 @@ struct Plain {
     bool operator==(const Plain&) const = default;
 };
 // A clickable status: its title is an attributed title of `lineCount` lines joined by line feeds.
+// `actionTitle` names what choosing the row does ("Copy Install Command"); the shell shows it
+// with the row (a trailing hint, see `statusActionRowLayout`) and in the plain-text fallback.
 struct StatusAction {
     std::string identity;
     int lineCount = 1;
     std::optional<MenuAction> dismiss;  // offered by the row as its dismiss part
+    std::string actionTitle;
     bool operator==(const StatusAction&) const = default;
 };
 enum class CliUpdateRole { notice, log };
@@ -127,9 +134,11 @@ struct AgentRowContent {
     bool reduceMotion = false;  // fixed when the row is made
     bool operator==(const AgentRowContent&) const = default;
 };
-// The CLI update row while the update cannot start: title, subtitle and a spinner.
+// The CLI update row while the update cannot start: title, subtitle and a spinner, which stays
+// still under reduce motion (see `cliUpdateSpinnerAnimates`).
 struct CliUpdateViewContent {
     CliUpdate model;
+    bool reduceMotion = false;  // read when the row is made or presents a new update
     bool operator==(const CliUpdateViewContent&) const = default;
 };
 // A static row with a dismiss button (and an optional repair action and warning).
@@ -317,6 +326,13 @@ public:
     void remove(const NativeMenuItem& item);
     void removeAll();
     void move(std::size_t from, std::size_t to);
+    // Makes the menu hold exactly `items`, in order, at O(n log n) cost for any n: items that
+    // stay keep their identity (an open submenu, the highlight); items that leave are removed;
+    // an item of another menu is taken out of it first; a repeated item counts once. The hooks
+    // see the steps: removals from the last index down, then, position by position, insertions
+    // and moves (a removal and an insertion). Each index is valid in the shell's mirror at that
+    // moment, while `items()` already holds the final list, so a hook uses the item it is given.
+    void setItems(std::vector<ItemPtr> items);
 
     // When on, the toolkit may enable items by itself; the builder always turns it off.
     bool autoenablesItems() const { return autoenables_; }
@@ -332,6 +348,13 @@ public:
     [[nodiscard]] Subscription observeTracking(std::function<void(bool began)> observer);
     void reportTrackingBegan();
     void reportTrackingEnded();
+    // Closes the menu the user is in, as a click outside it would: a row whose custom content
+    // acted (agent rows, dismiss buttons, status-action rows) calls it on the menu holding the
+    // row, which may be a submenu. The shell ends the whole tracking session, every open level
+    // (Qt: hide the popup and its parent popups; AppKit: `cancelTracking` on the top menu), and
+    // then reports the close through its usual path (`StatusItem::reportMenuDidClose`). Harmless
+    // when nothing is shown.
+    void cancelTracking() { willCancelTracking(); }
 
     // The item under the keyboard or pointer highlight, or null. Cleared when it leaves the menu.
     NativeMenuItem* highlightedItem() const { return highlighted_; }
@@ -339,10 +362,12 @@ public:
     void reportHighlight(NativeMenuItem* item);
 
 protected:
-    virtual void didInsert(std::size_t /*index*/) {}
+    // `item` now sits at `index` in the shell's mirror of the menu.
+    virtual void didInsert(std::size_t /*index*/, NativeMenuItem& /*item*/) {}
     virtual void didRemove(std::size_t /*index*/, NativeMenuItem& /*item*/) {}
     virtual void willUpdate() {}
     virtual void didChangeSettings() {}
+    virtual void willCancelTracking() {}
 
 private:
     template <class Arg>

@@ -33,6 +33,11 @@ public:
     // its template flag.
     virtual void setImage(const VectorImage& image) = 0;
     virtual bool hasImage() const = 0;
+    // True when the shell tints a template image once, as it is given (a Linux panel: the
+    // panel's text colour), rather than the system tinting it live (AppKit). The app then gives
+    // the image again whenever the menu bar's darkness changes (see
+    // `IconRenderer::drawnDarkness`); the shell hears of the change through `Appearance`.
+    virtual bool tintsTemplateImages() const { return false; }
     virtual void setToolTip(const std::string& toolTip) = 0;
     // The menu shown when the item is clicked; the same object stays in place while the builder
     // rewrites it.

@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/select.h>
 #include <spawn.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
@@ -62,17 +63,15 @@ private:
     int fd_ = -1;
 };
 
-#if defined(__APPLE__)
-// macOS cannot create pipes and terminals close-on-exec in one step. Creating them and forking
-// under one lock keeps a concurrent fork of ours from inheriting a descriptor in between;
-// posix_spawn runs close everything they are not given anyway.
+// Pipes (and terminals on macOS) cannot be created close-on-exec in one step everywhere.
+// Creating them and starting children under one lock keeps a concurrent start of ours from
+// inheriting a descriptor in between.
 std::mutex& descriptorLock() {
     static std::mutex lock;
     return lock;
 }
 
 void setCloseOnExec(int fd) { ::fcntl(fd, F_SETFD, FD_CLOEXEC); }
-#endif
 
 // A child's descriptors are renumbered with dup2 onto 0, 1 and 2; one of ours that already sits
 // there (the app was started with a standard stream closed) is moved out of the way first.
@@ -88,14 +87,12 @@ Descriptor aboveStandardStreams(Descriptor descriptor) {
 // Both ends close-on-exec. On failure errno says why.
 bool makePipe(Descriptor& readEnd, Descriptor& writeEnd) {
     int fds[2];
-#if defined(__APPLE__)
-    std::lock_guard guard(descriptorLock());
-    if (::pipe(fds) != 0) return false;
-    setCloseOnExec(fds[0]);
-    setCloseOnExec(fds[1]);
-#else
-    if (::pipe2(fds, O_CLOEXEC) != 0) return false;
-#endif
+    {
+        std::lock_guard guard(descriptorLock());
+        if (::pipe(fds) != 0) return false;
+        setCloseOnExec(fds[0]);
+        setCloseOnExec(fds[1]);
+    }
     readEnd = aboveStandardStreams(Descriptor(fds[0]));
     writeEnd = aboveStandardStreams(Descriptor(fds[1]));
     return readEnd.valid() && writeEnd.valid();
@@ -180,6 +177,40 @@ CStringArray environmentArray(const std::map<std::string, std::string>& override
 
 // ---- Children -----------------------------------------------------------------------------------
 
+// Waits until one of `fds` can be read (data, end of file or an error) or `timeoutMs` passes,
+// setting `revents` of the ready ones. Returns how many are ready, or -1 with errno set.
+// select() rather than poll(): macOS answers poll() on a terminal device with POLLNVAL at once,
+// which would turn every wait into a busy loop.
+int waitReadable(std::vector<pollfd>& fds, int timeoutMs) {
+    int highest = -1;
+    for (auto& entry : fds) {
+        entry.revents = 0;
+        highest = std::max(highest, entry.fd);
+    }
+    if (highest >= FD_SETSIZE) {
+        // Beyond select's reach: poll, and sleep instead of spinning on a descriptor poll cannot
+        // watch (its owner reads it at every round anyway).
+        int ready = ::poll(fds.data(), static_cast<nfds_t>(fds.size()), timeoutMs);
+        if (ready <= 0) return ready;
+        int usable = 0;
+        for (auto& entry : fds) {
+            if (entry.revents & POLLNVAL) entry.revents = 0;
+            if (entry.revents != 0) ++usable;
+        }
+        if (usable == 0) std::this_thread::sleep_for(std::chrono::milliseconds(std::min(timeoutMs, 20)));
+        return usable;
+    }
+    fd_set readable;
+    FD_ZERO(&readable);
+    for (const auto& entry : fds) FD_SET(entry.fd, &readable);
+    timeval timeout{timeoutMs / 1000, static_cast<decltype(timeval::tv_usec)>((timeoutMs % 1000) * 1000)};
+    const int ready = ::select(highest + 1, &readable, nullptr, nullptr, &timeout);
+    if (ready <= 0) return ready;
+    for (auto& entry : fds)
+        if (FD_ISSET(entry.fd, &readable)) entry.revents = POLLIN;
+    return ready;
+}
+
 int exitCodeOf(int status) {
     if (WIFEXITED(status)) return WEXITSTATUS(status);
     if (WIFSIGNALED(status)) return WTERMSIG(status);
@@ -246,11 +277,11 @@ public:
         return reaped_;
     }
 
-    // Waits until the child ends or `until` passes. Before every wait `collect` adds the
-    // descriptors to watch besides the child; each one that becomes ready goes to `onReady`.
-    // True when the child has ended.
-    template <class Collect, class OnReady>
-    bool waitUntil(Clock::time_point until, Collect collect, OnReady onReady) {
+    // Waits until the child ends, `until` passes or `interrupted()` holds after a round of
+    // reading. Before every wait `collect` adds the descriptors to watch besides the child; each
+    // one that becomes ready goes to `onReady`. True when the child has ended.
+    template <class Collect, class OnReady, class Interrupted>
+    bool waitUntil(Clock::time_point until, Collect collect, OnReady onReady, Interrupted interrupted) {
         std::vector<pollfd> fds;
         auto tick = 1ms;
         bool check = true;
@@ -268,10 +299,9 @@ public:
             collect(fds);
             const std::size_t watched = fds.size();
             if (watch_.valid()) fds.push_back(pollfd{watch_.get(), POLLIN, 0});
-            const int ready = ::poll(fds.data(), static_cast<nfds_t>(fds.size()),
-                                     static_cast<int>(std::min<std::int64_t>(wait.count(), 60'000)));
+            const int ready = waitReadable(fds, static_cast<int>(std::min<std::int64_t>(wait.count(), 60'000)));
             if (ready < 0) {
-                // Interrupted, or poll itself failed (out of memory): look at the child again.
+                // Interrupted, or the wait itself failed (out of memory): look at the child again.
                 if (errno != EINTR) std::this_thread::sleep_for(1ms);
                 check = true;
                 continue;
@@ -279,6 +309,7 @@ public:
             check = !watch_.valid() || fds[watched].revents != 0;
             for (std::size_t i = 0; i < watched; ++i)
                 if (fds[i].revents != 0) onReady(fds[i]);
+            if (interrupted()) return tryReap();
         }
     }
 
@@ -291,10 +322,16 @@ private:
 
 // ---- Output ------------------------------------------------------------------------------------
 
-// One output pipe of a foreground run: its reading end and the bytes read so far.
+// One output pipe of a foreground run: its reading end and the bytes read so far, at most
+// `limit` of them. A capped pipe gives up at the limit (`overflowed`, bytes dropped, reading end
+// closed); a tail pipe keeps only about the last `limit` bytes.
 struct OutputPipe {
-    Descriptor readEnd;
-    std::string bytes;
+    enum class Keep { capped, tail };
+    Keep keep;
+    std::size_t limit;
+    Descriptor readEnd{};
+    std::string bytes{};
+    bool overflowed = false;
 
     // Reads what is available now, at most `maxReads` chunks; closes the pipe at its end.
     void readAvailable(int maxReads) {
@@ -302,7 +339,7 @@ struct OutputPipe {
         for (int i = 0; i < maxReads && readEnd.valid(); ++i) {
             ssize_t count = ::read(readEnd.get(), buffer, sizeof buffer);
             if (count > 0) {
-                bytes.append(buffer, static_cast<std::size_t>(count));
+                append(buffer, static_cast<std::size_t>(count));
                 if (static_cast<std::size_t>(count) < sizeof buffer) return;
             } else if (count < 0 && errno == EINTR) {
                 continue;
@@ -313,12 +350,45 @@ struct OutputPipe {
             }
         }
     }
+
+    void append(const char* data, std::size_t count) {
+        if (keep == Keep::tail) {
+            bytes.append(data, count);
+            // Trimming only at twice the limit keeps the cost of moving bytes linear.
+            if (bytes.size() > 2 * limit) bytes.erase(0, bytes.size() - limit);
+            return;
+        }
+        if (count > limit - bytes.size()) {
+            overflowed = true;
+            std::string().swap(bytes);
+            readEnd.reset();
+            return;
+        }
+        // Grow by doubling, but never past the limit.
+        if (bytes.capacity() < bytes.size() + count)
+            bytes.reserve(std::min(limit, std::max(bytes.size() + count, 2 * bytes.capacity())));
+        bytes.append(data, count);
+    }
+
+    // The kept bytes; a trimmed tail starts at a line start when it holds one.
+    std::string take() {
+        if (keep == Keep::tail && bytes.size() > limit) {
+            std::size_t start = bytes.size() - limit;
+            if (auto newline = bytes.find('\n', start); newline != std::string::npos) start = newline + 1;
+            bytes.erase(0, start);
+        }
+        return std::move(bytes);
+    }
 };
 
 std::string decodedOutput(std::string bytes);
 
+// After the time limit the CLI gets this long to end on SIGTERM; a stop the app asks for (or an
+// overflowing answer) only `stopGrace`, so that quitting is never held up.
 constexpr auto terminateGrace = 5s;
+constexpr auto stopGrace = 200ms;
 constexpr auto killGrace = 5s;
+constexpr auto cancellationTick = 20ms;
 
 Clock::time_point deadlineAfter(double seconds) {
     if (!(seconds > 0)) return Clock::now();
@@ -335,7 +405,8 @@ ProcessRunner::Failure startFailure(DiagnosticOperation operation, int error) {
 // whatever this process blocks or ignores.
 class SpawnAttributes {
 public:
-    SpawnAttributes() {
+    enum class Group { inherited, own };
+    explicit SpawnAttributes(Group group = Group::inherited) {
         ok_ = ::posix_spawnattr_init(&attributes_) == 0;
         if (!ok_) return;
         sigset_t none;
@@ -345,10 +416,14 @@ public:
         sigdelset(&all, SIGKILL);
         sigdelset(&all, SIGSTOP);
         short flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+        if (group == Group::own) {
+            flags |= POSIX_SPAWN_SETPGROUP;
+            ok_ = ::posix_spawnattr_setpgroup(&attributes_, 0) == 0;
+        }
 #if defined(__APPLE__)
         flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
 #endif
-        ok_ = ::posix_spawnattr_setsigmask(&attributes_, &none) == 0 &&
+        ok_ = ok_ && ::posix_spawnattr_setsigmask(&attributes_, &none) == 0 &&
               ::posix_spawnattr_setsigdefault(&attributes_, &all) == 0 &&
               ::posix_spawnattr_setflags(&attributes_, flags) == 0;
     }
@@ -395,7 +470,8 @@ private:
 
 ProcessRunner::Result ProcessRunner::run(const std::string& executable, const std::vector<std::string>& arguments,
                                          const std::string& searchPath, double timeoutSeconds,
-                                         const std::map<std::string, std::string>& environment) {
+                                         const std::map<std::string, std::string>& environment,
+                                         const RunCancellation* cancellation) {
     constexpr auto operation = DiagnosticOperation::menuPoll;
     std::map<std::string, std::string> overrides = environment;
     overrides["PATH"] = searchPath;
@@ -403,8 +479,8 @@ ProcessRunner::Result ProcessRunner::run(const std::string& executable, const st
     const CStringArray argv = argumentArray(executable, arguments);
     const CStringArray envp = environmentArray(overrides);
 
-    OutputPipe out;
-    OutputPipe err;
+    OutputPipe out{OutputPipe::Keep::capped, maxStdoutBytes};
+    OutputPipe err{OutputPipe::Keep::tail, maxStderrBytes};
     Descriptor outWrite;
     Descriptor errWrite;
     if (!makePipe(out.readEnd, outWrite) || !makePipe(err.readEnd, errWrite)) return startFailure(operation, errno);
@@ -414,11 +490,16 @@ ProcessRunner::Result ProcessRunner::run(const std::string& executable, const st
     actions.dup2(outWrite.get(), STDOUT_FILENO);
     actions.dup2(errWrite.get(), STDERR_FILENO);
     actions.closeFrom(3);
-    SpawnAttributes attributes;
+    // A process group of its own, so that stopping the CLI reaches everything it started.
+    SpawnAttributes attributes(SpawnAttributes::Group::own);
     if (!actions.ok() || !attributes.ok()) return startFailure(operation, ENOMEM);
 
     pid_t pid = -1;
-    int spawnError = ::posix_spawn(&pid, executable.c_str(), actions.get(), attributes.get(), argv.get(), envp.get());
+    int spawnError;
+    {
+        std::lock_guard guard(descriptorLock());
+        spawnError = ::posix_spawn(&pid, executable.c_str(), actions.get(), attributes.get(), argv.get(), envp.get());
+    }
     outWrite.reset();
     errWrite.reset();
     if (spawnError != 0) return startFailure(operation, spawnError);
@@ -435,16 +516,41 @@ ProcessRunner::Result ProcessRunner::run(const std::string& executable, const st
         for (auto* pipe : {&out, &err})
             if (pipe->readEnd.get() == ready.fd) pipe->readAvailable(16);
     };
-    auto waitUntil = [&](Clock::time_point until) { return child.waitUntil(until, collect, onReady); };
+    auto overflowed = [&] { return out.overflowed; };
+    auto never = [] { return false; };
 
-    bool timedOut = false;
-    if (!waitUntil(deadlineAfter(timeoutSeconds))) {
-        timedOut = true;
-        ::kill(pid, SIGTERM);
-        if (!waitUntil(Clock::now() + terminateGrace)) {
-            ::kill(pid, SIGKILL);
-            waitUntil(Clock::now() + killGrace);
+    enum class Stop { none, deadline, cancelled, outputLimit };
+    Stop stop = Stop::none;
+    const auto deadline = deadlineAfter(timeoutSeconds);
+    for (;;) {
+        const auto sliceEnd = cancellation ? std::min(deadline, Clock::now() + cancellationTick) : deadline;
+        const bool ended = child.waitUntil(sliceEnd, collect, onReady, overflowed);
+        if (out.overflowed) {
+            stop = Stop::outputLimit;
+            break;
         }
+        if (ended) break;
+        if (Clock::now() >= deadline) {
+            stop = Stop::deadline;
+            break;
+        }
+        if (cancellation && cancellation->requested()) {
+            stop = Stop::cancelled;
+            break;
+        }
+    }
+
+    if (stop != Stop::none) {
+        auto signalGroup = [&](int signal) {
+            ::kill(-pid, signal);
+            // The child may have left the group; a reaped child's id may already be someone else's.
+            if (!child.ended()) ::kill(pid, signal);
+        };
+        signalGroup(SIGTERM);
+        child.waitUntil(Clock::now() + (stop == Stop::deadline ? terminateGrace : stopGrace), collect, onReady, never);
+        // Whatever of the group is still there (the child, or what it started) is killed.
+        signalGroup(SIGKILL);
+        if (!child.ended()) child.waitUntil(Clock::now() + killGrace, collect, onReady, never);
     }
 
     // What the child wrote just before it ended; a grandchild that keeps the pipe open and keeps
@@ -453,10 +559,11 @@ ProcessRunner::Result ProcessRunner::run(const std::string& executable, const st
     err.readAvailable(256);
 
     Outcome outcome;
-    outcome.stdout = decodedOutput(std::move(out.bytes));
-    outcome.stderr = decodedOutput(std::move(err.bytes));
-    outcome.timedOut = timedOut;
-    outcome.exitCode = timedOut ? -1 : child.exitCode();
+    outcome.stdout = decodedOutput(out.take());
+    outcome.stderr = decodedOutput(err.take());
+    outcome.timedOut = stop == Stop::deadline;
+    outcome.outputLimitExceeded = stop == Stop::outputLimit;
+    outcome.exitCode = stop != Stop::none ? -1 : child.exitCode();
     return outcome;
 }
 
@@ -493,9 +600,7 @@ ProcessRunner::Result BackgroundProcessRunner::run(const std::string& executable
 
     pid_t pid;
     {
-#if defined(__APPLE__)
         std::lock_guard guard(descriptorLock());
-#endif
         // No handler of ours may run in the child before its dispositions are reset.
         ::pthread_sigmask(SIG_SETMASK, &allSignals, &previousMask);
         pid = ::fork();
@@ -567,11 +672,12 @@ ProcessRunner::Result BackgroundProcessRunner::run(const std::string& executable
         if (terminalOpen) fds.push_back(pollfd{primary.get(), POLLIN, 0});
     };
     auto onReady = [&](const pollfd&) { drain(); };
+    auto never = [] { return false; };
 
     enum class Stop { none, deadline, cancelled };
     Stop stop = Stop::none;
     for (;;) {
-        if (child.waitUntil(Clock::now() + 20ms, collect, onReady)) break;
+        if (child.waitUntil(Clock::now() + cancellationTick, collect, onReady, never)) break;
         drain();
         if (Clock::now() >= deadline) {
             stop = Stop::deadline;
@@ -583,15 +689,23 @@ ProcessRunner::Result BackgroundProcessRunner::run(const std::string& executable
         }
     }
 
-    if (stop == Stop::none) return ProcessRunner::Outcome{{}, {}, child.exitCode(), false};
+    if (stop == Stop::none) return ProcessRunner::Outcome{{}, {}, child.exitCode(), false, false};
 
     // The child leads its own group unless it left it; then the whole group is stopped.
     const pid_t target = ::getpgid(pid) == pid ? -pid : pid;
     ::kill(target, SIGTERM);
-    std::this_thread::sleep_for(200ms);
+    std::this_thread::sleep_for(stopGrace);
     ::kill(target, SIGKILL);
-    child.waitUntil(Clock::now() + 2s, collect, onReady);
-    return ProcessRunner::Outcome{{}, {}, -1, stop == Stop::deadline};
+    child.waitUntil(Clock::now() + 2s, collect, onReady, never);
+    return ProcessRunner::Outcome{{}, {}, -1, stop == Stop::deadline, false};
+}
+
+void ignoreProcessSignals() {
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    sigemptyset(&ignore.sa_mask);
+    ::sigaction(SIGPIPE, &ignore, nullptr);
+    ::sigaction(SIGXFSZ, &ignore, nullptr);
 }
 
 bool processIsRunning(pid_t pid) {

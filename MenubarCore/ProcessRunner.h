@@ -9,6 +9,7 @@
 // of this header see the same field names.
 #include <cstdio>
 
+#include <cstddef>
 #include <map>
 #include <mutex>
 #include <string>
@@ -21,8 +22,8 @@
 
 namespace corvane {
 
-// Shared between the action runner (which asks for a stop) and a background run (which checks
-// the request every 0.02 s).
+// Shared between whoever asks for a stop (the action runner, the app at termination) and a run,
+// which checks the request every 0.02 s.
 class RunCancellation {
 public:
     void request() {
@@ -40,11 +41,20 @@ private:
 };
 
 struct ProcessRunner {
+    // A child that writes more than this to stdout is stopped: no answer of the CLI comes near
+    // it, and an endless writer must not grow the app's memory.
+    static constexpr std::size_t maxStdoutBytes = std::size_t{16} << 20;
+    // Stderr only matters for its last lines (the CLI's diagnostic marker comes last), so only
+    // this much of its end is kept.
+    static constexpr std::size_t maxStderrBytes = std::size_t{1} << 20;
+
     struct Outcome {
         std::string stdout;  // UTF-8, invalid bytes replaced by U+FFFD; empty for background runs
-        std::string stderr;
+        std::string stderr;  // the same, its last `maxStderrBytes` at most
         int exitCode = 0;  // the exit status, or the signal that ended the child; -1 when stopped
         bool timedOut = false;
+        // Stdout passed `maxStdoutBytes`: the run was stopped and `stdout` is empty.
+        bool outputLimitExceeded = false;
         bool operator==(const Outcome&) const = default;
     };
 
@@ -58,13 +68,16 @@ struct ProcessRunner {
     using Result = std::variant<Outcome, Failure>;
 
     // Runs `executable` (an absolute path) with stdin from /dev/null and stdout and stderr
-    // collected separately. The child's environment is ours, with `environment` replacing
-    // entries, PATH = `searchPath` and CORVANE_NATIVE_DIAGNOSTICS=1. When `timeoutSeconds` runs
-    // out the child gets SIGTERM, then SIGKILL 5 s later; the outcome is then -1, timed out.
-    // A start failure is tagged with the poll operation whoever the caller is.
+    // collected separately, in a process group of its own. The child's environment is ours, with
+    // `environment` replacing entries, PATH = `searchPath` and CORVANE_NATIVE_DIAGNOSTICS=1.
+    // When `timeoutSeconds` runs out the group gets SIGTERM, then SIGKILL once the child has
+    // ended or 5 s later; the outcome is then -1, timed out. A `cancellation` (checked every
+    // 0.02 s) or stdout passing its cap stops the group the same way after 0.2 s; the outcome is
+    // -1, not timed out. A start failure is tagged with the poll operation whoever the caller is.
     static Result run(const std::string& executable, const std::vector<std::string>& arguments,
                       const std::string& searchPath, double timeoutSeconds,
-                      const std::map<std::string, std::string>& environment = {});
+                      const std::map<std::string, std::string>& environment = {},
+                      const RunCancellation* cancellation = nullptr);
 };
 
 struct BackgroundProcessRunner {
@@ -76,6 +89,11 @@ struct BackgroundProcessRunner {
                                      const std::string& searchPath, double timeoutSeconds,
                                      const RunCancellation& cancellation);
 };
+
+// Ignores SIGPIPE and SIGXFSZ for the whole process, so that a closed pipe or a file-size limit
+// fails the write (EPIPE, EFBIG) instead of ending the app. Called once at start; children get
+// default dispositions back.
+void ignoreProcessSignals();
 
 // True while a process with this id exists, also one that belongs to another user.
 bool processIsRunning(pid_t pid);

@@ -314,7 +314,7 @@ void DemoCli::stop() {
 // ---- The headless app ------------------------------------------------------------------------
 
 int runHeadless(const HeadlessOptions& options) {
-    std::signal(SIGPIPE, SIG_IGN);
+    ignoreProcessSignals();
     Variant variant = detectVariant();
     DemoCli demo;
     if (options.demo && !demo.start(variant.appEnv)) return 1;
@@ -363,6 +363,9 @@ int runHeadless(const HeadlessOptions& options) {
     app = AppDelegate::create(AppSeams{loop, work, watcher, statusItem, factory, measure, effects, loginItem, defaults,
                                        appearance},
                               variant, log, runner, std::move(operations));
+    factory.setCloseMenu([&] {
+        if (app->menuIsOpen()) statusItem.reportMenuDidClose();
+    });
 
     std::string lastFrame;
     std::int64_t frameCount = 0;

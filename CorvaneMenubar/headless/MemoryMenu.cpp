@@ -17,15 +17,24 @@ private:
 
 class MemoryMenu final : public NativeMenu {
 public:
-    explicit MemoryMenu(std::shared_ptr<MemoryMenuCounters> counters) : counters_(std::move(counters)) {}
+    MemoryMenu(std::shared_ptr<MemoryMenuCounters> counters, std::shared_ptr<std::function<void()>> close)
+        : counters_(std::move(counters)), close_(std::move(close)) {}
 
 protected:
-    void didInsert(std::size_t) override { ++counters_->itemsInserted; }
+    void didInsert(std::size_t, NativeMenuItem&) override { ++counters_->itemsInserted; }
     void didRemove(std::size_t, NativeMenuItem&) override { ++counters_->itemsRemoved; }
     void willUpdate() override { ++counters_->updates; }
+    void willCancelTracking() override {
+        ++counters_->cancels;
+        if (*close_)
+            (*close_)();
+        else if (isTracking())
+            reportTrackingEnded();
+    }
 
 private:
     std::shared_ptr<MemoryMenuCounters> counters_;
+    std::shared_ptr<std::function<void()>> close_;
 };
 
 }  // namespace
@@ -42,7 +51,7 @@ std::shared_ptr<NativeMenuItem> MemoryMenuFactory::makeSeparator() {
 
 std::shared_ptr<NativeMenu> MemoryMenuFactory::makeMenu() {
     ++counters_->menusCreated;
-    return std::make_shared<MemoryMenu>(counters_);
+    return std::make_shared<MemoryMenu>(counters_, close_);
 }
 
 }  // namespace corvane

@@ -5,6 +5,7 @@
 // in-place rewrite (nothing created, inserted or removed) from a rebuild.
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,6 +23,7 @@ struct MemoryMenuCounters {
     std::size_t itemsRemoved = 0;    // from any menu made by the factory
     std::size_t itemChanges = 0;     // field changes of items made by the factory
     std::size_t updates = 0;         // "menu will update" requests
+    std::size_t cancels = 0;         // `cancelTracking` requests
     bool operator==(const MemoryMenuCounters&) const = default;
 };
 
@@ -36,8 +38,13 @@ public:
     const MemoryMenuCounters& counters() const { return *counters_; }
     void resetCounters() { *counters_ = {}; }
 
+    // What closing the shown menu means to whoever shows it (the headless shell: the status item
+    // reports the close). Without one, a menu asked to stop tracking reports its own end.
+    void setCloseMenu(std::function<void()> close) { *close_ = std::move(close); }
+
 private:
     std::shared_ptr<MemoryMenuCounters> counters_;
+    std::shared_ptr<std::function<void()>> close_ = std::make_shared<std::function<void()>>();
 };
 
 // The headless status item: remembers what it was given.

@@ -27,6 +27,7 @@ nlohmann::json rowJson(const NativeMenuItem& item) {
     if (item.badge()) row["badge"] = item.badge()->accessibilityText;
     if (item.isHighlighted()) row["highlighted"] = true;
     if (auto kind = kindOf(item); !kind.empty()) row["kind"] = kind;
+    if (const auto* status = std::get_if<role::StatusAction>(&item.role())) row["action"] = status->actionTitle;
     if (item.content()) {
         if (auto text = plainText(*item.content()); !text.empty()) row["text"] = text;
     }

@@ -1,6 +1,7 @@
 #include "ProcessRunner.h"
 
 #include <cstdlib>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -66,32 +67,64 @@ TEST(ProcessRunnerTest, ChildrenThatCannotStartAreFailures) {
     }
 }
 
-TEST(ProcessRunnerTest, TimeLimitStopsTheChild) {
-    ScriptFolder folder("runner-timeout");
-    // A child that ignores SIGTERM is killed 5 s later.
-    const std::vector<std::tuple<std::string, double, double>> rows{
-        {"echo started; exec sleep 30", 1.0, 4.0},
-        {"trap '' TERM; echo started; while :; do sleep 1; done", 6.0, 10.0},
+// Every stop reaches the whole group: the grandchild (which ignores SIGTERM) is gone too.
+TEST(ProcessRunnerTest, StoppingEndsTheWholeGroup) {
+    ScriptFolder folder("runner-stop");
+    const std::string grandchild = "(trap '' TERM; exec sleep 30) & echo $! > " + folder.path("grandchild") + "; ";
+    struct Row { const char* name; std::string body; double cancelAfter; Outcome expected; double atLeast, below; };
+    const std::vector<Row> rows{
+        {"time limit", "echo started; exec sleep 30", 0, {"started\n", "", -1, true}, 1.0, 4.0},
+        // A child that ignores SIGTERM is killed 5 s after the time limit.
+        {"time limit, SIGTERM ignored", "trap '' TERM; echo started; while :; do sleep 1; done", 0,
+         {"started\n", "", -1, true}, 6.0, 10.0},
+        {"cancelled", "echo started; exec sleep 30", 0.3, {"started\n", "", -1, false}, 0.3, 1.0},
+        {"cancelled, SIGTERM ignored", "trap '' TERM; echo started; while :; do sleep 1; done", 0.3,
+         {"started\n", "", -1, false}, 0.3, 1.0},
+        {"endless stdout", "exec cat /dev/zero", 0, {"", "", -1, false, true}, 0, 2.0},
     };
-    for (const auto& [body, atLeast, below] : rows) {
+    for (const auto& row : rows) {
+        RunCancellation cancellation;
+        std::thread canceller;
+        if (row.cancelAfter > 0)
+            canceller = std::thread([&] {
+                std::this_thread::sleep_for(std::chrono::duration<double>(row.cancelAfter));
+                cancellation.request();
+            });
         auto start = std::chrono::steady_clock::now();
-        auto result = ProcessRunner::run(folder.script("slow", body), {}, testSearchPath, 1.0);
+        auto result = ProcessRunner::run(folder.script("slow", grandchild + row.body), {}, testSearchPath,
+                                         row.cancelAfter > 0 ? 20.0 : 1.0, {}, &cancellation);
         double elapsed = secondsSince(start);
-        EXPECT_EQ(outcomeOf(result), (Outcome{"started\n", "", -1, true})) << body;
-        EXPECT_GE(elapsed, atLeast) << body;
-        EXPECT_LT(elapsed, below) << body;
+        if (canceller.joinable()) canceller.join();
+        EXPECT_EQ(outcomeOf(result), row.expected) << row.name;
+        EXPECT_GE(elapsed, row.atLeast) << row.name;
+        EXPECT_LT(elapsed, row.below) << row.name;
+        ASSERT_TRUE(folder.await("grandchild")) << row.name;
+        EXPECT_TRUE(awaitGone(std::stoi(*folder.read("grandchild")))) << row.name;
     }
 }
 
-TEST(ProcessRunnerTest, LargeOutputOnBothStreamsDoesNotStall) {
+// Stdout is kept up to its cap (past it the run stops and keeps nothing); stderr keeps its last
+// part from a line start, both streams being read at once so that neither child stalls.
+TEST(ProcessRunnerTest, OutputIsBounded) {
     ScriptFolder folder("runner-large");
-    constexpr std::size_t size = 50u * 1024 * 1024;
-    const std::string head = "head -c " + std::to_string(size) + " /dev/zero";
-    auto outcome = outcomeOf(
-        ProcessRunner::run(folder.script("large", head + " >&2 & " + head + "; wait"), {}, testSearchPath, 120));
-    EXPECT_EQ(outcome.stdout.size(), size);
-    EXPECT_EQ(outcome.stderr.size(), size);
-    EXPECT_EQ(outcome.exitCode, 0);
+    const std::size_t cap = ProcessRunner::maxStdoutBytes;
+    const std::string atCap = "head -c " + std::to_string(cap) + " /dev/zero";
+    const std::string lines = "yes 0123456789abcdef | head -c " + std::to_string(3 * ProcessRunner::maxStderrBytes);
+    struct Row { const char* name; std::string body; std::size_t stdoutSize; bool exceeded; };
+    const std::vector<Row> rows{
+        {"both streams large", lines + " >&2 & " + atCap + "; wait", cap, false},
+        {"one byte past the cap", lines + " >&2 & " + atCap + "; echo; wait", 0, true},
+    };
+    for (const auto& row : rows) {
+        auto outcome = outcomeOf(ProcessRunner::run(folder.script("large", row.body), {}, testSearchPath, 60));
+        EXPECT_EQ(outcome.stdout.size(), row.stdoutSize) << row.name;
+        EXPECT_EQ(outcome.outputLimitExceeded, row.exceeded) << row.name;
+        EXPECT_EQ(outcome.exitCode, row.exceeded ? -1 : 0) << row.name;
+        if (row.exceeded) continue;  // stderr was cut wherever the stop came
+        EXPECT_LE(outcome.stderr.size(), ProcessRunner::maxStderrBytes) << row.name;
+        EXPECT_GT(outcome.stderr.size(), ProcessRunner::maxStderrBytes - 17) << row.name;
+        EXPECT_TRUE(outcome.stderr.starts_with("0123456789abcdef\n")) << row.name;
+    }
 }
 
 // Only the standard streams reach the child, also descriptors that other code left inheritable.
