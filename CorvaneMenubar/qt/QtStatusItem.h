@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QSystemTrayIcon>
 
 #include <functional>
 #include <memory>
@@ -13,7 +14,7 @@
 #include "VectorImage.h"
 
 class QDBusServiceWatcher;
-class QSystemTrayIcon;
+
 
 namespace corvane {
 
