@@ -1,16 +1,22 @@
 #include "PrintMenu.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <sstream>
 
+#include "AppDelegate.h"
 #include "AppMenuState.h"
+#include "CliLocator.h"
 #include "MenuDecode.h"
 #include "MenuJson.h"
 #include "MenuTime.h"
+#include "ProcessRunner.h"
+#include "Uuid.h"
+#include "Variant.h"
 
 namespace corvane {
 namespace {
@@ -131,6 +137,39 @@ int printMenu(const std::vector<std::string>& args, Instant clockNow, std::istre
     }
     out.flush();
     return out ? 0 : 1;
+}
+
+int printInstalledMenu(const std::vector<std::string>& args) {
+    Variant variant = detectVariant();
+    auto located = CliLocator::locate(variant.appEnv, CliLocator::realLocatorEnvironment());
+    if (!located) {
+        std::cerr << "The Corvane CLI isn't installed. Install it with: " << cliInstallCommand << "\n";
+        return 2;
+    }
+    auto result = ProcessRunner::run(located->cliPath, variant.menuArguments(), located->searchPath,
+                                     menuPollTimeoutSeconds, {{std::string(menuRefreshIdEnvironmentKey), makeUuid()}});
+    auto verdict = judgeMenuRun(result);
+    if (verdict.failure) {
+        std::cerr << *verdict.failure << "\n";
+        return 1;
+    }
+    const auto& text = std::get<ProcessRunner::Outcome>(result).stdout;
+    const Instant now = std::chrono::time_point_cast<std::chrono::microseconds>(std::chrono::system_clock::now());
+    auto decoded = decodeMenuPayload(text, now);
+    if (auto mismatch = std::get_if<decode::ContractMismatch>(&decoded)) {
+        std::cerr << "This app is too old for the installed Corvane CLI: the CLI speaks menu format "
+                  << mismatch->found << "; this app speaks " << menuContract << ".\n";
+        return 1;
+    }
+    if (std::holds_alternative<decode::Invalid>(decoded)) {
+        std::cerr << unreadableAnswerSentence << "\n";
+        return 1;
+    }
+    std::vector<std::string> previewArgs = args;
+    previewArgs.push_back("--payload");
+    previewArgs.push_back("-");
+    std::istringstream input(text);
+    return printMenu(previewArgs, now, input, std::cout, std::cerr);
 }
 
 }  // namespace corvane

@@ -22,4 +22,9 @@ int printMenu(const std::vector<std::string>& args, Instant clockNow, std::istre
 
 std::string printMenuUsage();
 
+// `--print-menu` without `--payload`: one real poll of the installed CLI (locate, run once),
+// printed by the preview with the remaining `args` ("--json", "--now"). Exit 0 on a payload,
+// 2 when no CLI was found, 1 on any other failure with the failure sentence on stderr.
+int printInstalledMenu(const std::vector<std::string>& args);
+
 }  // namespace corvane

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Builds the app and runs it in the headless shell (frames on stdout, commands on stdin: open,
-# close, pick N, quit). It talks to the installed Corvane CLI when the locator finds one, and to
-# the bundled simulator (--demo) otherwise.
+# Builds the app and runs it: the desktop shell when this build has one and a display is present,
+# otherwise the headless shell (the menu drawn in the terminal; commands on stdin: open, close,
+# pick PATH, quit). It talks to the installed Corvane CLI when the locator finds one, and to the
+# bundled simulator (--demo) otherwise. Extra arguments go to the app (--headless, --json, …).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
@@ -11,6 +12,6 @@ app=build/dev/CorvaneMenubar/corvane-menubar
 status=0
 "$app" --print-menu >/dev/null 2>&1 || status=$?
 if [ "$status" -eq 2 ]; then
-  exec "$app" --headless --demo "$@"
+  exec "$app" --demo "$@"
 fi
-exec "$app" --headless "$@"
+exec "$app" "$@"

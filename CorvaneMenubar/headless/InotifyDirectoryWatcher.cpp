@@ -1,4 +1,5 @@
 #include "InotifyDirectoryWatcher.h"
+#include "SystemDirectoryWatcher.h"
 
 #include <atomic>
 #include <cerrno>
@@ -9,6 +10,8 @@
 #include <poll.h>
 #include <sys/inotify.h>
 #include <unistd.h>
+
+#include "HostPlatform.h"
 
 namespace corvane {
 
@@ -100,11 +103,15 @@ std::unique_ptr<DirectoryWatch> InotifyDirectoryWatcher::watch(const std::string
         return nullptr;
     }
     int stop[2];
-    if (::pipe2(stop, O_CLOEXEC) != 0) {
+    if (!openPipe(stop, false)) {
         ::close(fd);
         return nullptr;
     }
     return std::make_unique<InotifyWatch>(loop_, fd, stop[0], stop[1], std::move(onEvent));
+}
+
+std::unique_ptr<DirectoryWatcher> makeSystemDirectoryWatcher(MainLoop& loop) {
+    return std::make_unique<InotifyDirectoryWatcher>(loop);
 }
 
 }  // namespace corvane

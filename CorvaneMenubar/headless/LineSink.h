@@ -22,6 +22,13 @@ public:
         std::fflush(stream_);
     }
 
+    // Writes `text` as it is (no line end added), as one unit: a redrawn terminal screen.
+    void writeRaw(std::string_view text) {
+        std::lock_guard lock(mutex_);
+        std::fwrite(text.data(), 1, text.size(), stream_);
+        std::fflush(stream_);
+    }
+
 private:
     std::mutex mutex_;
     std::FILE* stream_;

@@ -106,7 +106,6 @@ TEST_F(PrintMenu, RefusesWhatItCannotRead) {
 
 TEST_F(PrintMenu, ExplainsBadUsage) {
     const std::pair<std::vector<std::string>, int> rows[] = {
-        {{}, 64},
         {{"--print-menu", "--payload"}, 64},
         {{"--print-menu", "--payload", sample, "--now", "soon"}, 64},
         {{"--print-menu", "--payload", sample, "--colour"}, 64},

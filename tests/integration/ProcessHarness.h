@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -81,10 +82,14 @@ inline Spawned spawnProcess(const std::string& program, const std::vector<std::s
     argv.push_back(nullptr);
     envp.push_back(nullptr);
 
+    // pipe + FD_CLOEXEC rather than pipe2, which macOS lacks.
+    auto makePipe = [](int fds[2]) {
+        return pipe(fds) == 0 && fcntl(fds[0], F_SETFD, FD_CLOEXEC) == 0 && fcntl(fds[1], F_SETFD, FD_CLOEXEC) == 0;
+    };
     int inPipe[2] = {-1, -1}, outPipe[2] = {-1, -1}, errPipe[2] = {-1, -1};
-    if (pipe2(outPipe, O_CLOEXEC) != 0) return {};
-    if (withInput && pipe2(inPipe, O_CLOEXEC) != 0) return {};
-    if (errFile.empty() && pipe2(errPipe, O_CLOEXEC) != 0) return {};
+    if (!makePipe(outPipe)) return {};
+    if (withInput && !makePipe(inPipe)) return {};
+    if (errFile.empty() && !makePipe(errPipe)) return {};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     if (withInput) posix_spawn_file_actions_adddup2(&actions, inPipe[0], 0);
@@ -177,9 +182,11 @@ inline Json lastJsonLine(const fs::path& path) {
     return lines.empty() ? Json::object() : lines.back();
 }
 
-// True while a process with this id exists and is not a zombie.
+// True while a process with this id exists and is not a zombie (without /proc, as on macOS, a
+// zombie counts as alive).
 inline bool processAlive(pid_t pid) {
     std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    if (!stat) return kill(pid, 0) == 0 || errno == EPERM;
     std::string text;
     std::getline(stat, text);
     const auto close = text.rfind(')');
@@ -387,16 +394,6 @@ public:
         for (auto it = lines_.rbegin(); it != lines_.rend(); ++it)
             if (isFrame(*it)) return *it;
         return Json::object();
-    }
-    // Waits until the newest frame satisfies `matches`, whatever was waited for before.
-    std::optional<Json> waitLatestFrame(const std::function<bool(const Json&)>& matches, double limitSeconds = 10) {
-        const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
-        while (true) {
-            const Json frame = lastFrame();
-            if (isFrame(frame) && matches(frame)) return frame;
-            if (Clock::now() > deadline) return std::nullopt;
-            readSome(50);
-        }
     }
     const std::vector<Json>& lines() const { return lines_; }
 

@@ -34,46 +34,15 @@
 // Files follow $HOME and the XDG variables: the log in `logDirectory`, the defaults in
 // `JsonFileDefaults::defaultPath`.
 
+#include <memory>
 #include <string>
-#include <vector>
+
+#include "Shell.h"
 
 namespace corvane {
 
-struct HeadlessOptions {
-    bool demo = false;  // run against the bundled simulator (see `DemoCli`)
-};
-
-// Runs until terminated; returns the process exit status.
-int runHeadless(const HeadlessOptions& options);
-
-// `--print-menu` without `--payload`: one real poll of the installed CLI (locate, run once),
-// printed by the menu preview with the remaining `args` ("--json", "--now"). Exit 0 on a payload,
-// 2 when no CLI was found, 1 on any other failure with the failure sentence on stderr.
-int printInstalledMenu(const std::vector<std::string>& args);
-
-// `--unregister-login-item`: forgets the first-launch attempt and unregisters. 0 on success.
-int unregisterLoginItem();
-
-// The bundled simulator as the CLI, for `--demo`: a private temporary folder holding the
-// simulator's state and a `corvane` link to it, CORVANE_CLI_PATH pointing there for this process,
-// and the simulator's snapshot writer running in the background. Everything is stopped and
-// removed when the object is destroyed.
-class DemoCli {
-public:
-    DemoCli() = default;
-    ~DemoCli();
-    DemoCli(const DemoCli&) = delete;
-    DemoCli& operator=(const DemoCli&) = delete;
-
-    // Finds `corvane-sim` (beside this executable in the build layout, or on PATH) and sets it
-    // up for `appEnv`. False with a message on stderr when it cannot.
-    bool start(const std::string& appEnv);
-    // Stops the snapshot writer and removes the folder (also done on destruction).
-    void stop();
-
-private:
-    std::string folder_;
-    int writerPid_ = -1;
-};
+// The headless shell: the seams above on the standard library, stdin and stdout. `notice` (may be
+// empty) says why the app runs headless; the terminal drawing keeps it on its top line.
+std::unique_ptr<Shell> makeHeadlessShell(const ShellOptions& options, std::string notice = {});
 
 }  // namespace corvane

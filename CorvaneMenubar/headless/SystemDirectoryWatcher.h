@@ -1,0 +1,15 @@
+#pragma once
+
+#include <memory>
+
+#include "DirectoryWatcher.h"
+#include "MainLoop.h"
+
+namespace corvane {
+
+// The headless shell's folder watcher for this system: inotify on Linux
+// (InotifyDirectoryWatcher), kqueue on macOS (KqueueDirectoryWatcher); CMake compiles one.
+// `loop` must outlive the watcher and every watch.
+std::unique_ptr<DirectoryWatcher> makeSystemDirectoryWatcher(MainLoop& loop);
+
+}  // namespace corvane

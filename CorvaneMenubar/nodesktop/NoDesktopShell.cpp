@@ -1,0 +1,11 @@
+// A build without a desktop shell: the entry point always runs the headless shell.
+
+#include "DesktopShell.h"
+
+namespace corvane {
+
+std::string_view desktopShellName() { return {}; }
+
+std::unique_ptr<Shell> makeDesktopShell(const ShellOptions&) { return nullptr; }
+
+}  // namespace corvane
