@@ -45,8 +45,6 @@ void QtStatusItem::createTray() {
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::MiddleClick) openMenu();
     });
     redraw();
-    // Shown with or without a tray: Qt registers the icon as soon as a host appears.
-    if (showInTray_) tray_->show();
 }
 
 QIcon QtStatusItem::currentIcon() const {
@@ -55,7 +53,12 @@ QIcon QtStatusItem::currentIcon() const {
 }
 
 void QtStatusItem::redraw() {
-    if (tray_ && image_) tray_->setIcon(currentIcon());
+    if (tray_ && image_) {
+        tray_->setIcon(currentIcon());
+        // Shown with or without a tray (Qt registers the icon as soon as a host appears), once
+        // there is an icon to show.
+        if (showInTray_ && !removed_) tray_->show();
+    }
     Q_EMIT looksChanged();
 }
 

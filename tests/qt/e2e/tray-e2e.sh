@@ -7,7 +7,7 @@
 #   3. a click on the icon opens the popup: its screenshot is kept in ARTIFACTS and compared with
 #      REFERENCE (RMSE within a tolerance; sizes must match within a few pixels);
 #   4. choosing "Copy machine ID" with the keyboard puts the simulator's machine id on the clipboard;
-#   5. Quit (the menu's last row) ends the process with status 0 and a complete log.
+#   5. Quit (in the "More" submenu) ends the process with status 0 and a complete log.
 # Usage: tray-e2e.sh APP REFERENCE.png ARTIFACTS_DIR. Exit 77 (skipped) when a tool is missing;
 # UPDATE_REFERENCE=1 copies the new screenshot over the reference instead of comparing.
 set -euo pipefail
@@ -43,7 +43,7 @@ chmod 700 "$XDG_RUNTIME_DIR"
 unset DBUS_SESSION_BUS_ADDRESS WAYLAND_DISPLAY CORVANE_MENUBAR_ENV CORVANE_CLI_PATH TERMINAL
 export QT_QPA_PLATFORM=xcb LANG=C.UTF-8 QT_SCALE_FACTOR=1
 
-Xvfb -displayfd 3 -screen 0 800x600x24 -nolisten tcp 3>"$work/display" 2>"$work/xvfb.err" &
+Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$work/display" 2>"$work/xvfb.err" &
 pids+=($!)
 waitFor 10 test -s "$work/display" || fail "Xvfb did not start"
 export DISPLAY=:$(cat "$work/display")
@@ -62,7 +62,7 @@ iconWindow() {
   local window
   for window in $(xdotool search --onlyvisible --classname '^corvane-menubar$' 2>/dev/null); do
     eval "$(xdotool getwindowgeometry --shell "$window")"
-    ((WIDTH <= 64 && HEIGHT <= 64 && Y < 28 && X > 400)) && { echo "$window"; return 0; }
+    ((WIDTH <= 64 && HEIGHT <= 64 && Y < 28 && X > 640)) && { echo "$window"; return 0; }
   done
   return 1
 }
@@ -109,26 +109,33 @@ else
     fail "the popup is ${width}x${height}, the reference ${refWidth}x${refHeight}"
   size="$((width > refWidth ? width : refWidth))x$((height > refHeight ? height : refHeight))"
   # Text rendering and the demo's ages vary a little; a missing or misdrawn row does not.
-  score=$(compare -metric RMSE \
-    <(convert "$artifacts/popup.png" -background white -extent "$size" png:-) \
-    <(convert "$reference" -background white -extent "$size" png:-) \
-    "$artifacts/popup-diff.png" 2>&1 >/dev/null | sed -E 's/.*\(([0-9.e+-]+)\).*/\1/') || true
+  convert "$artifacts/popup.png" -background white -extent "$size" "$work/shot.png"
+  convert "$reference" -background white -extent "$size" "$work/reference.png"
+  score=$(compare -metric RMSE "$work/shot.png" "$work/reference.png" "$artifacts/popup-diff.png" 2>&1 |
+    sed -E 's/.*\(([0-9.e+-]+)\).*/\1/') || true
   echo "popup differs from the reference by RMSE $score"
-  python3 -c "import sys; sys.exit(0 if float('$score') < ${TOLERANCE:-0.08} else 1)" ||
+  python3 -c "import sys; sys.exit(0 if float('$score') < ${TOLERANCE:-0.03} else 1)" ||
     fail "the popup differs from the reference (RMSE $score; see $artifacts/popup-diff.png)"
 fi
 
-# "Copy machine ID" with the keyboard: its row counted from the top of the menu.
+# "Copy machine ID" with the keyboard: Up from no highlight starts at the last row ("More", then
+# "Harnesses"), so three Ups reach it.
 printf '' | xclip -selection clipboard
-xdotool key --delay 60 $(printf 'Down %.0s' $(seq "${COPY_ROW_DOWNS:-1}")) Return
+xdotool key --delay 80 Up Up Up
+import -window "$popup" "$artifacts/popup-copy-row.png"
+xdotool key Return
 waitFor 5 sh -c '[ "$(xclip -o -selection clipboard 2>/dev/null)" = sim-machine-0001 ]' ||
   fail "the clipboard holds '$(xclip -o -selection clipboard 2>/dev/null)', not the machine id"
 echo "copy row: the clipboard holds sim-machine-0001"
 
-# Quit: the last row of the menu.
+# Quit: the last row of the "More" submenu (the last row of the menu).
 xdotool mousemove "$iconX" "$iconY" click 1
 waitFor 5 popupWindow >/dev/null || fail "the popup did not open again"
-xdotool key --delay 60 End Return
+sleep 0.5
+xdotool key --delay 150 Up Right Up
+sleep 0.5
+import -window root "$artifacts/quit-row.png"
+xdotool key Return
 waitFor 10 sh -c "! kill -0 $app_pid 2>/dev/null" || fail "Quit did not end the app"
 wait "$app_pid" && status=0 || status=$?
 ((status == 0)) || fail "the app exited with $status"
