@@ -46,8 +46,14 @@ dbus-run-session -- bash -c '
 
 cat "$work/found"
 fail=0
-expect() { grep -qxF -- "$1" "$work/found" || { echo "FAIL: missing: $1"; fail=1; }; }
-for size in 16 22 24 32 48 64 128; do expect "icon ${size}x${size}"; done
-for row in "row Copy machine ID" "row Sessions synced" "row Quit Corvane"; do expect "$row"; done
+expect() { grep -qxE -- "$1" "$work/found" || { echo "FAIL: missing: $1"; fail=1; }; }
+# Every tray size, and the 2x forms a HiDPI panel picks.
+for size in 16 22 24 32 48 64; do expect "icon ${size}x${size}"; done
+expect "icon 44x44"
+# Custom rows as their one-line text; the app rows at the end of the "More" submenu.
+for row in "row Copy machine ID" "row Sessions synced — 3 sessions" "row Fix flaky login test · .* — Working · .*" \
+  "row GitHub: connected, checked .*" "row More" "row   Quit Corvane"; do
+  expect "$row"
+done
 grep -q '^item ' "$work/found" || { echo "FAIL: no item"; fail=1; }
 exit $fail
