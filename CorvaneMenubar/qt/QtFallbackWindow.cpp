@@ -34,7 +34,11 @@ QtFallbackWindow::QtFallbackWindow(QtStatusItem& statusItem, const QString& titl
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(header);
     layout->addWidget(rows_, 1);
-    resize(380, 460);
+    // Long rows end in an ellipsis (their full text is the tool tip) rather than scroll sideways.
+    rows_->setTextElideMode(Qt::ElideRight);
+    rows_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    rows_->setUniformItemSizes(true);
+    resize(460, 600);
 
     connect(&statusItem_, &QtStatusItem::looksChanged, this, [this] { scheduleRefresh(); });
     connect(open_, &QPushButton::clicked, this, [this] { openMenu(); });
@@ -93,7 +97,7 @@ void QtFallbackWindow::addRows(QMenu* menu, int depth) {
         if (action->isCheckable() && action->isChecked()) text = QStringLiteral("\u2713 ") + text;
         auto* item = new QListWidgetItem(QString(depth * 4, QLatin1Char(' ')) + text, rows_);
         if (!action->isEnabled()) item->setFlags(item->flags() & ~Qt::ItemIsEnabled);
-        if (!action->toolTip().isEmpty() && action->toolTip() != text) item->setToolTip(action->toolTip());
+        item->setToolTip(!action->toolTip().isEmpty() && action->toolTip() != action->text() ? action->toolTip() : text);
         actions_.emplace_back(action);
         if (QMenu* submenu = action->menu()) {
             bool known = false;
