@@ -154,6 +154,7 @@ void ActionRunner::carryOut(const MenuAction& action) {
             } else if constexpr (std::is_same_v<Verb, verb::RetryRun>) {
                 if (!state_ || state_->isRunning()) return;
                 const MenuAction failed = state_->action;  // runCli replaces the state it lives in
+                if (retry) return retry(failed);
                 carryOut(failed);
             } else if constexpr (std::is_same_v<Verb, verb::CancelRun>) {
                 if (cancellation_) cancellation_->request();

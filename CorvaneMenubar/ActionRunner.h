@@ -80,6 +80,9 @@ public:
     std::function<void()> onStateChanged;
     RunCommand runCommand;
     RunClickReport runClickReport;
+    // Carries out the failed run's action when the user picks "Retry", instead of the runner,
+    // when set: the app starts a CLI update's retry the way it starts the update itself.
+    std::function<void(const MenuAction& failed)> retry;
     // Replaces `bringForward` for `focus` actions when set.
     std::function<bool(const std::string& tty, std::int32_t appPid)> focusSession;
 

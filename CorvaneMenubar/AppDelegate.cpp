@@ -1,18 +1,18 @@
 #include "AppDelegate.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <fcntl.h>
-#include <fstream>
 #include <iterator>
-#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
 #include <cstdlib>
 
+#include "BoundedFile.h"
 #include "IconRenderer.h"
 #include "MenuDecode.h"
 #include "MenuTime.h"
@@ -29,14 +29,6 @@ std::string decimal(double value) {
     return std::string(buffer, end);
 }
 
-std::optional<std::string> readWholeFile(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream) return std::nullopt;
-    std::string contents((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
-    if (stream.bad()) return std::nullopt;
-    return contents;
-}
-
 bool isDirectory(const std::string& path) {
     struct stat info {};
     return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
@@ -47,25 +39,6 @@ std::string parentFolder(const std::string& path) {
     if (slash == std::string::npos) return ".";
     if (slash == 0) return "/";
     return path.substr(0, slash);
-}
-
-// Writes `bytes` as the whole new content of `path`, readable by the user only.
-bool writePrivateFile(const std::string& path, std::string_view bytes) {
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (fd < 0) return false;
-    ::fchmod(fd, 0600);
-    bool ok = true;
-    while (!bytes.empty()) {
-        auto written = ::write(fd, bytes.data(), bytes.size());
-        if (written < 0) {
-            if (errno == EINTR) continue;
-            ok = false;
-            break;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    ::close(fd);
-    return ok;
 }
 
 std::int64_t truncatedMilliseconds(double seconds) {
@@ -94,13 +67,35 @@ std::string_view trimmed(std::string_view text) {
 
 }  // namespace
 
+PollAnswer readPollResult(const ProcessRunner::Result& result, Instant now) {
+    PollAnswer answer{judgeMenuRun(result), std::nullopt};
+    if (!answer.verdict.failure)
+        answer.decoded = decodeMenuPayload(trimmed(std::get<ProcessRunner::Outcome>(result).stdout), now);
+    return answer;
+}
+
+double timerRefreshSeconds(double seconds) {
+    if (!(seconds > 0)) return defaultRefreshSeconds;
+    return std::clamp(seconds, shortestRefreshSeconds, longestRefreshSeconds);
+}
+
 MenuRunVerdict judgeMenuRun(const ProcessRunner::Result& result) {
     if (auto failure = std::get_if<ProcessRunner::Failure>(&result))
         return {failure->diagnostic, "corvane menu couldn't start: " + failure->diagnostic.summary()};
     const auto& outcome = std::get<ProcessRunner::Outcome>(result);
+    if (outcome.outputLimitExceeded) {
+        static_assert(ProcessRunner::maxStdoutBytes == std::size_t{16} << 20, "the sentence names the cap");
+        return {pollDiagnostic(DiagnosticOutcome::failed, "payload", "TOO_LARGE"),
+                std::string("corvane menu answered with more than 16 MB. Reopen the menu to retry.")};
+    }
     if (outcome.timedOut) {
         return {pollDiagnostic(DiagnosticOutcome::failed, "process", "TIMEOUT"),
                 std::string("corvane menu didn't answer within 90 seconds")};
+    }
+    if (outcome.outputLimitExceeded) {
+        return {pollDiagnostic(DiagnosticOutcome::failed, "payload", "OUTPUT_TOO_LARGE"),
+                "corvane menu answered with more than " + std::to_string(ProcessRunner::maxStdoutBytes >> 20) +
+                    " MB. Reopen the menu to retry."};
     }
     if (outcome.exitCode == 0) return {};
     auto status = std::to_string(outcome.exitCode);
@@ -143,9 +138,10 @@ std::shared_ptr<AppDelegate> AppDelegate::create(AppSeams seams, Variant variant
         };
     }
     if (!operations.runMenu) {
-        operations.runMenu = [](const CliLocator::Located& located, const MenuRun& run) {
+        operations.runMenu = [](const CliLocator::Located& located, const MenuRun& run,
+                                const RunCancellation& cancellation) {
             return ProcessRunner::run(located.cliPath, run.arguments, located.searchPath, menuPollTimeoutSeconds,
-                                      {{std::string(menuRefreshIdEnvironmentKey), run.refreshId}});
+                                      {{std::string(menuRefreshIdEnvironmentKey), run.refreshId}}, &cancellation);
         };
     }
     if (!operations.isRunning) operations.isRunning = [](std::int32_t pid) { return processIsRunning(pid); };
@@ -192,6 +188,8 @@ void AppDelegate::applicationDidFinishLaunching() {
         if (auto decoded = decodeCliUpdatePresentation(*stored)) {
             updatePresentation_ = *decoded;
         } else {
+            // Dropped once reported, so the same damage is not logged at every launch.
+            seams_.defaults.remove(updatePresentationKey());
             recordUpdatePersistenceFailure("UPDATE_STATE_UNREADABLE");
         }
     }
@@ -242,7 +240,8 @@ void AppDelegate::applicationDidFinishLaunching() {
         if (self.renderedState_) self.renderIcon(*self.renderedState_);
     }));
 
-    stalenessTimer_ = seams_.loop.repeating(stalenessSeconds, weakly([](AppDelegate& self) { self.render(); }));
+    stalenessTimer_ =
+        seams_.loop.repeating(stalenessSeconds, weakly([](AppDelegate& self) { self.render(self.menuIsOpen_); }));
     scheduleRefresh(defaultRefreshSeconds);
     render();
     pollNow(PollTrigger::launch, std::nullopt);
@@ -268,6 +267,14 @@ void AppDelegate::wireActionRunner() {
         }
         self->render();
     };
+    actionRunner_->retry = [weak](const MenuAction& failed) {
+        auto self = weak.lock();
+        if (!self) return;
+        // The user picked "Retry", not the original row: no second click report.
+        MenuAction again = failed;
+        again.reportClick.reset();
+        self->perform(again);
+    };
     actionRunner_->onRunFinished = [weak] {
         if (auto self = weak.lock()) self->refresh(PollTrigger::actionFinished);
     };
@@ -276,6 +283,8 @@ void AppDelegate::wireActionRunner() {
 void AppDelegate::applicationWillTerminate() {
     if (terminated_) return;
     terminated_ = true;
+    // A poll still running is stopped with its process, so the app can end now.
+    if (pollCancellation_) pollCancellation_->request();
     clientLog_.flush(seams_.loop.now());
     actionRunner_->stop();
     refreshTimer_.reset();
@@ -303,27 +312,60 @@ DiagnosticsInput AppDelegate::diagnosticsInput(Instant now) const {
 
 void AppDelegate::refresh(PollTrigger trigger) {
     if (terminated_) return;
+    if (snapshotReadInFlight_) {
+        if (!queuedPollTrigger_) queuedPollTrigger_ = trigger;
+        return;
+    }
     if (pollInFlight_ || !snapshotSource_) return poll(trigger, std::nullopt);
 
     auto stamp = located_ ? cliFileStamp(located_->cliPath) : std::nullopt;
     if (stamp != answeredCli_) return poll(trigger, SnapshotSkip::cliChanged);
+    readSnapshot(trigger);
+}
 
-    const auto& [files, identity] = *snapshotSource_;
+void AppDelegate::readSnapshot(PollTrigger trigger) {
+    snapshotReadInFlight_ = true;
+    auto source = *snapshotSource_;
     double startedUptime = seams_.loop.uptime();
-    std::optional<std::string> data;
-    struct stat info {};
-    if (::stat(files.snapshot.c_str(), &info) == 0) data = readWholeFile(files.snapshot);
-    Instant now = seams_.loop.now();
-    auto requestedAt = modifiedTime(files.refreshRequest);
+    MainLoop* loop = &seams_.loop;
+    seams_.background.run(WorkPriority::utility, [weak = weak_from_this(), loop, source, trigger, startedUptime,
+                                                  isRunning = operations_.isRunning] {
+        // Off the main thread: the file may be large, and decoding it takes a while.
+        const auto& [files, identity] = source;
+        auto data = readBoundedFile(files.snapshot, snapshotSizeLimit);
+        Instant now = loop->now();
+        auto requestedAt = modifiedTime(files.refreshRequest);
+        std::optional<std::string_view> bytes;
+        if (data) bytes = *data;
+        auto read = readMenuSnapshot(bytes, identity, requestedAt, now, isRunning);
+        loop->post([weak, source, read = std::move(read), trigger, now, startedUptime] {
+            auto self = weak.lock();
+            if (!self || self->terminated_) return;
+            self->finishSnapshotRead(source, read, trigger, now, startedUptime);
+        });
+    });
+}
 
-    std::optional<std::string_view> bytes;
-    if (data) bytes = *data;
-    auto read = readMenuSnapshot(bytes, identity, requestedAt, now, operations_.isRunning);
-    if (auto snapshot = std::get_if<MenuSnapshot>(&read)) {
+void AppDelegate::finishSnapshotRead(const std::pair<SnapshotFiles, SnapshotIdentity>& source,
+                                     const SnapshotRead& read, PollTrigger trigger, Instant now,
+                                     double startedUptime) {
+    snapshotReadInFlight_ = false;
+    if (snapshotSource_ != source) {
+        // A process answer came in meanwhile and replaced the source this read was for.
+        refresh(trigger);
+    } else if (auto snapshot = std::get_if<MenuSnapshot>(&read)) {
         draw(*snapshot, trigger, now, startedUptime);
     } else {
         poll(trigger, std::get<SnapshotSkip>(read));
     }
+    runQueuedTrigger();
+}
+
+void AppDelegate::runQueuedTrigger() {
+    if (!queuedPollTrigger_ || pollInFlight_ || snapshotReadInFlight_ || terminated_) return;
+    auto trigger = *queuedPollTrigger_;
+    queuedPollTrigger_.reset();
+    seams_.loop.post(weakly([trigger](AppDelegate& self) { self.refresh(trigger); }));
 }
 
 void AppDelegate::poll(PollTrigger trigger, std::optional<SnapshotSkip> skip) {
@@ -356,8 +398,9 @@ void AppDelegate::pollNow(PollTrigger trigger, std::optional<SnapshotSkip> skip)
     auto runMenu = operations_.runMenu;
     auto weak = weak_from_this();
     MainLoop* loop = &seams_.loop;
+    pollCancellation_ = std::make_shared<RunCancellation>();
     seams_.background.run(WorkPriority::utility, [weak, loop, run = std::move(run), captured, generation, locateCli,
-                                                  runMenu] {
+                                                  runMenu, cancellation = pollCancellation_] {
         // Off the main thread: only the captured copies are touched here.
         std::optional<CliLocator::Located> found;
         if (captured && isExecutableFile(captured->cliPath)) {
@@ -366,34 +409,41 @@ void AppDelegate::pollNow(PollTrigger trigger, std::optional<SnapshotSkip> skip)
             found = locateCli();
         }
         auto stamp = found ? cliFileStamp(found->cliPath) : std::nullopt;
-        PollResult result;
-        if (found) result = runMenu(*found, run);
-        loop->post([weak, found = std::move(found), stamp = std::move(stamp), result = std::move(result),
-                    generation] {
+        std::optional<PollAnswer> answer;
+        if (found) answer = readPollResult(runMenu(*found, run, *cancellation), loop->now());
+        loop->post([weak, found = std::move(found), stamp = std::move(stamp), answer = std::move(answer),
+                    generation]() mutable {
             auto self = weak.lock();
             if (!self || self->terminated_) return;
+            self->pollCancellation_.reset();
             self->located_ = found;
             self->cliLocated_ = found.has_value();
             self->actionRunner_->located = found;
             self->answeredCli_ = stamp;
-            self->handlePollResult(result, generation);
+            self->handlePollAnswer(std::move(answer), generation);
         });
     });
 }
 
 void AppDelegate::handlePollResult(const PollResult& result, std::int64_t generation) {
+    std::optional<PollAnswer> answer;
+    if (result) answer = readPollResult(*result, seams_.loop.now());
+    handlePollAnswer(std::move(answer), generation);
+}
+
+void AppDelegate::handlePollAnswer(std::optional<PollAnswer> answer, std::int64_t generation) {
     pollInFlight_ = false;
     snapshotSource_.reset();
 
     ClientDiagnostic diagnostic;
     std::optional<CliRefreshReport> report;
-    if (!result) {
+    if (!answer) {
         diagnostic = pollDiagnostic(DiagnosticOutcome::missing, "locator", "CLI_NOT_FOUND");
-    } else if (auto verdict = judgeMenuRun(*result); verdict.failure) {
-        diagnostic = *verdict.diagnostic;
-        recordPollFailure(*verdict.failure);
+    } else if (answer->verdict.failure) {
+        diagnostic = *answer->verdict.diagnostic;
+        recordPollFailure(*answer->verdict.failure);
     } else {
-        auto handled = handlePayloadText(std::get<ProcessRunner::Outcome>(*result).stdout, generation);
+        auto handled = handleDecodedPayload(std::move(*answer->decoded), generation);
         diagnostic = std::move(handled.diagnostic);
         report = std::move(handled.report);
     }
@@ -406,17 +456,11 @@ void AppDelegate::handlePollResult(const PollResult& result, std::int64_t genera
     clientLog_.recordRefresh(pollId_, pollTrigger_, durationMs, report, snapshot, now, diagnostic);
 
     render();
-
-    if (queuedPollTrigger_) {
-        auto trigger = *queuedPollTrigger_;
-        queuedPollTrigger_.reset();
-        seams_.loop.post(weakly([trigger](AppDelegate& self) { self.refresh(trigger); }));
-    }
+    runQueuedTrigger();
 }
 
-AppDelegate::PayloadOutcome AppDelegate::handlePayloadText(const std::string& text, std::int64_t generation) {
+AppDelegate::PayloadOutcome AppDelegate::handleDecodedPayload(MenuDecodeResult decoded, std::int64_t generation) {
     Instant now = seams_.loop.now();
-    auto decoded = decodeMenuPayload(trimmed(text), now);
     if (auto mismatch = std::get_if<decode::ContractMismatch>(&decoded)) {
         lastContractMismatch_ = mismatch->found;
         consecutivePollFailures_ = 0;
@@ -496,7 +540,7 @@ void AppDelegate::recordPollFailure(std::string detail) {
 
 void AppDelegate::scheduleRefresh(double seconds) {
     if (terminated_) return;
-    if (!(seconds > 0) || !std::isfinite(seconds)) seconds = defaultRefreshSeconds;
+    seconds = timerRefreshSeconds(seconds);
     if (refreshTimer_ && refreshTimer_->interval() == seconds) return;
     refreshTimer_.reset();
     refreshTimer_ = seams_.loop.repeating(seconds, weakly([](AppDelegate& self) { self.refresh(PollTrigger::timer); }));
@@ -518,7 +562,7 @@ void AppDelegate::requestSnapshotRefresh() {
     if (!snapshotSource_) return;
     const auto& path = snapshotSource_->first.openRequest;
     if (path.empty() || !isDirectory(parentFolder(path))) return;
-    writePrivateFile(path, iso8601(seams_.loop.now()));
+    replaceRegularFile(path, iso8601(seams_.loop.now()), 0600);
 }
 
 AppMenuState AppDelegate::currentState() const {
@@ -536,7 +580,9 @@ AppMenuState AppDelegate::currentState() const {
 
 // ---- Rendering -------------------------------------------------------------------------------
 
-void AppDelegate::render() {
+void AppDelegate::render() { render(false); }
+
+void AppDelegate::render(bool rewordOpenMenu) {
     if (terminated_ || !menuBuilder_) return;
     Instant now = seams_.loop.now();
     updatePresentation_.expire(now);
@@ -555,7 +601,7 @@ void AppDelegate::render() {
     bool changed = !rebuiltOnce_ || renderedState_ != state || renderedActionState_ != actionRunner_->state() ||
                    renderedUpdatePresentation_ != updatePresentation_ || renderedLaunchAtLogin_ != loginEnabled ||
                    renderedLoggingFailure_ != loggingFailure;
-    if (changed) rebuildMenu(state);
+    if (changed || (rewordOpenMenu && menuIsOpen_)) rebuildMenu(state);
     if (onRendered) onRendered();
 }
 
@@ -574,7 +620,7 @@ void AppDelegate::persistUpdatePresentation() {
 
 void AppDelegate::recordUpdatePersistenceFailure(std::string_view code) {
     ClientDiagnostic diagnostic;
-    diagnostic.operation = DiagnosticOperation::cliRun;
+    diagnostic.operation = DiagnosticOperation::updatePersistence;
     diagnostic.outcome = DiagnosticOutcome::failed;
     diagnostic.domain = "Corvane";
     diagnostic.code = std::string(code);
@@ -664,6 +710,8 @@ void AppDelegate::menuWillOpen() {
     updatePresentation_.didShowMenu();
     requestSnapshotRefresh();
     refresh(PollTrigger::menuOpen);
+    // Texts worded from the current time have aged while the menu was closed.
+    render(true);
 }
 
 void AppDelegate::menuDidClose() {

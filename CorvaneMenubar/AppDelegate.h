@@ -9,6 +9,7 @@
 // weakly, so work that outlives it does nothing. No clock, thread or platform object is touched
 // directly: the seams supply them, which lets the whole cycle run against fakes in virtual time.
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -36,6 +37,7 @@
 #include "LoginItem.h"
 #include "MainLoop.h"
 #include "MenuBuilder.h"
+#include "MenuDecode.h"
 #include "MenuModel.h"
 #include "MenuSnapshot.h"
 #include "NativeMenu.h"
@@ -62,6 +64,14 @@ inline constexpr double pollRetrySeconds = 5.0;
 inline constexpr double stalenessSeconds = 15.0;
 // The refresh interval while a CLI update installs, so its confirmation shows quickly.
 inline constexpr double installingRefreshSeconds = 5.0;
+// The interval that reaches the refresh timer stays within these bounds whatever the CLI asks
+// for, so a tiny value cannot run the CLI many times a second and a huge one cannot overflow a
+// shell's timer arithmetic. The payload keeps the CLI's own number for its freshness.
+inline constexpr double shortestRefreshSeconds = 1.0;
+inline constexpr double longestRefreshSeconds = 24.0 * 3600.0;
+// A snapshot file larger than this is not read and counts as no snapshot: real snapshots are a
+// few kilobytes, and the file is read whole into memory.
+inline constexpr std::size_t snapshotSizeLimit = 8u << 20;
 inline constexpr std::string_view updatePresentationKeyPrefix = "cliUpdatePresentation.";
 inline constexpr std::string_view loggingUnavailableTitle = "Local diagnostic logging is unavailable";
 inline constexpr std::string_view loggingUnavailableSubtitle =
@@ -78,6 +88,19 @@ struct MenuRunVerdict {
     bool operator==(const MenuRunVerdict&) const = default;
 };
 MenuRunVerdict judgeMenuRun(const ProcessRunner::Result& result);
+
+// A finished menu run as read on the poll's background hop, so that neither the CLI's standard
+// error nor its answer is parsed on the main thread: the verdict and, for an exit status of 0,
+// the decoded answer (its ages worded at `now`).
+struct PollAnswer {
+    MenuRunVerdict verdict;
+    std::optional<MenuDecodeResult> decoded;
+};
+PollAnswer readPollResult(const ProcessRunner::Result& result, Instant now);
+
+// The refresh timer's interval for the interval the app wants: a value that is not a positive
+// number gives `defaultRefreshSeconds`; the rest is held within the shortest and longest.
+double timerRefreshSeconds(double seconds);
 
 // The CLI's file stamp: the symlink-resolved path, "@", and its modification time in seconds
 // since 1970 as a decimal number. Absent for an empty path or one without readable attributes.
@@ -108,7 +131,10 @@ struct AppSeams {
 // The injected operations; each has a real default (see `AppDelegate::create`).
 struct AppOperations {
     using LocateCli = std::function<std::optional<CliLocator::Located>()>;
-    using RunMenu = std::function<ProcessRunner::Result(const CliLocator::Located&, const MenuRun&)>;
+    // The cancellation is requested when the app terminates: the run must then stop its process
+    // and return promptly.
+    using RunMenu = std::function<ProcessRunner::Result(const CliLocator::Located&, const MenuRun&,
+                                                        const RunCancellation&)>;
     using IsRunning = std::function<bool(std::int32_t pid)>;
     // The status icon for a state, the variant's badge letter and dark drawing.
     using IconImage = std::function<VectorImage(IconState, const std::optional<std::string>& badge, bool dark)>;
@@ -150,7 +176,10 @@ public:
     void poll(PollTrigger trigger, std::optional<SnapshotSkip> skip);
     void pollNow(PollTrigger trigger, std::optional<SnapshotSkip> skip);
     using PollResult = std::optional<ProcessRunner::Result>;  // absent: no CLI was found
+    // Reads the result on the calling thread; the poll hop reads it in the background and hands
+    // the answer to `handlePollAnswer`.
     void handlePollResult(const PollResult& result, std::int64_t generation);
+    void handlePollAnswer(std::optional<PollAnswer> answer, std::int64_t generation);
     void draw(const MenuSnapshot& snapshot, PollTrigger trigger, Instant now, double startedUptime);
     void recordPollFailure(std::string detail);
     void scheduleRefresh(double seconds);
@@ -197,7 +226,16 @@ private:
         ClientDiagnostic diagnostic;
         std::optional<CliRefreshReport> report;
     };
-    PayloadOutcome handlePayloadText(const std::string& text, std::int64_t generation);
+    PayloadOutcome handleDecodedPayload(MenuDecodeResult decoded, std::int64_t generation);
+    // Reads the snapshot file on the background hop and draws it, or polls with the skip reason.
+    void readSnapshot(PollTrigger trigger);
+    void finishSnapshotRead(const std::pair<SnapshotFiles, SnapshotIdentity>& source, const SnapshotRead& read,
+                            PollTrigger trigger, Instant now, double startedUptime);
+    // Starts the queued trigger once neither a process run nor a snapshot read is under way.
+    void runQueuedTrigger();
+    // `rewordOpenMenu`: rewrite the menu even when nothing changed, so that texts worded from
+    // the current time (the stale row's age) are current while it is shown.
+    void render(bool rewordOpenMenu);
     // Takes a payload as the answer (a process answer or a drawn snapshot).
     void takePayload(const MenuPayload& payload, const std::string& recordId);
     void observeUpdate(const MenuPayload& payload, Instant now);
@@ -236,6 +274,9 @@ private:
     std::optional<std::pair<std::string, std::int64_t>> drawnSnapshot_;
     std::optional<SnapshotSkip> pollSnapshotSkip_;
     bool pollInFlight_ = false;
+    bool snapshotReadInFlight_ = false;
+    // The running poll's cancellation, requested at termination.
+    std::shared_ptr<RunCancellation> pollCancellation_;
     std::optional<PollTrigger> queuedPollTrigger_;
     std::optional<Instant> lastPollStartedAt_;
     std::int64_t updateGeneration_ = 0;

@@ -1,6 +1,9 @@
 #include "MenuBuilder.h"
 
 #include <algorithm>
+#include <deque>
+#include <string_view>
+#include <unordered_map>
 
 #include "AgentRowLogic.h"
 #include "CliUpdateRow.h"
@@ -72,11 +75,34 @@ bool sameRowPair(const NativeMenuItem& a, const NativeMenuItem& b) {
     return !a.submenu() || sameShapeOf(a.submenu()->items(), b.submenu()->items());
 }
 
+// Descriptions are the portable base objects themselves: no shell sees them.
+class DescriptionFactory final : public NativeMenuFactory {
+public:
+    std::shared_ptr<NativeMenuItem> makeItem() override { return std::make_shared<NativeMenuItem>(); }
+    std::shared_ptr<NativeMenuItem> makeSeparator() override { return std::make_shared<NativeMenuItem>(true); }
+    std::shared_ptr<NativeMenu> makeMenu() override { return std::make_shared<NativeMenu>(); }
+};
+
+// What makes two items without custom content the same native row, as one hashable text.
+std::string reuseKey(const NativeMenuItem& item) {
+    std::string key;
+    key.reserve(item.title().size() + (item.toolTip() ? item.toolTip()->size() : 0) + 4);
+    key += item.isSeparator() ? 's' : '-';
+    key += item.submenu() ? 'm' : '-';
+    key += static_cast<char>('0' + item.role().index());
+    key += item.toolTip() ? 't' : '-';
+    key += item.title();
+    key += '\0';
+    if (item.toolTip()) key += *item.toolTip();
+    return key;
+}
+
 }  // namespace
 
 MenuBuilder::MenuBuilder(NativeMenuFactory& factory, const TextMeasure& measure, MenuBuilderHooks hooks,
                          std::string displayName)
     : factory_(factory),
+      descriptions_(std::make_unique<DescriptionFactory>()),
       measure_(measure),
       hooks_(std::make_shared<const MenuBuilderHooks>(std::move(hooks))),
       displayName_(std::move(displayName)),
@@ -107,7 +133,7 @@ void MenuBuilder::applyPending() {
     menu_->setMinimumWidth(menuMinimumWidth);
 
     const auto fresh = build(next);
-    const auto items = fresh->items();  // a copy: reconciling moves items out of `fresh`
+    const auto& items = fresh->items();
     if (tracking_) {
         if (sameShape(*menu_, items)) {
             rewriteInPlace(*menu_, items);
@@ -172,18 +198,18 @@ ItemHandler MenuBuilder::performing(const MenuAction& action) const {
 }
 
 MenuBuilder::ItemPtr MenuBuilder::handlerItem(const std::string& title, ItemHandler handler) {
-    auto item = factory_.makeItem();
+    auto item = descriptions_->makeItem();
     item->setTitle(fittingText(title));
-    item->setToolTip(title);
+    item->setToolTip(displayText(title, measure_));
     item->setHandler(std::move(handler));
     item->setKeyEquivalent("");
     return item;
 }
 
 MenuBuilder::ItemPtr MenuBuilder::hostedItem(const HostedRow& row) {
-    auto item = factory_.makeItem();
-    item->setContent(HostedRowContent{row});
-    item->setRepresentedObject(hostedIdentity(row));
+    auto item = descriptions_->makeItem();
+    item->setContent(HostedRowContent{shown(row)});
+    item->setRepresentedObject(hostedIdentity(std::get<HostedRowContent>(*item->content()).row));
     item->setEnabled(false);
     return item;
 }
@@ -212,10 +238,11 @@ MenuBuilder::ItemPtr MenuBuilder::statusActionItem(const std::string& identity, 
 
 MenuBuilder::ItemPtr MenuBuilder::dismissibleItem(const std::string& identity, const HostedRow& content,
                                                   const MenuAction& dismiss) {
-    auto item = factory_.makeItem();
-    item->setTitle(fittingText(plainText(content)));
-    item->setContent(DismissibleRowContent{identity, content, dismiss, std::nullopt, std::nullopt});
-    item->setRepresentedObject(identity);
+    auto item = descriptions_->makeItem();
+    const auto row = shown(content);
+    item->setTitle(fittingText(plainText(row)));
+    item->setContent(DismissibleRowContent{displayText(identity, measure_), row, dismiss, std::nullopt, std::nullopt});
+    item->setRepresentedObject(std::get<DismissibleRowContent>(*item->content()).identity);
     std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
     item->setHandler([hooks](NativeMenuItem& sender, const Activation& activation) {
         auto live = hooks.lock();
@@ -290,10 +317,10 @@ MenuBuilder::ItemPtr MenuBuilder::menuItem(const MenuItem& item) {
             return b.hostedItem(content);
         }
         ItemPtr operator()(const row::Submenu& s) const {
-            auto item = b.factory_.makeItem();
+            auto item = b.descriptions_->makeItem();
             item->setTitle(b.fittingText(s.title));
-            item->setToolTip(s.title);
-            auto submenu = b.factory_.makeMenu();
+            item->setToolTip(displayText(s.title, b.measure_));
+            auto submenu = b.descriptions_->makeMenu();
             submenu->setAutoenablesItems(false);
             for (const auto& child : s.items) submenu->append(b.menuItem(child));
             item->setSubmenu(std::move(submenu));
@@ -306,7 +333,7 @@ MenuBuilder::ItemPtr MenuBuilder::menuItem(const MenuItem& item) {
             return item;
         }
         ItemPtr operator()(const row::Agent& a) const { return b.agentItem(a.agent); }
-        ItemPtr operator()(const row::Separator&) const { return b.factory_.makeSeparator(); }
+        ItemPtr operator()(const row::Separator&) const { return b.descriptions_->makeSeparator(); }
     };
     return std::visit(Visitor{*this}, item.value);
 }
@@ -321,9 +348,9 @@ void MenuBuilder::appendAppRows(NativeMenu& menu) {
     auto login = handlerItem("Launch at Login", call(&MenuBuilderHooks::toggleLoginItem));
     login->setChecked(hooks_->launchAtLoginEnabled && hooks_->launchAtLoginEnabled());
     menu.append(login);
-    menu.append(factory_.makeSeparator());
+    menu.append(descriptions_->makeSeparator());
     menu.append(handlerItem("About " + displayName_, call(&MenuBuilderHooks::showAbout)));
-    auto quit = factory_.makeItem();
+    auto quit = descriptions_->makeItem();
     quit->setTitle("Quit " + displayName_);
     quit->setKeyEquivalent("q");
     quit->setHandler(call(&MenuBuilderHooks::quit));
@@ -331,7 +358,7 @@ void MenuBuilder::appendAppRows(NativeMenu& menu) {
 }
 
 std::shared_ptr<NativeMenu> MenuBuilder::build(const MenuBuild& build) {
-    auto menu = factory_.makeMenu();
+    auto menu = descriptions_->makeMenu();
     menu->setAutoenablesItems(false);
     for (const auto& item : build.items) {
         if (const auto* status = item.as<row::Status>(); status && build.checking) {
@@ -344,16 +371,16 @@ std::shared_ptr<NativeMenu> MenuBuilder::build(const MenuBuild& build) {
         }
     }
     if (!build.moreItems) {
-        menu->append(factory_.makeSeparator());
+        menu->append(descriptions_->makeSeparator());
         appendAppRows(*menu);
         return menu;
     }
-    auto more = factory_.makeItem();
+    auto more = descriptions_->makeItem();
     more->setTitle("More");
-    auto submenu = factory_.makeMenu();
+    auto submenu = descriptions_->makeMenu();
     submenu->setAutoenablesItems(false);
     for (const auto& item : *build.moreItems) submenu->append(menuItem(item));
-    if (!build.moreItems->empty()) submenu->append(factory_.makeSeparator());
+    if (!build.moreItems->empty()) submenu->append(descriptions_->makeSeparator());
     appendAppRows(*submenu);
     more->setSubmenu(std::move(submenu));
     menu->append(std::move(more));
@@ -437,52 +464,71 @@ void MenuBuilder::rewriteUpdateBlock(NativeMenu& menu, const NativeMenu& from) {
 }
 
 void MenuBuilder::rewriteSessionStatuses(NativeMenu& menu, const NativeMenu& from) {
-    std::vector<ItemPtr> live;
-    std::vector<const AgentRowContent*> fresh;
-    for (const auto& item : menu.items())
-        if (contentAs<AgentRowContent>(*item)) live.push_back(item);
+    std::unordered_map<std::string_view, const AgentRow*> fresh;
     for (const auto& item : from.items())
-        if (const auto* agent = contentAs<AgentRowContent>(*item)) fresh.push_back(agent);
-    for (std::size_t i = 0; i < std::min(live.size(), fresh.size()); ++i) {
-        AgentRowContent shown = *contentAs<AgentRowContent>(*live[i]);
-        shown.row.status = fresh[i]->row.status;
-        shown.row.statusLabel = fresh[i]->row.statusLabel;
-        live[i]->setContent(shown);
+        if (const auto* agent = contentAs<AgentRowContent>(*item)) fresh.emplace(agent->row.id, &agent->row);
+    for (const auto& item : menu.items()) {
+        const auto* agent = contentAs<AgentRowContent>(*item);
+        if (!agent) continue;
+        const auto match = fresh.find(agent->row.id);
+        if (match == fresh.end()) continue;
+        AgentRowContent shown = *agent;
+        shown.row.status = match->second->status;
+        shown.row.statusLabel = match->second->statusLabel;
+        item->setContent(std::move(shown));
     }
 }
 
+MenuBuilder::ItemPtr MenuBuilder::materialise(const NativeMenuItem& description) {
+    if (description.isSeparator()) return factory_.makeSeparator();
+    auto item = factory_.makeItem();
+    item->setTitle(description.title());
+    item->setAttributedTitle(description.attributedTitle());
+    item->setToolTip(description.toolTip());
+    item->setEnabled(description.isEnabled());
+    item->setChecked(description.isChecked());
+    item->setKeyEquivalent(description.keyEquivalent());
+    item->setRepresentedObject(description.representedObject());
+    item->setRole(description.role());
+    item->setContent(description.content());
+    item->setBadge(description.badge());
+    item->setHandler(description.handler());
+    if (const auto& from = description.submenu()) {
+        auto submenu = factory_.makeMenu();
+        submenu->setAutoenablesItems(from->autoenablesItems());
+        std::vector<ItemPtr> children;
+        children.reserve(from->count());
+        for (const auto& child : from->items()) children.push_back(materialise(*child));
+        submenu->setItems(std::move(children));
+        item->setSubmenu(std::move(submenu));
+    }
+    return item;
+}
+
 void MenuBuilder::reconcile(NativeMenu& menu, const std::vector<ItemPtr>& items) {
-    const std::vector<ItemPtr> pool = menu.items();
-    std::vector<bool> used(pool.size(), false);
+    // Live items without custom content, by what makes them the same row; equal rows are reused
+    // in menu order.
+    std::unordered_map<std::string, std::deque<ItemPtr>> pool;
+    for (const auto& live : menu.items())
+        if (!live->hasContent()) pool[reuseKey(*live)].push_back(live);
     std::vector<ItemPtr> chosen;
     chosen.reserve(items.size());
     for (const auto& fresh : items) {
-        ItemPtr pick = fresh;
         if (!fresh->hasContent()) {
-            for (std::size_t i = 0; i < pool.size(); ++i) {
-                const auto& live = pool[i];
-                if (used[i] || live->hasContent() || live->role().index() != fresh->role().index() ||
-                    !sameNativeRow(*live, *fresh))
-                    continue;
-                used[i] = true;
+            const auto same = pool.find(reuseKey(*fresh));
+            if (same != pool.end() && !same->second.empty()) {
+                ItemPtr live = std::move(same->second.front());
+                same->second.pop_front();
                 if (live->submenu() && fresh->submenu()) reconcile(*live->submenu(), fresh->submenu()->items());
                 live->setRole(fresh->role());
                 copyNativeState(*fresh, *live);
-                pick = live;
-                break;
+                chosen.push_back(std::move(live));
+                continue;
             }
         }
-        chosen.push_back(std::move(pick));
+        chosen.push_back(materialise(*fresh));
     }
-    for (std::size_t i = 0; i < pool.size(); ++i)
-        if (!used[i]) menu.remove(*pool[i]);
-    for (const auto& item : chosen)
-        if (item->menu() && item->menu() != &menu) item->menu()->remove(*item);
-    for (std::size_t i = 0; i < chosen.size(); ++i) {
-        if (i < menu.count() && menu.itemAt(i) == chosen[i]) continue;
-        if (chosen[i]->menu() == &menu) menu.remove(*chosen[i]);
-        menu.insert(chosen[i], i);
-    }
+    menu.setItems(std::move(chosen));
     menu.update();
 }
 

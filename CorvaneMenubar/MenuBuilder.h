@@ -4,15 +4,19 @@
 // user has it open.
 //
 // The menu is rebuilt on every poll, but an open menu must not flicker, lose its highlighted row
-// or close an open submenu. So each new build is made off-screen first and then applied to the
-// live menu in the gentlest way that fits:
+// or close an open submenu. So each new build is first described off-screen, as plain portable
+// items and menus that no shell sees (cheap: no native object, no custom view), and then applied
+// to the live menu in the gentlest way that fits; the shell's items are made only for rows that
+// are inserted:
 //   - menu closed: reconciled item by item, reusing native items that are the same row;
 //   - menu open, same shape: rewritten in place (no item replaced);
 //   - menu open, different shape, and the menu on screen came from the CLI while the new build
 //     does too: only the CLI update block and the session statuses change now; the whole build
 //     is kept pending and applied when the menu closes;
 //   - menu open otherwise (the app's own baked menu is showing): reconciled at once.
-// Only the newest build waits; a new one replaces it. Main thread only.
+// Only the newest build waits; a new one replaces it. Describing, comparing and applying n rows
+// costs O(n log n) at most, and every text a row shows is cut to `displayTextLimit`. Main thread
+// only.
 
 #include <functional>
 #include <memory>
@@ -71,10 +75,13 @@ public:
     static void applyHighlight(NativeMenu& menu, const NativeMenuItem* highlighted);
 
     // ---- Building (exposed for the shells and tests) ----
+    // These make descriptions: plain `NativeMenuItem`s and `NativeMenu`s, not the shell's.
 
-    // A new native menu, not shown: the rows, then the app rows (at the end of the main menu, or
-    // at the end of the "More" submenu when there are more rows).
+    // The description of a whole menu: the rows, then the app rows (at the end of the main menu,
+    // or at the end of the "More" submenu when there are more rows).
     std::shared_ptr<NativeMenu> build(const MenuBuild& build);
+    // A shell item (and submenu, recursively) carrying the description's state.
+    ItemPtr materialise(const NativeMenuItem& description);
     // The rows of the CLI update block: the notice row, then "View update log" after a failure.
     std::vector<ItemPtr> updateItems(const CliUpdate& update);
     ItemPtr menuItem(const MenuItem& item);
@@ -106,11 +113,12 @@ public:
     void rewriteInPlace(NativeMenu& menu, const std::vector<ItemPtr>& items);
     // The CLI update rows of `menu` take those of `from`, matched in order; extras are left.
     void rewriteUpdateBlock(NativeMenu& menu, const NativeMenu& from);
-    // The agent rows of `menu` take the status texts of those of `from`, matched in order.
+    // The agent rows of `menu` take the status texts of the rows of `from` for the same session
+    // (`AgentRow.id`); a session missing from `from` keeps its status.
     static void rewriteSessionStatuses(NativeMenu& menu, const NativeMenu& from);
-    // Makes `menu` hold `items`, reusing live items that are the same row (which keeps an open
-    // submenu and the highlight alive), then updates.
-    static void reconcile(NativeMenu& menu, const std::vector<ItemPtr>& items);
+    // Makes `menu` hold the described `items`, reusing live items that are the same row (which
+    // keeps an open submenu and the highlight alive) and materialising the others, then updates.
+    void reconcile(NativeMenu& menu, const std::vector<ItemPtr>& items);
 
 private:
     void applyPending();
@@ -124,6 +132,7 @@ private:
     ItemHandler performing(const MenuAction& action) const;
 
     NativeMenuFactory& factory_;
+    std::unique_ptr<NativeMenuFactory> descriptions_;  // plain portable items, for descriptions
     const TextMeasure& measure_;
     // Shared with the rows' handlers, weakly: a row chosen after the builder is gone does nothing.
     std::shared_ptr<const MenuBuilderHooks> hooks_;

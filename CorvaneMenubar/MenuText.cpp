@@ -64,7 +64,8 @@ AttributedTitle statusTitle(std::string_view title, const std::optional<std::str
     out.runs.push_back({fittingText(title, FontRole::menu13, measure), FontRole::menu13, false});
     if (subtitle && !subtitle->empty()) {
         std::string lines;
-        for (const auto line : linesOf(*subtitle)) lines += "\n" + fittingText(line, FontRole::system11, measure);
+        const std::string capped = displayText(*subtitle, measure);
+        for (const auto line : linesOf(capped)) lines += "\n" + fittingText(line, FontRole::system11, measure);
         out.runs.push_back({std::move(lines), FontRole::system11, true});
     }
     return out;

@@ -2,6 +2,7 @@
 
 // Titles shortened to the menu's width, and the two-line title of status rows.
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,6 +33,7 @@ std::string fittingText(std::string_view text, FontRole font, const TextMeasure&
 
 // The title that status rows (and a startable CLI update) show: the title fitted in the 13-point
 // menu font; then, when there is a subtitle that is not empty, a line feed and the subtitle's
+// (cut to `displayText`)
 // lines, each fitted in the 11-point system font, joined by line feeds, in the secondary colour.
 AttributedTitle statusTitle(std::string_view title, const std::optional<std::string>& subtitle,
                             const TextMeasure& measure);

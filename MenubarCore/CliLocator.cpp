@@ -14,6 +14,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "BoundedFile.h"
+
 namespace corvane::CliLocator {
 namespace {
 
@@ -220,26 +222,6 @@ std::string homeDirectory() {
     return home;
 }
 
-std::optional<std::string> readWholeFile(const std::string& path) {
-    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return std::nullopt;
-    std::string bytes;
-    char buffer[16384];
-    for (;;) {
-        ssize_t count = ::read(fd, buffer, sizeof buffer);
-        if (count > 0) {
-            bytes.append(buffer, static_cast<std::size_t>(count));
-        } else if (count == 0) {
-            break;
-        } else if (errno != EINTR) {
-            ::close(fd);
-            return std::nullopt;
-        }
-    }
-    ::close(fd);
-    return bytes;
-}
-
 bool isExecutableRegularFile(const std::string& path) {
     struct stat info {};
     if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return false;
@@ -251,6 +233,7 @@ std::vector<std::string> directoryEntries(const std::string& path) {
     DIR* directory = ::opendir(path.c_str());
     if (directory == nullptr) return names;
     while (const dirent* entry = ::readdir(directory)) {
+        if (names.size() >= locatorListingLimit) break;
         std::string_view name(entry->d_name);
         if (name != "." && name != "..") names.emplace_back(name);
     }
@@ -266,7 +249,7 @@ std::vector<std::string> directoryEntries(const std::string& path) {
 Environment realLocatorEnvironment() {
     Environment environment;
     environment.home = homeDirectory();
-    environment.readFile = readWholeFile;
+    environment.readFile = [](const std::string& path) { return readBoundedFile(path, locatorRecordLimit); };
     environment.isExecutableFile = isExecutableRegularFile;
     environment.listDirectory = directoryEntries;
     if (const char* value = std::getenv("CORVANE_CLI_PATH")) environment.explicitPath = std::string(value);

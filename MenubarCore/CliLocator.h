@@ -5,6 +5,7 @@
 // `Environment`, so the whole search runs against a fake in tests. Every failure is silent and
 // ends in "not found"; the caller shows the install command.
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -66,7 +67,13 @@ std::string detectedClientsPath(std::string_view home);
 // Keeps the first occurrence of each text, in order.
 std::vector<std::string> deduplicated(const std::vector<std::string>& texts);
 
-// The real file system and process environment of this user.
+// The installer's records are a few hundred bytes; a larger one is skipped like a missing one.
+inline constexpr std::size_t locatorRecordLimit = 1u << 20;
+// Names read from one folder listing (nvm's node versions); the rest are not looked at.
+inline constexpr std::size_t locatorListingLimit = 4096;
+
+// The real file system and process environment of this user. Records are read with
+// `readBoundedFile`: a FIFO, device or folder at a record's path reads as a missing record.
 Environment realLocatorEnvironment();
 
 }  // namespace corvane::CliLocator

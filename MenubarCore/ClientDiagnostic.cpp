@@ -11,13 +11,14 @@
 namespace corvane {
 namespace {
 
-constexpr WordTable<DiagnosticOperation, 6> operationWords{{
+constexpr WordTable<DiagnosticOperation, diagnosticOperationCount> operationWords{{
     {DiagnosticOperation::cliRun, "cli.run"},
     {DiagnosticOperation::menuAnalytics, "menu.analytics"},
     {DiagnosticOperation::menuPoll, "menu.poll"},
     {DiagnosticOperation::claudeDesktopRegistry, "claude.desktop-registry"},
     {DiagnosticOperation::terminalOpen, "terminal.open"},
     {DiagnosticOperation::terminalFocus, "terminal.focus"},
+    {DiagnosticOperation::updatePersistence, "update.persistence"},
 }};
 
 constexpr WordTable<DiagnosticOutcome, 5> outcomeWords{{
@@ -92,18 +93,51 @@ std::string ClientDiagnostic::summary() const {
     return text;
 }
 
+namespace {
+
+// Whether the objects and arrays of the JSON text `text` nest deeper than `limit`; brackets
+// inside strings do not count. One pass, no allocation.
+bool nestsDeeperThan(std::string_view text, int limit) {
+    int depth = 0;
+    bool inString = false;
+    bool escaped = false;
+    for (char c : text) {
+        if (inString) {
+            if (escaped)
+                escaped = false;
+            else if (c == '\\')
+                escaped = true;
+            else if (c == '"')
+                inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '{' || c == '[') {
+            if (++depth > limit) return true;
+        } else if (c == '}' || c == ']') {
+            --depth;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
 std::optional<ClientDiagnostic> cliFailureDiagnostic(DiagnosticOperation operation,
                                                      const std::optional<std::string>& stderrText) {
     if (!stderrText) return std::nullopt;
     std::string_view rest(*stderrText);
+    std::size_t markersSeen = 0;
     // Walk the lines from the last to the first; the last valid marker wins.
-    while (!rest.empty()) {
+    while (!rest.empty() && markersSeen < maxCliMarkerLines) {
         std::size_t cut = rest.rfind('\n');
         std::string_view line = cut == std::string_view::npos ? rest : rest.substr(cut + 1);
         rest = cut == std::string_view::npos ? std::string_view{} : rest.substr(0, cut);
         if (line.substr(0, cliDiagnosticMarker.size()) != cliDiagnosticMarker) continue;
+        ++markersSeen;
+        const std::string_view body = line.substr(cliDiagnosticMarker.size());
+        if (body.size() > maxCliMarkerBytes || nestsDeeperThan(body, maxCliMarkerDepth)) continue;
 
-        nlohmann::json envelope = nlohmann::json::parse(line.substr(cliDiagnosticMarker.size()), nullptr, false);
+        nlohmann::json envelope = nlohmann::json::parse(body, nullptr, false);
         if (!envelope.is_object()) continue;
         auto version = envelope.find("version");
         auto failure = envelope.find("failure");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -10,7 +11,16 @@
 namespace corvane {
 
 // What was attempted. The wire word is the enumeration's raw value in logs and in the contract.
-enum class DiagnosticOperation { cliRun, menuAnalytics, menuPoll, claudeDesktopRegistry, terminalOpen, terminalFocus };
+enum class DiagnosticOperation {
+    cliRun,
+    menuAnalytics,
+    menuPoll,
+    claudeDesktopRegistry,
+    terminalOpen,
+    terminalFocus,
+    updatePersistence,  // the app's own store of a CLI update under way
+};
+inline constexpr std::size_t diagnosticOperationCount = 7;
 
 enum class DiagnosticOutcome { available, missing, denied, failed, notNeeded };
 
@@ -65,11 +75,19 @@ struct ClientDiagnostic {
 };
 
 // The CLI's structured failure on stderr: the last valid "CORVANE_DIAGNOSTIC {json}" line wins;
-// invalid marker lines and everything else on stderr are ignored.
+// invalid marker lines and everything else on stderr are ignored. Whatever stderr holds, the
+// cost stays bounded: only the last `maxCliMarkerLines` marker lines are looked at, and a
+// marker longer than `maxCliMarkerBytes` or nested deeper than `maxCliMarkerDepth` is skipped
+// before it reaches the JSON parser.
 std::optional<ClientDiagnostic> cliFailureDiagnostic(DiagnosticOperation operation,
                                                      const std::optional<std::string>& stderrText);
 
 inline constexpr std::string_view cliDiagnosticMarker = "CORVANE_DIAGNOSTIC ";
+// A real marker is one short line ({"version":1,"failure":{three words}}, depth 2); these leave
+// ample room for that and none for abuse.
+inline constexpr std::size_t maxCliMarkerLines = 16;
+inline constexpr std::size_t maxCliMarkerBytes = 4096;
+inline constexpr int maxCliMarkerDepth = 4;
 
 // JSON form: keys are the field names; optional strings only when present. Decoding requires
 // operation and outcome as known wire words; anything malformed gives nothing.

@@ -118,7 +118,16 @@ int appendLine(const std::string& directory, std::string_view fileName, std::str
         int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
         if (fd < 0) return errno;
         int error = ::fchmod(fd, 0600) == 0 ? 0 : errno;
-        if (error == 0) error = writeAll(fd, bytes);
+        struct stat before {};
+        if (error == 0 && ::fstat(fd, &before) != 0) error = errno;
+        if (error == 0) {
+            error = writeAll(fd, bytes);
+            // A full disk or a file-size limit may have taken part of the line: cut it off again,
+            // so that the next line does not continue it and the file stays one JSON value a line.
+            if (error != 0) {
+                [[maybe_unused]] int cut = ::ftruncate(fd, before.st_size);
+            }
+        }
         ::close(fd);
         return error;
     }();

@@ -134,7 +134,7 @@ private:
     std::string runId_;
     std::int64_t maxBytes_;
     // Indexed by DiagnosticOperation: a fixed table keeps the throttled path free of allocation.
-    std::array<std::optional<Streak>, 6> streaks_;
+    std::array<std::optional<Streak>, diagnosticOperationCount> streaks_;
     std::deque<std::string> recent_;
     std::deque<std::string> recentRefreshes_;
     std::map<std::string, ClientDiagnostic, std::less<>> failures_;

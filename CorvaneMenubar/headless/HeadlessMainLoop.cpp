@@ -1,5 +1,6 @@
 #include "HeadlessMainLoop.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -30,10 +31,34 @@ struct Scheduled {
     }
 };
 
+// Any interval a caller can pass, NaN and infinities included, becomes a duration the clock can
+// add without overflow: nothing or negative is zero, anything past a century is a century (a
+// timer that far out never fires in practice, and the sum with `Clock::now()` stays in range).
+constexpr double longestSeconds = 100.0 * 365 * 24 * 3600;
+
 Clock::duration toDuration(double seconds) {
     if (!(seconds > 0)) return Clock::duration::zero();
+    if (!(seconds < longestSeconds)) seconds = longestSeconds;
     return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
 }
+
+Clock::time_point later(Clock::time_point from, Clock::duration by) {
+    if (by > Clock::time_point::max() - from) return Clock::time_point::max();
+    return from + by;
+}
+
+// The first phase point of a repeating timer after `now`: `due` plus whole intervals, computed
+// in one step so that a long stall never turns into a loop over missed firings.
+Clock::time_point nextPhase(Clock::time_point due, Clock::duration interval, Clock::time_point now) {
+    if (due > now) return due;
+    const auto missed = (now - due) / interval + 1;
+    if (missed > (Clock::time_point::max() - due) / interval) return Clock::time_point::max();
+    return due + missed * interval;
+}
+
+// The loop sleeps at most this long at a time, so a far-off timer never hands the condition
+// variable a deadline near the clock's end.
+constexpr auto longestWait = std::chrono::hours(1);
 }  // namespace
 
 struct HeadlessMainLoop::Core {
@@ -101,7 +126,7 @@ std::unique_ptr<TimerHandle> HeadlessMainLoop::repeating(double intervalSeconds,
     timer->job = std::make_shared<Job>(std::move(job));
     {
         std::lock_guard lock(core_->mutex);
-        core_->schedule(Clock::now() + timer->interval, timer);
+        core_->schedule(later(Clock::now(), timer->interval), timer);
     }
     return std::make_unique<HeadlessTimerHandle>(core_, timer);
 }
@@ -113,7 +138,7 @@ std::unique_ptr<TimerHandle> HeadlessMainLoop::oneShot(double delaySeconds, Job 
     timer->job = std::make_shared<Job>(std::move(job));
     {
         std::lock_guard lock(core_->mutex);
-        core_->schedule(Clock::now() + timer->interval, timer);
+        core_->schedule(later(Clock::now(), timer->interval), timer);
     }
     return std::make_unique<HeadlessTimerHandle>(core_, timer);
 }
@@ -151,9 +176,8 @@ void HeadlessMainLoop::run() {
                 if (next.timer->repeats) {
                     // Keep the phase: the next firing is a whole number of intervals after the
                     // first, skipping the ones already missed.
-                    auto due = next.due + next.timer->interval;
-                    while (due <= now) due += next.timer->interval;
-                    core->schedule(due, next.timer);
+                    core->schedule(nextPhase(later(next.due, next.timer->interval), next.timer->interval, now),
+                                   next.timer);
                 }
                 auto job = next.timer->job;
                 lock.unlock();
@@ -162,7 +186,7 @@ void HeadlessMainLoop::run() {
                 lock.lock();
                 continue;
             }
-            core->wake.wait_until(lock, next.due);
+            core->wake.wait_until(lock, std::min(next.due, later(now, longestWait)));
             continue;
         }
         core->wake.wait(lock);

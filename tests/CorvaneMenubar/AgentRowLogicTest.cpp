@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 #include "AgentRowLogic.h"
 #include "MenuRows.h"
@@ -62,26 +63,17 @@ TEST(AgentRowLogic, HighlightAndChoice) {
 }
 
 TEST(AgentRowLogic, HarnessIcons) {
-    struct Row {
-        std::string word;
-        std::vector<std::string> installed;
-        std::optional<std::string> bundle;
+    const std::string claude = "com.anthropic.claudefordesktop", codex = "com.openai.codex";
+    const std::vector<std::tuple<std::string, std::vector<std::string>, std::optional<std::string>>> rows = {
+        {"claude", {claude}, claude}, {"claude", {}, std::nullopt}, {"chatgpt", {codex}, codex},
+        {"chatgpt", {codex, "com.openai.chat"}, "com.openai.chat"}, {"codex", {codex}, std::nullopt},
     };
-    const std::string claude = "com.anthropic.claudefordesktop", codex = "com.openai.codex",
-                      cursor = "com.todesktop.230313mzl4w4u92";
-    const std::vector<Row> rows = {
-        {"claude", {claude}, claude}, {"claude", {}, std::nullopt},   {"cursor", {cursor}, cursor},
-        {"chatgpt", {codex}, codex},  {"chatgpt", {codex, "com.openai.chat"}, "com.openai.chat"},
-        {"codex", {codex}, std::nullopt},
-    };
-    for (const auto& row : rows) {
-        const auto installed = [&](const std::string& id) {
-            return std::find(row.installed.begin(), row.installed.end(), id) != row.installed.end();
+    for (const auto& [word, installed, bundle] : rows) {
+        const auto found = [&](const std::string& id) {
+            return std::find(installed.begin(), installed.end(), id) != installed.end();
         };
-        EXPECT_EQ(firstAvailable(harnessIconCandidates(row.word).bundleIds, installed), row.bundle) << row.word;
+        EXPECT_EQ(firstAvailable(harnessIconCandidates(word).bundleIds, found), bundle) << word;
     }
-    EXPECT_FALSE(harnessIconCandidates("chatgpt").iconNames.empty());
-    EXPECT_TRUE(harnessIconCandidates("other").iconNames.empty());
 }
 
 TEST(AgentRowLogic, Pulse) {
@@ -104,13 +96,9 @@ TEST(AgentRowLogic, Pulse) {
 
 TEST(AgentRowLogic, Geometry) {
     const auto g = agentRowGeometry(300, 26, 60.0);
-    EXPECT_EQ(g.harnessHighlight, (Rect{4, 0, 276, 26}));
-    EXPECT_EQ(g.corvaneButton, (Rect{280, 0, 20, 26}));
-    EXPECT_EQ(g.corvaneHighlight, (Rect{282, 2, 16, 22}));
-    EXPECT_EQ(g.textY, 4.5);
-    EXPECT_EQ(g.status, (Rect{216, 4.5, 60, 17}));
-    EXPECT_EQ(g.title, (Rect{38, 4.5, 170, 17}));  // edge 276 − 68 = 208
-
+    EXPECT_EQ(std::make_tuple(g.harnessHighlight, g.corvaneHighlight, g.status, g.title),
+              std::make_tuple(Rect{4, 0, 276, 26}, Rect{282, 2, 16, 22}, std::optional<Rect>(Rect{216, 4.5, 60, 17}),
+                              Rect{38, 4.5, 170, 17}));  // the title ends 8 before the status
     EXPECT_EQ(agentRowGeometry(300, 26, std::nullopt).title.width, 238);
     EXPECT_EQ(agentRowGeometry(80, 26, 40.0).title.width, 0);  // never negative
 }

@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 
 #include <deque>
+#include <filesystem>
 #include <fcntl.h>
 #include <fstream>
 #include <sys/stat.h>
@@ -70,6 +71,7 @@ struct Harness {
     bool cliInstalled = true;
     std::deque<ProcessRunner::Result> answers;  // next results of the menu run; default: `answer()`
     std::vector<MenuRun> runs;
+    bool cancelledAtStart = false;
 
     Harness() {
         writeFile(cliPath, "#!/bin/sh\n");
@@ -81,8 +83,9 @@ struct Harness {
             if (!cliInstalled) return std::nullopt;
             return CliLocator::Located{cliPath, "/usr/bin"};
         };
-        operations.runMenu = [this](const CliLocator::Located&, const MenuRun& run) {
+        operations.runMenu = [this](const CliLocator::Located&, const MenuRun& run, const RunCancellation& cancel) {
             runs.push_back(run);
+            cancelledAtStart = cancel.requested();
             if (answers.empty()) return answered(answer());
             auto next = answers.front();
             answers.pop_front();
@@ -98,246 +101,172 @@ struct Harness {
         app->applicationDidFinishLaunching();
         finishPoll();
     }
-    // Runs the held poll (if any) and hands its result to the main thread.
+    // Runs the oldest held hop (a process run or a snapshot read) and hands its result back.
     bool finishPoll() {
         bool ran = work.runNext();
         loop.runPending();
         return ran;
+    }
+    // Runs hops until none is held: a snapshot read and the process run its skip starts.
+    void settle() {
+        do {
+            finishPoll();
+        } while (work.heldCount() > 0);
     }
     Json menu() const { return menuTreeJson(*statusItem.menu()); }
     std::string menuText() const { return menu().dump(); }
     std::size_t refreshLines() const { return log->recentRefreshes().size(); }
 };
 
-TEST(AppDelegate, LaunchRunsTheFirstPollOffTheMainThreadAndShowsThePayload) {
+// Triggers that arrive during the run queue the first; it refreshes after the result's render.
+TEST(AppDelegate, LaunchRunsTheFirstPollOffTheMainThreadAndQueuesTriggersMeanwhile) {
     Harness h;
     h.app->applicationDidFinishLaunching();
-    EXPECT_EQ(h.statusItem.toolTip(), "Corvane");
     EXPECT_TRUE(std::holds_alternative<appstate::Checking>(*h.app->renderedState()));
-    ASSERT_EQ(h.work.heldCount(), 1u);
-    EXPECT_EQ(h.work.priorities().back(), WorkPriority::utility);
+    EXPECT_EQ(h.work.priorities(), std::vector<WorkPriority>{WorkPriority::utility});
+    h.app->refresh(PollTrigger::timer);
+    h.app->refresh(PollTrigger::directoryChange);
+    EXPECT_EQ(h.app->queuedPollTrigger(), PollTrigger::timer);
     h.finishPoll();
     ASSERT_EQ(h.runs.size(), 1u);
     EXPECT_EQ(h.runs[0].arguments, std::vector<std::string>{"menu"});
     EXPECT_EQ(h.runs[0].refreshId.size(), 36u);
-    EXPECT_TRUE(std::holds_alternative<appstate::Payload>(*h.app->renderedState()));
     EXPECT_EQ(h.app->renderedIconState(), IconState::running);
-    EXPECT_EQ(h.refreshLines(), 1u);
     EXPECT_NE(h.log->recentRefreshes().back().find("\"trigger\":\"launch\""), std::string::npos);
-}
-
-TEST(AppDelegate, TriggersDuringARunQueueTheFirstAndItRefreshesAfterTheRender) {
-    Harness h;
-    h.app->applicationDidFinishLaunching();
-    h.app->refresh(PollTrigger::timer);
-    h.app->refresh(PollTrigger::directoryChange);
-    EXPECT_EQ(h.app->queuedPollTrigger(), PollTrigger::timer);
-    EXPECT_EQ(h.work.heldCount(), 1u);
-    h.work.runNext();
-    h.loop.runPending();
     EXPECT_FALSE(h.app->queuedPollTrigger());
     EXPECT_TRUE(h.app->pollInFlight());
     EXPECT_EQ(h.app->pollTrigger(), PollTrigger::timer);
-    EXPECT_EQ(h.work.heldCount(), 1u);
-}
-
-TEST(AppDelegate, MenuOpeningsWithinFiveSecondsRunOnceUnlessTheSnapshotAsksForAnotherRun) {
-    struct Case {
-        const char* name;
-        bool refreshPending;
-        std::size_t runsAfterSecondOpening;
-    };
-    for (const Case& c : {Case{"no snapshot source", false, 2}, Case{"refresh pending", true, 3}}) {
-        SCOPED_TRACE(c.name);
-        Harness h;
-        Json first = answer();
-        std::string snapshotPath = h.temp / "snapshot.json";
-        std::string requestPath = h.temp / "refresh-request";
-        if (c.refreshPending) {
-            first["snapshotFiles"] = {{"snapshot", snapshotPath},
-                                      {"refreshRequest", requestPath},
-                                      {"openRequest", h.temp / "open-request"}};
-            first["snapshotIdentity"] = {{"apiUrl", "https://api"}, {"webUrl", "https://app"}};
-            Json file = first;
-            Instant now = h.loop.now();
-            file["snapshot"] = {{"version", 1},
-                                {"bootId", "boot"},
-                                {"pid", 1},
-                                {"sequence", 1},
-                                {"writtenAt", iso8601(now)},
-                                {"staleAfter", iso8601(plusSeconds(now, 3600))},
-                                {"readStartedAt", iso8601(plusSeconds(now, -60))},
-                                {"apiUrl", "https://api"},
-                                {"webUrl", "https://app"}};
-            writeFile(snapshotPath, file.dump());
-            writeFile(requestPath, "");
-            setModified(requestPath, plusSeconds(now, -30));
-        }
-        h.answers = {answered(first), answered(first)};
-        h.launch();
-        h.loop.advance(10);
-        h.statusItem.reportMenuWillOpen();
-        h.finishPoll();
-        EXPECT_EQ(h.runs.size(), 2u);
-        h.statusItem.reportMenuDidClose();
-        h.loop.advance(3);
-        h.statusItem.reportMenuWillOpen();
-        h.finishPoll();
-        EXPECT_EQ(h.runs.size(), c.runsAfterSecondOpening);
-        if (c.refreshPending) {
-            EXPECT_EQ(h.app->pollSnapshotSkip(), SnapshotSkip::refreshPending);
-            // The opening told the CLI that somebody is looking.
-            std::ifstream request(h.temp / "open-request");
-            std::string text((std::istreambuf_iterator<char>(request)), std::istreambuf_iterator<char>());
-            EXPECT_TRUE(parseMenuTime(text));
-        }
-    }
 }
 
 TEST(AppDelegate, EachFailureIsWordedAndCountedAndTheStreakRetriesOnce) {
     struct Case {
         const char* name;
-        ProcessRunner::Result result;
-        std::string detail;
+        std::optional<ProcessRunner::Result> result;  // absent: no CLI
+        std::string detail;                           // empty: not a failure
+        std::string firstRow;
     };
     ProcessRunner::Outcome timedOut{"", "", -1, true};
     std::string marker = "CORVANE_DIAGNOSTIC {\"version\":1,\"failure\":{\"outcome\":\"failed\",\"domain\":\"Corvane\","
                          "\"code\":\"SIM_FAILURE\"}}\n";
     ClientDiagnostic spawn{DiagnosticOperation::menuPoll, DiagnosticOutcome::missing, "NSPOSIXErrorDomain", "2",
                            std::nullopt, std::nullopt};
+    Json newer = answer();
+    newer["contract"] = 2;
+    const std::string unresponsive = "The Corvane CLI isn't responding";
     const Case cases[] = {
-        {"spawn", ProcessRunner::Failure{spawn}, "corvane menu couldn't start: " + spawn.summary()},
-        {"timeout", timedOut, "corvane menu didn't answer within 90 seconds"},
+        {"spawn", ProcessRunner::Failure{spawn}, "corvane menu couldn't start: " + spawn.summary(), unresponsive},
+        {"timeout", timedOut, "corvane menu didn't answer within 90 seconds", unresponsive},
         {"exit with a CLI diagnostic", exited(3, "", "noise\n" + marker),
-         "corvane menu exited 3: menu.poll failed Corvane SIM_FAILURE. Reopen the menu to retry."},
-        {"bare exit", exited(1, "", "boom"), "corvane menu exited 1: menu.poll failed exit 1. Reopen the menu to retry."},
-        {"garbage", exited(0, "not json"), "corvane menu answered with something unreadable. Reopen the menu to retry."},
+         "corvane menu exited 3: menu.poll failed Corvane SIM_FAILURE. Reopen the menu to retry.", unresponsive},
+        {"bare exit", exited(1, "", "boom"), "corvane menu exited 1: menu.poll failed exit 1. Reopen the menu to retry.",
+         unresponsive},
+        {"garbage", exited(0, "not json"), "corvane menu answered with something unreadable. Reopen the menu to retry.",
+         unresponsive},
+        {"answer over the output limit", ProcessRunner::Outcome{"", "", -1, false, true},
+         "corvane menu answered with more than 16 MB. Reopen the menu to retry.", unresponsive},
+        {"no CLI", std::nullopt, "", "The Corvane CLI isn't installed"},
+        {"contract 2", answered(newer), "", "This app is too old for the installed Corvane CLI"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         Harness h;
-        h.answers = {c.result, c.result, c.result};
+        h.cliInstalled = c.result.has_value();
+        if (c.result) h.answers = {*c.result, *c.result, *c.result};
         h.launch();
-        EXPECT_EQ(h.app->lastFailureDetail(), c.detail);
-        EXPECT_EQ(h.app->consecutivePollFailures(), 1);
-        // One failure right after launch keeps the connecting row.
-        EXPECT_TRUE(std::holds_alternative<appstate::Checking>(*h.app->renderedState()));
-
+        EXPECT_EQ(h.app->lastFailureDetail().value_or(""), c.detail);
         h.loop.advance(4.9);
         EXPECT_EQ(h.work.heldCount(), 0u);
         h.loop.advance(0.1);
-        ASSERT_EQ(h.work.heldCount(), 1u);
+        // Only a failure retries, 5 s after the first of a streak.
+        ASSERT_EQ(h.work.heldCount(), c.detail.empty() ? 0u : 1u);
+        if (c.detail.empty()) {
+            EXPECT_EQ(h.menu()[0].value("toolTip", "").rfind(c.firstRow, 0), 0u) << h.menuText();
+            continue;
+        }
         EXPECT_EQ(h.app->pollTrigger(), PollTrigger::retry);
         h.finishPoll();
         EXPECT_EQ(h.app->consecutivePollFailures(), 2);
-        EXPECT_TRUE(std::holds_alternative<appstate::Unresponsive>(*h.app->renderedState()));
         auto text = h.menuText();
-        EXPECT_NE(text.find("The Corvane CLI isn't responding"), std::string::npos);
+        EXPECT_NE(text.find(c.firstRow), std::string::npos);
         EXPECT_NE(text.find(c.detail), std::string::npos) << text;
-
         // The second failure of the streak schedules no retry of its own.
         h.loop.advance(10);
         EXPECT_EQ(h.work.heldCount(), 0u);
     }
 }
 
-TEST(AppDelegate, BakedRowsForAMissingCliAndAnotherContract) {
-    struct Case {
-        const char* name;
-        bool installed;
-        std::optional<ProcessRunner::Result> result;
-        std::string title;
-    };
-    Json newer = answer();
-    newer["contract"] = 2;
-    const Case cases[] = {
-        {"no CLI", false, std::nullopt, "The Corvane CLI isn't installed"},
-        {"contract 2", true, answered(newer), "This app is too old for the installed Corvane CLI"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        Harness h;
-        h.cliInstalled = c.installed;
-        if (c.result) h.answers = {*c.result};
-        h.launch();
-        EXPECT_EQ(h.app->consecutivePollFailures(), 0);
-        EXPECT_FALSE(h.app->lastFailureDetail());
-        EXPECT_EQ(h.menu()[0].value("toolTip", "").rfind(c.title, 0), 0u) << h.menuText();
-        // Neither is a failure: no retry.
-        h.loop.advance(6);
-        EXPECT_EQ(h.work.heldCount(), 0u);
-    }
-}
-
 struct SnapshotHarness : Harness {
     std::string snapshotPath = temp / "snapshot.json";
+    std::string requestPath = temp / "refresh";
+    std::string openPath = temp / "open";
     Json announced = answer(Json::array({actionRow("From process", "a")}));
 
     SnapshotHarness() {
-        announced["snapshotFiles"] = {
-            {"snapshot", snapshotPath}, {"refreshRequest", temp / "refresh"}, {"openRequest", temp / "open"}};
+        announced["snapshotFiles"] = {{"snapshot", snapshotPath}, {"refreshRequest", requestPath}, {"openRequest", openPath}};
         announced["snapshotIdentity"] = {{"apiUrl", "https://api"}, {"webUrl", "https://app"}};
-        answers = {answered(announced)};
+        answers = {answered(announced), answered(announced), answered(announced)};
     }
     void writeSnapshot(const std::string& bootId, int sequence, const std::string& title) {
         Json file = announced;
         file["items"] = Json::array({actionRow(title, "b")});
         Instant now = loop.now();
-        file["snapshot"] = {{"version", 1},
-                            {"bootId", bootId},
-                            {"pid", 1},
-                            {"sequence", sequence},
-                            {"writtenAt", iso8601(plusSeconds(now, -2))},
-                            {"staleAfter", iso8601(plusSeconds(now, 600))},
-                            {"readStartedAt", iso8601(plusSeconds(now, -3))},
-                            {"apiUrl", "https://api"},
+        file["snapshot"] = {{"version", 1}, {"bootId", bootId}, {"pid", 1}, {"sequence", sequence},
+                            {"writtenAt", iso8601(plusSeconds(now, -2))}, {"staleAfter", iso8601(plusSeconds(now, 600))},
+                            {"readStartedAt", iso8601(plusSeconds(now, -3))}, {"apiUrl", "https://api"},
                             {"webUrl", "https://app"}};
         writeFile(snapshotPath, file.dump());
     }
 };
 
-TEST(AppDelegate, ASnapshotIsDrawnWithoutAProcessAndLoggedOncePerGeneration) {
+TEST(AppDelegate, MenuOpeningsWithinFiveSecondsRunOnceUnlessTheSnapshotAsksForAnotherRun) {
+    for (bool refreshPending : {false, true}) {
+        SCOPED_TRACE(refreshPending ? "refresh pending" : "no snapshot source");
+        SnapshotHarness h;
+        if (!refreshPending) h.answers = {answered(answer()), answered(answer())};
+        h.writeSnapshot("boot", 1, "From snapshot");
+        writeFile(h.requestPath, "");
+        setModified(h.requestPath, plusSeconds(h.loop.now(), 30));
+        h.launch();
+        h.loop.advance(10);
+        h.statusItem.reportMenuWillOpen();
+        h.settle();
+        EXPECT_EQ(h.runs.size(), 2u);
+        h.statusItem.reportMenuDidClose();
+        h.loop.advance(3);
+        h.statusItem.reportMenuWillOpen();
+        h.settle();
+        EXPECT_EQ(h.runs.size(), refreshPending ? 3u : 2u);
+        if (!refreshPending) continue;
+        EXPECT_EQ(h.app->pollSnapshotSkip(), SnapshotSkip::refreshPending);
+        // The opening told the CLI that somebody is looking.
+        std::ifstream request(h.openPath);
+        EXPECT_TRUE(parseMenuTime(std::string(std::istreambuf_iterator<char>(request), {})));
+    }
+}
+
+TEST(AppDelegate, ASnapshotIsReadOffTheMainThreadDrawnWithoutAProcessAndLoggedOncePerGeneration) {
     SnapshotHarness h;
     h.launch();
     h.writeSnapshot("boot-1", 4, "From snapshot");
     std::size_t linesBefore = h.refreshLines();
 
     h.app->refresh(PollTrigger::timer);
-    EXPECT_EQ(h.work.heldCount(), 0u);
+    EXPECT_EQ(h.menuText().find("From snapshot"), std::string::npos) << "read on the main thread";
+    h.app->refresh(PollTrigger::directoryChange);  // during the read: queued
+    h.settle();
     EXPECT_NE(h.menuText().find("From snapshot"), std::string::npos);
     EXPECT_EQ(h.refreshLines(), linesBefore + 1);
     EXPECT_NE(h.log->recentRefreshes().back().find("\"outcome\":\"drawn\""), std::string::npos);
 
-    h.app->refresh(PollTrigger::directoryChange);
-    EXPECT_EQ(h.refreshLines(), linesBefore + 1);
-
     h.writeSnapshot("boot-1", 5, "From snapshot");
     h.app->refresh(PollTrigger::timer);
+    h.settle();
     EXPECT_EQ(h.refreshLines(), linesBefore + 2);
     EXPECT_EQ(h.runs.size(), 1u);
-}
 
-TEST(AppDelegate, AReplacedCliSkipsTheSnapshot) {
-    SnapshotHarness h;
-    h.launch();
-    h.writeSnapshot("boot-1", 1, "From snapshot");
     setModified(h.cliPath, plusSeconds(h.loop.now(), -7200));
     h.app->refresh(PollTrigger::timer);
-    EXPECT_EQ(h.work.heldCount(), 1u);
     EXPECT_EQ(h.app->pollSnapshotSkip(), SnapshotSkip::cliChanged);
-    h.finishPoll();
-    EXPECT_NE(h.log->recentRefreshes().back().find("\"outcome\":\"cli-changed\""), std::string::npos);
-}
-
-TEST(AppDelegate, AnUnchangedRefreshIntervalKeepsTheTimersPhase) {
-    Harness h;
-    h.answers = {answered(answer())};  // refreshSeconds 30
-    h.launch();
-    h.loop.advance(20);
-    h.app->scheduleRefresh(30);
-    h.loop.advance(10.5);
-    EXPECT_EQ(h.work.heldCount(), 1u) << "the timer kept its phase and fired 30 s after it started";
-    EXPECT_EQ(h.app->pollTrigger(), PollTrigger::timer);
 }
 
 TEST(AppDelegate, AnOpenMenuIsRewrittenInPlaceAndAStructuralChangeWaitsForTheClose) {
@@ -366,8 +295,11 @@ TEST(AppDelegate, AnOpenMenuIsRewrittenInPlaceAndAStructuralChangeWaitsForTheClo
     EXPECT_NE(h.menuText().find("Doctor"), std::string::npos);
 }
 
-TEST(AppDelegate, TheUpdatePresentationIsRestoredPersistedAndAFailedUpdateShowsAttention) {
+TEST(AppDelegate, TheUpdatePresentationIsRestoredPersistedAndARetryStartsItAgain) {
     Harness h;
+    h.runner->runCommand = [](const CliLocator::Located&, const Arguments&, bool, std::shared_ptr<RunCancellation>) {
+        return exited(1, "", "");
+    };
     CliUpdatePresentation failed;
     failed.update = CliUpdate{CliUpdatePhase::failed, "1.5.0", "1.4.0", "It broke", false, {"update", "--background"},
                               "/tmp/update.log"};
@@ -376,11 +308,10 @@ TEST(AppDelegate, TheUpdatePresentationIsRestoredPersistedAndAFailedUpdateShowsA
     h.defaults.setData(h.app->updatePresentationKey(), encodeCliUpdatePresentation(failed));
     h.launch();
     EXPECT_EQ(h.app->updatePresentation(), failed);
-    EXPECT_TRUE(std::holds_alternative<appstate::Payload>(*h.app->renderedState()));
     EXPECT_EQ(h.app->renderedIconState(), IconState::attention);
     EXPECT_FALSE(h.statusItem.image()->isTemplate);
 
-    // Retrying starts an installation, which is written back at the next render.
+    // Choosing the update row starts an installation, which is written back at the next render.
     auto generation = h.app->updateGeneration();
     h.app->perform(cliUpdateAction(*failed.update));
     h.loop.runPending();
@@ -390,12 +321,24 @@ TEST(AppDelegate, TheUpdatePresentationIsRestoredPersistedAndAFailedUpdateShowsA
     EXPECT_TRUE(stored->isInstalling());
     EXPECT_EQ(h.app->renderedIconState(), IconState::running);
 
-    // Unreadable stored data starts empty and is logged, never shown.
+    // Its launcher fails; the run state's "Retry" starts the update the way its row does.
+    h.work.runAll();
+    h.loop.runPending();
+    ASSERT_FALSE(h.app->updatePresentation().isInstalling());
+    EXPECT_EQ(h.app->renderedIconState(), IconState::attention);
+    h.app->perform(MenuAction{"Retry", verb::RetryRun{}, std::nullopt, std::nullopt, true});
+    EXPECT_TRUE(h.app->updatePresentation().isInstalling());
+    EXPECT_EQ(h.app->updateGeneration(), generation + 2);
+
+    // A stored value that does not decode starts empty, is logged under its own operation (not
+    // a CLI run's streak), never shown, and dropped so the next launch does not report it again.
     Harness broken;
     broken.defaults.setData(broken.app->updatePresentationKey(), "{not json");
     broken.launch();
     EXPECT_FALSE(broken.app->updatePresentation().update);
-    EXPECT_EQ(broken.log->recent().size(), 1u);
+    EXPECT_FALSE(broken.defaults.data(broken.app->updatePresentationKey()));
+    ASSERT_EQ(broken.log->recent().size(), 1u);
+    EXPECT_NE(broken.log->recent().back().find("\"operation\":\"update.persistence\""), std::string::npos);
 }
 
 TEST(AppDelegate, OnlyAPollStartedAfterTheUpdateBeganConfirmsIt) {
@@ -421,17 +364,85 @@ TEST(AppDelegate, OnlyAPollStartedAfterTheUpdateBeganConfirmsIt) {
     EXPECT_EQ(h.app->updatePresentation().update->phase, CliUpdatePhase::succeeded);
 }
 
-TEST(AppDelegate, TerminationStopsTimersWatchersAndRemovesTheStatusItem) {
+TEST(AppDelegate, TerminationStopsTimersWatchersTheRunningPollAndRemovesTheStatusItem) {
     Harness h;
     Json watching = answer();
     watching["watchPaths"] = {h.temp.path()};
     h.answers = {answered(watching)};
     h.launch();
     EXPECT_EQ(h.watcher.watchedPaths(), std::vector<std::string>{h.temp.path()});
+    h.app->pollNow(PollTrigger::timer, std::nullopt);
     h.app->applicationWillTerminate();
     EXPECT_TRUE(h.statusItem.removed());
     EXPECT_TRUE(h.watcher.watchedPaths().empty());
     EXPECT_EQ(h.loop.activeTimerCount(), 0u);
+    h.finishPoll();
+    EXPECT_TRUE(h.cancelledAtStart) << "the poll's process is asked to stop";
+}
+
+// Whatever sits at the snapshot's or the open request's path, the poll goes on without it: the
+// read treats anything but a small regular file as no snapshot, and nothing blocks or throws.
+TEST(AppDelegate, HostileSnapshotAndOpenRequestPathsCountAsNoSnapshot) {
+    using Setup = std::function<void(const std::string& snapshot)>;
+    const std::pair<const char*, Setup> rows[] = {
+        {"folder", [](const std::string& path) { std::filesystem::create_directory(path); }},
+        {"link to a folder", [](const std::string& path) { std::filesystem::create_directory_symlink("/", path); }},
+        {"FIFO", [](const std::string& path) { ::mkfifo(path.c_str(), 0600); }},
+        {"endless device", [](const std::string& path) { std::filesystem::create_symlink("/dev/zero", path); }},
+        {"over the size limit", [](const std::string& path) {
+             writeFile(path, "{");
+             std::filesystem::resize_file(path, snapshotSizeLimit + 1);
+         }},
+    };
+    for (const auto& [name, setup] : rows) {
+        SCOPED_TRACE(name);
+        SnapshotHarness h;
+        h.launch();
+        setup(h.snapshotPath);
+        ASSERT_EQ(::mkfifo(h.openPath.c_str(), 0600), 0);
+        h.loop.advance(10);
+        h.statusItem.reportMenuWillOpen();
+        h.settle();
+        EXPECT_EQ(h.app->pollSnapshotSkip(), SnapshotSkip::missing);
+        EXPECT_EQ(h.runs.size(), 2u);
+        EXPECT_TRUE(std::holds_alternative<appstate::Payload>(*h.app->renderedState()));
+    }
+}
+
+// The timer runs at the CLI's interval held within 1 s and a day; the payload keeps the CLI's
+// own number. Asking again for the same interval keeps the timer's phase.
+TEST(AppDelegate, TheRefreshTimerIntervalIsHeldWithinBounds) {
+    const std::pair<double, double> rows[] = {{30, 30}, {1e10, longestRefreshSeconds}, {0.001, 1}, {-5, 60}};
+    for (const auto& [asked, used] : rows) {
+        SCOPED_TRACE(asked);
+        Harness h;
+        Json asking = answer();
+        asking["refreshSeconds"] = asked;
+        h.answers = {answered(asking)};
+        h.launch();
+        ASSERT_TRUE(h.app->lastPayload());
+        EXPECT_EQ(h.app->lastPayload()->refreshSeconds, asked);
+        h.loop.advance(used / 2);
+        h.app->scheduleRefresh(asked);
+        h.loop.advance(used / 2 - 0.25);
+        EXPECT_EQ(h.work.heldCount(), 0u);
+        h.loop.advance(0.5);
+        EXPECT_EQ(h.work.heldCount(), 1u);
+        EXPECT_EQ(h.app->pollTrigger(), PollTrigger::timer);
+    }
+}
+
+TEST(AppDelegate, TheStaleRowsAgeIsCurrentAtEachOpeningAndWhileOpen) {
+    Harness h;
+    h.launch();  // refreshSeconds 30: stale after 60 s without an answer
+    const auto staleText = [&](double age) { return "No answer for " + durationText(age); };
+    h.loop.advance(100);  // the polls of the timer stay unanswered
+    h.statusItem.reportMenuWillOpen();
+    EXPECT_NE(h.menuText().find(staleText(100)), std::string::npos) << h.menuText();
+    auto rows = h.statusItem.menu()->items();
+    h.loop.advance(200);
+    EXPECT_NE(h.menuText().find(staleText(300)), std::string::npos) << h.menuText();
+    EXPECT_EQ(h.statusItem.menu()->items(), rows) << "rewritten in place";
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <future>
+#include <limits>
 #include <string>
 #include <thread>
 #include <vector>
@@ -80,6 +81,24 @@ TEST(HeadlessMainLoop, QuitBeforeRunReturnsAtOnceAndLaterPostsAreDropped) {
     loop.post([&] { ran = true; });
     EXPECT_TRUE(runGuarded(loop));
     EXPECT_FALSE(ran);
+}
+
+// Intervals far out of range neither overflow the clock arithmetic (which made a timer due at
+// once, forever) nor keep the loop from serving posts and quitting.
+TEST(HeadlessMainLoop, TimersAtAnyIntervalWaitInsteadOfFiring) {
+    HeadlessMainLoop loop;
+    int fired = 0;
+    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+    std::vector<std::unique_ptr<TimerHandle>> timers;
+    for (double seconds : {1e10, 1e300, inf, 9.3e9}) {
+        timers.push_back(loop.repeating(seconds, [&] { ++fired; }));
+        timers.push_back(loop.oneShot(seconds, [&] { ++fired; }));
+    }
+    auto odd = loop.oneShot(nan, [&] { ++fired; });  // not a delay: runs at once
+    auto stop = loop.oneShot(0.05, [&] { loop.quit(); });
+    EXPECT_TRUE(runGuarded(loop));
+    EXPECT_EQ(fired, 1);
+    EXPECT_EQ(timers.front()->interval(), 1e10);
 }
 
 }  // namespace

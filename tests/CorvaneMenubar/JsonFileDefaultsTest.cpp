@@ -25,11 +25,10 @@ TEST(JsonFileDefaults, ValuesSurviveAReopen) {
     const std::string text = "{\"phase\":\"installing\",\"note\":\"é…\"}";
     {
         JsonFileDefaults defaults(path);
-        defaults.setData("cliUpdatePresentation.staging", text);
+        defaults.setData("text", text);
         defaults.setData("binary", binary);
         defaults.setData("empty", "");
-        defaults.setBoolean("registeredLaunchAtLoginOnFirstLaunch", true);
-        defaults.setBoolean("off", false);
+        defaults.setBoolean("flag", true);
         defaults.setData("gone", "x");
         defaults.remove("gone");
         defaults.setBoolean("replaced", true);
@@ -37,21 +36,20 @@ TEST(JsonFileDefaults, ValuesSurviveAReopen) {
         EXPECT_TRUE(defaults.synchronize());
     }
     JsonFileDefaults reopened(path);
-    using Data = std::optional<std::string>;
-    const std::vector<std::pair<std::string, Data>> data = {
-        {"cliUpdatePresentation.staging", text}, {"binary", binary}, {"empty", ""}, {"gone", std::nullopt},
-        {"replaced", "now bytes"}, {"registeredLaunchAtLoginOnFirstLaunch", std::nullopt},  // a boolean is not data
+    const std::pair<std::string, std::optional<std::string>> data[] = {
+        {"text", text}, {"binary", binary},   {"empty", ""},
+        {"gone", {}},   {"replaced", "now bytes"}, {"flag", {}},  // a boolean is not data
     };
     for (const auto& [key, value] : data) EXPECT_EQ(reopened.data(key), value) << key;
-    EXPECT_TRUE(reopened.boolean("registeredLaunchAtLoginOnFirstLaunch"));
-    EXPECT_FALSE(reopened.boolean("off") || reopened.boolean("replaced"));
+    EXPECT_TRUE(reopened.boolean("flag"));
+    EXPECT_FALSE(reopened.boolean("replaced"));
     // Text stays readable for support; no temporary file is left behind.
     EXPECT_NE(readFile(path).find("installing"), std::string::npos);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "nested/corvane"),
                             std::filesystem::directory_iterator{}), 1);
 }
 
-TEST(JsonFileDefaults, UnreadableFileIsSetAsideAndTheStoreStartsEmpty) {
+TEST(JsonFileDefaults, UnreadableFileIsSetAsideAndAFailedWriteIsReported) {
     TempFolder folder;
     const std::string path = folder / "d.json";
     for (const char* content : {"{not json", "[1,2]", "\"text\""}) {
@@ -64,33 +62,23 @@ TEST(JsonFileDefaults, UnreadableFileIsSetAsideAndTheStoreStartsEmpty) {
         EXPECT_TRUE(JsonFileDefaults(path).boolean("k"));
         std::filesystem::remove(path);
     }
-}
-
-TEST(JsonFileDefaults, FailedWriteIsReportedBySynchronize) {
-    TempFolder folder;
-    std::ofstream(folder / "file") << "x";
-    JsonFileDefaults defaults(folder / "file/below/d.json");  // a file where a folder should be
-    defaults.setBoolean("k", true);
-    EXPECT_TRUE(defaults.boolean("k"));  // kept in memory all the same
-    EXPECT_FALSE(defaults.synchronize());
+    JsonFileDefaults unwritable(folder / "d.json.corrupt/below/d.json");  // a file where a folder should be
+    unwritable.setBoolean("k", true);
+    EXPECT_TRUE(unwritable.boolean("k"));  // kept in memory all the same
+    EXPECT_FALSE(unwritable.synchronize());
 }
 
 TEST(JsonFileDefaults, DefaultPathFollowsXdgConfigHome) {
-    struct Row {
-        const char* xdg;
-        const char* home;
-        std::optional<std::string> expected;
-    };
     const std::string inXdg = "/x/config/corvane/menubar-production.json";
     const std::string inHome = "/home/u/.config/corvane/menubar-production.json";
-    const Row rows[] = {
+    const std::tuple<const char*, const char*, std::optional<std::string>> rows[] = {
         {"/x/config", "/home/u", inXdg}, {"/x/config/", "/home/u", inXdg},  {"", "/home/u", inHome},
         {nullptr, "/home/u", inHome},    {"relative", "/home/u", inHome},   {nullptr, nullptr, std::nullopt},
         {nullptr, "", std::nullopt},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.xdg ? row.xdg : "(unset)") + " " + (row.home ? row.home : "(unset)"));
-        EXPECT_EQ(JsonFileDefaults::defaultPath("production", row.xdg, row.home), row.expected);
+    for (const auto& [xdg, home, expected] : rows) {
+        SCOPED_TRACE(std::string(xdg ? xdg : "(unset)") + " " + (home ? home : "(unset)"));
+        EXPECT_EQ(JsonFileDefaults::defaultPath("production", xdg, home), expected);
     }
 }
 

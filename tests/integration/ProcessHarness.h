@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -51,20 +52,14 @@ struct Spawned {
 // This process's environment with `overrides` applied in order: "NAME=value" adds or replaces, a
 // bare "NAME" removes the variable.
 inline std::vector<std::string> mergedEnvironment(const std::vector<std::string>& overrides) {
+    std::map<std::string, std::optional<std::string>> merged;
     auto nameOf = [](const std::string& entry) { return entry.substr(0, entry.find('=')); };
+    for (char** entry = environ; *entry != nullptr; ++entry) merged.try_emplace(nameOf(*entry), *entry);
+    for (const auto& entry : overrides)
+        merged[nameOf(entry)] = entry.find('=') == std::string::npos ? std::nullopt : std::optional(entry);
     std::vector<std::string> env;
-    for (size_t i = 0; i < overrides.size(); ++i) {
-        // A later override of the same name wins.
-        bool later = false;
-        for (size_t j = i + 1; j < overrides.size(); ++j) later = later || nameOf(overrides[j]) == nameOf(overrides[i]);
-        if (!later && overrides[i].find('=') != std::string::npos) env.push_back(overrides[i]);
-    }
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string text(*entry);
-        bool overridden = false;
-        for (const auto& override : overrides) overridden = overridden || nameOf(override) == nameOf(text);
-        if (!overridden) env.push_back(text);
-    }
+    for (const auto& [name, entry] : merged)
+        if (entry) env.push_back(*entry);
     return env;
 }
 
