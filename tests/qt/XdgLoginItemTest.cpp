@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
+#include <unistd.h>
 #include <sstream>
 
 #include "CorvaneMenubar/TempFolder.h"
@@ -30,6 +32,10 @@ TEST(XdgLoginItemTest, EntryFollowsRegistrationAndHiddenMeansOff) {
     for (const char* line : {"[Desktop Entry]\n", "Type=Application\n", "Exec=\"/opt/Corvane Tools/corvane-menubar\"\n",
                              "X-GNOME-Autostart-Delay=", "X-KDE-autostart-after=panel\n", "X-LXQt-Need-Tray=true\n"})
         EXPECT_NE(text.find(line), std::string::npos) << line;
+    // Session managers skip an entry they cannot parse: the quoted Exec must pass the validator.
+    if (::access("/usr/bin/desktop-file-validate", X_OK) == 0) {
+        EXPECT_EQ(std::system(("/usr/bin/desktop-file-validate '" + item.entryPath() + "'").c_str()), 0) << text;
+    }
 
     struct Case {
         const char* entry;

@@ -148,3 +148,13 @@ records = [json.loads(line) for line in lines[:-1]]
 assert records, "no refresh was logged"
 PY
 echo "quit: exit 0, $(($(wc -l <"$logFolder/menubar-refresh.jsonl"))) refresh lines logged"
+
+# Run from a build folder, the first launch did not register itself to start at login; the
+# uninstaller's flag removes an entry without needing a display.
+entry=$XDG_CONFIG_HOME/autostart/com.usecorvane.Menubar.desktop
+[[ ! -e $entry ]] || fail "a build-folder run registered itself at login"
+mkdir -p "$(dirname "$entry")"
+printf '[Desktop Entry]\nType=Application\nName=Corvane\nExec=corvane-menubar\n' >"$entry"
+env -u DISPLAY "$app" --unregister-login-item >"$work/unregister.out" 2>&1 || fail "--unregister-login-item exited with $?"
+[[ ! -e $entry ]] || fail "--unregister-login-item left the autostart entry"
+echo "unregister: the autostart entry is gone"
