@@ -51,10 +51,11 @@ public:
     bool isShown() const { return reportedOpen_; }
 
 protected:
-    void didInsert(std::size_t index) override;
+    void didInsert(std::size_t index, NativeMenuItem& item) override;
     void didRemove(std::size_t index, NativeMenuItem& item) override;
     void willUpdate() override;
     void didChangeSettings() override;
+    void willCancelTracking() override;
 
 private:
     void watchPlainSurface();
