@@ -69,6 +69,12 @@ void QtNativeMenu::attachPlainSurface(QMenu* menu, const QString& placeholder) {
     watchPlainSurface();
 }
 
+void QtNativeMenu::setLive() {
+    if (live_) return;
+    live_ = true;
+    for (const auto& item : items()) qtItem(*item).materialize();
+}
+
 void QtNativeMenu::syncPlaceholder() {
     if (!placeholder_ || !plain_) return;
     const bool inMenu = plain_->actions().contains(placeholder_.get());
@@ -95,6 +101,7 @@ void QtNativeMenu::didInsert(std::size_t index, NativeMenuItem& inserted) {
     };
     popup_->insertAction(atIndex(*popup_), item.action());
     if (plain_) plain_->insertAction(atIndex(*plain_), item.plainAction());
+    if (live_) item.materialize();
     syncPlaceholder();
 }
 
