@@ -29,10 +29,13 @@ CliUpdateViewState QtCliUpdateWidget::state() const { return cliUpdateViewState(
 
 CliUpdateLayout QtCliUpdateWidget::layout() const { return cliUpdateLayout(width(), state().spinnerVisible); }
 
-bool QtCliUpdateWidget::reduceMotion() const { return false; }
+bool QtCliUpdateWidget::reduceMotion() const { return reduceMotion_; }
 
 void QtCliUpdateWidget::sync() {
-    if (const auto* content = contentAs<CliUpdateViewContent>()) model_ = content->model;
+    if (const auto* content = contentAs<CliUpdateViewContent>()) {
+        model_ = content->model;
+        reduceMotion_ = content->reduceMotion;
+    }
     const auto shown = state();
     setAccessibleName(QString::fromStdString(shown.title));
     setAccessibleDescription(shown.spinnerVisible ? QString::fromUtf8(updatingCliAccessibilityLabel.data(),
@@ -73,16 +76,7 @@ void QtCliUpdateWidget::paintEvent(QPaintEvent*) {
     const auto box = layout();
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
-    const QFont titleFont = QtMenuLook::font(FontRole::menu13);
-    const QFont subtitleFont = QtMenuLook::font(FontRole::system11);
-    p.setFont(titleFont);
-    p.setPen(shown.titlePrimary ? QtMenuLook::label(*this) : QtMenuLook::secondaryLabel(*this));
-    p.drawText(qrect(box.title), Qt::AlignLeft | Qt::AlignVCenter,
-               QFontMetricsF(titleFont).elidedText(QString::fromStdString(shown.title), Qt::ElideRight, box.textWidth));
-    p.setFont(subtitleFont);
-    p.setPen(QtMenuLook::secondaryLabel(*this));
-    p.drawText(qrect(box.subtitle), Qt::AlignLeft | Qt::AlignVCenter,
-               QFontMetricsF(subtitleFont).elidedText(QString::fromStdString(shown.subtitle), Qt::ElideRight, box.textWidth));
+    QtMenuLook::paint(p, *this, cliUpdateRowLayout(model_, width()));
     if (!shown.spinnerVisible) return;
     // Twelve spokes fading behind the leading one; still (the leading spoke at the top) when the
     // spinner does not turn.

@@ -33,6 +33,7 @@ private:
     bool reduceMotion() const;
 
     CliUpdate model_;
+    bool reduceMotion_ = false;
     QTimer timer_;
     int step_ = 0;
 };

@@ -6,18 +6,10 @@
 #include <QToolTip>
 #include <cmath>
 
-#include "QtHostedRowWidget.h"
 #include "QtMenuLook.h"
 #include "QtNativeMenuItem.h"
 
 namespace corvane {
-namespace {
-
-constexpr double buttonSize = 16;
-constexpr double buttonPad = 10;  // from the row's right edge
-constexpr double firstLine = 22;
-
-}  // namespace
 
 QtDismissibleRowWidget::QtDismissibleRowWidget(QtNativeMenuItem& item) : QtRowWidget(item) {}
 
@@ -28,23 +20,26 @@ void QtDismissibleRowWidget::sync() {
     update();
 }
 
+RowLayout QtDismissibleRowWidget::layout() const {
+    auto out = dismissibleRowLayout(content_, width(), item().isHighlighted(), QtMenuLook::measure());
+    // The button alone shows the pointer on it.
+    if (dismissHovered_ && !out.highlight) out = QtMenuLook::highlighted(out, width());
+    return out;
+}
+
 QRectF QtDismissibleRowWidget::dismissButton() const {
-    return {width() - buttonPad - buttonSize, (firstLine - buttonSize) / 2, buttonSize, buttonSize};
+    const auto r = *layout().dismissButton;
+    return {r.x, r.y, r.width, r.height};
 }
 
 int QtDismissibleRowWidget::naturalWidth() const {
-    return static_cast<int>(std::ceil(QtHostedRowWidget::naturalWidth(content_.content) + buttonSize + buttonPad));
+    return QtMenuLook::naturalWidth(
+        [&](double w) { return dismissibleRowLayout(content_, w, false, QtMenuLook::measure()); });
 }
 
 void QtDismissibleRowWidget::paintEvent(QPaintEvent*) {
     QPainter p(this);
-    const bool repairHighlighted = content_.repair && isCurrent() && !dismissHovered_;
-    if (repairHighlighted) QtMenuLook::drawSelection(p, *this, rect());
-    // The row's content keeps clear of the button.
-    QtHostedRowWidget::paintRow(p, *this, content_.content,
-                                QRectF(0, 0, width() - buttonSize - buttonPad + 4, height()));
-    const bool keyboardOnButton = item().isHighlighted() && !content_.repair;
-    QtMenuLook::drawDismissButton(p, *this, dismissButton(), dismissHovered_ || keyboardOnButton);
+    QtMenuLook::paint(p, *this, layout());
 }
 
 void QtDismissibleRowWidget::mouseMoveEvent(QMouseEvent* event) {

@@ -14,6 +14,7 @@ public:
     Kind kind() const override { return Kind::dismissible; }
     void sync() override;
     QRectF dismissButton() const;
+    RowLayout layout() const;
     bool dismissHovered() const { return dismissHovered_; }
 
 protected:

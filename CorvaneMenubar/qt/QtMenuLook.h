@@ -10,6 +10,7 @@
 #include <QPalette>
 
 #include "MenuModel.h"
+#include "RowLayout.h"
 #include "TextMeasure.h"
 
 class QPainter;
@@ -44,6 +45,24 @@ struct QtMenuLook {
     // A round dismiss button with a cross, in `rect` (square): filled with the selection colour
     // while `active`.
     static void drawDismissButton(QPainter& painter, const QWidget& widget, const QRectF& rect, bool active);
+
+    static QColor colour(ColourRole role, const QWidget& widget);
+    // The fonts' measurer, for the portable row layouts.
+    static const TextMeasure& measure();
+    // `layout` as drawn on a highlighted row: the highlight behind the whole row and every text
+    // in the selected text colour.
+    static RowLayout highlighted(RowLayout layout, double width);
+    // Draws a portable row layout: highlight, mark, texts (tail-truncated to their frames) and the
+    // dismiss button (the spinner is the row's own).
+    static void paint(QPainter& painter, const QWidget& widget, const RowLayout& layout);
+    // The width a layout's texts need on their lines without truncation, laid out by `make` at
+    // any width.
+    template <class Make>
+    static int naturalWidth(Make make) {
+        constexpr double wide = 4000;
+        return naturalWidthOf(make(wide), wide);
+    }
+    static int naturalWidthOf(const RowLayout& layout, double laidOutWidth);
 
     // The lightning bolt of the Corvane target, filled into `rect` (square) in `colour`.
     static void drawBolt(QPainter& painter, const QRectF& rect, const QColor& colour);

@@ -34,6 +34,7 @@ void QtMenuPresenter::setMenu(const std::shared_ptr<NativeMenu>& menu) {
     if (!menu_) return;
     exported_->clear();
     menu_->attachPlainSurface(exported_.get(), placeholder_);
+    menu_->setLive();
     QtNativeMenu::Reports reports;
     reports.opened = [this] { statusItem_.reportMenuWillOpen(); };
     reports.closed = [this] { statusItem_.reportMenuDidClose(); };

@@ -1,6 +1,7 @@
 #include "QtNativeMenu.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QMenu>
 #include <QTimer>
 #include <QWidgetAction>
@@ -68,6 +69,12 @@ void QtNativeMenu::attachPlainSurface(QMenu* menu, const QString& placeholder) {
     watchPlainSurface();
 }
 
+void QtNativeMenu::setLive() {
+    if (live_) return;
+    live_ = true;
+    for (const auto& item : items()) qtItem(*item).materialize();
+}
+
 void QtNativeMenu::syncPlaceholder() {
     if (!placeholder_ || !plain_) return;
     const bool inMenu = plain_->actions().contains(placeholder_.get());
@@ -84,15 +91,17 @@ QtNativeMenuItem* QtNativeMenu::itemFor(const QAction* action) const {
     return nullptr;
 }
 
-void QtNativeMenu::didInsert(std::size_t index) {
-    auto& item = qtItem(*itemAt(index));
-    QtNativeMenuItem* next = index + 1 < count() ? &qtItem(*itemAt(index + 1)) : nullptr;
-    popup_->insertAction(next ? next->action() : nullptr, item.action());
-    if (plain_) {
-        QAction* before = next ? next->plainAction() : nullptr;
-        if (!before && placeholder_ && plain_->actions().contains(placeholder_.get())) before = placeholder_.get();
-        plain_->insertAction(before, item.plainAction());
-    }
+void QtNativeMenu::didInsert(std::size_t index, NativeMenuItem& inserted) {
+    // `index` is a position in the surfaces as they are now (the portable list may already be
+    // further on), so the action that follows is read from each QMenu itself.
+    auto& item = qtItem(inserted);
+    const auto atIndex = [index](QMenu& menu) -> QAction* {
+        const auto actions = menu.actions();
+        return index < static_cast<std::size_t>(actions.size()) ? actions.at(static_cast<qsizetype>(index)) : nullptr;
+    };
+    popup_->insertAction(atIndex(*popup_), item.action());
+    if (plain_) plain_->insertAction(atIndex(*plain_), item.plainAction());
+    if (live_) item.materialize();
     syncPlaceholder();
 }
 
@@ -106,6 +115,13 @@ void QtNativeMenu::didRemove(std::size_t, NativeMenuItem& item) {
 void QtNativeMenu::willUpdate() { popup_->flushLayout(); }
 
 void QtNativeMenu::didChangeSettings() { popup_->setMinimumWidth(static_cast<int>(minimumWidth())); }
+
+void QtNativeMenu::willCancelTracking() {
+    // Every open level: the popups (this menu may be a submenu of the one the user opened), and
+    // the popup shown as a window where popups cannot be placed.
+    while (QWidget* popup = QApplication::activePopupWidget()) popup->close();
+    if (popup_->isVisible()) popup_->hide();
+}
 
 void QtNativeMenu::surfaceShown() {
     if (reportedOpen_) return;

@@ -47,14 +47,21 @@ public:
     // The item whose popup or mirror action is `action`, or null.
     QtNativeMenuItem* itemFor(const QAction* action) const;
 
+    // A menu that is (or may become) shown: its items build their custom row widgets. The
+    // presenter makes the status item's menu live, and a live menu its submenus; a build made
+    // off-screen stays light.
+    void setLive();
+    bool isLive() const { return live_; }
+
     // True while either surface is shown.
     bool isShown() const { return reportedOpen_; }
 
 protected:
-    void didInsert(std::size_t index) override;
+    void didInsert(std::size_t index, NativeMenuItem& item) override;
     void didRemove(std::size_t index, NativeMenuItem& item) override;
     void willUpdate() override;
     void didChangeSettings() override;
+    void willCancelTracking() override;
 
 private:
     void watchPlainSurface();
@@ -68,6 +75,7 @@ private:
     QPointer<QMenu> plain_;
     std::unique_ptr<QAction> placeholder_;
     Reports reports_;
+    bool live_ = false;
     bool reportedOpen_ = false;
     bool plainShown_ = false;
 };

@@ -123,7 +123,15 @@ void QtNativeMenuItem::syncEnabled() {
     plain_->setEnabled(isEnabled());
 }
 
+void QtNativeMenuItem::materialize() {
+    if (materialized_) return;
+    materialized_ = true;
+    syncRowWidget();
+    if (auto* sub = dynamic_cast<QtNativeMenu*>(submenu().get())) sub->setLive();
+}
+
 void QtNativeMenuItem::syncRowWidget() {
+    if (!materialized_) return;
     const auto wanted = QtRowWidget::kindFor(*this);
     QtRowWidget* shown = rowWidget();
     if (shown && shown->kind() == wanted) {
@@ -180,6 +188,7 @@ void QtNativeMenuItem::didChange(ItemField field) {
         auto* sub = dynamic_cast<QtNativeMenu*>(submenu().get());
         action_->setMenu(sub ? static_cast<QMenu*>(sub->popupMenu()) : nullptr);
         plain_->setMenu(sub ? sub->plainMenu() : nullptr);
+        if (sub && materialized_) sub->setLive();
         break;
     }
     case ItemField::badge: {

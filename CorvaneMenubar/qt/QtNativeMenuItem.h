@@ -35,6 +35,11 @@ public:
     // chose it has been handled, even when the builder drops it from the menu meanwhile.
     void choose(const Activation& activation);
 
+    // Builds the custom row widget and keeps it current from now on. Items of an off-screen build
+    // (most of them only hand their content to a live item) never pay for a widget.
+    void materialize();
+    bool isMaterialized() const { return materialized_; }
+
     // The one-line text of the exported mirror: custom and two-line rows as their plain text.
     std::string plainTitle() const;
 
@@ -49,6 +54,7 @@ private:
 
     std::unique_ptr<QWidgetAction> action_;
     std::unique_ptr<QAction> plain_;
+    bool materialized_ = false;
 };
 
 }  // namespace corvane

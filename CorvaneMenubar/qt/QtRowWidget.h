@@ -8,6 +8,7 @@
 #include <QWidget>
 
 #include "NativeMenu.h"
+#include "RowLayout.h"
 
 class QMenu;
 

@@ -18,6 +18,7 @@ public:
     QSize sizeHint() const override;
     // The dismiss button, or an empty rectangle when the row has none.
     QRectF dismissButton() const;
+    RowLayout layout() const;
 
 protected:
     int naturalWidth() const override;
@@ -28,14 +29,6 @@ protected:
     void leaveEvent(QEvent* event) override;
 
 private:
-    struct Line {
-        QString text;
-        FontRole font = FontRole::menu13;
-        bool secondary = false;
-    };
-    std::vector<Line> lines() const;
-    bool hasDismiss() const;
-
     bool dismissHovered_ = false;
 };
 

@@ -8,6 +8,8 @@ namespace {
 
 using Kind = QtRowWidget::Kind;
 
+QtAgentRowWidget& agentWidget(QtNativeMenuItem& item) { return *dynamic_cast<QtAgentRowWidget*>(item.rowWidget()); }
+
 std::vector<QAction*> actionsOf(QMenu& menu) {
     const auto list = menu.actions();
     return {list.begin(), list.end()};
@@ -39,14 +41,14 @@ TEST_F(QtMenuFixture, AnOpenMenuIsRewrittenInPlaceKeepingActionsHighlightAndSubm
 
     const auto popupActions = actionsOf(popup());
     const auto mirrorActions = actionsOf(*presenter.exportedMenu());
-    QWidget* const agentWidget = agentItem.rowWidget();
+    QWidget* const shownWidget = agentItem.rowWidget();
     submit(sessions("idle", "3m ago"));
 
     EXPECT_EQ(actionsOf(popup()), popupActions);
     EXPECT_EQ(actionsOf(*presenter.exportedMenu()), mirrorActions);
     EXPECT_EQ(popup().activeAction(), agentItem.action());
     EXPECT_TRUE(agentItem.isHighlighted());
-    EXPECT_EQ(agentItem.rowWidget(), agentWidget);
+    EXPECT_EQ(agentItem.rowWidget(), shownWidget);
     EXPECT_EQ(agentItem.action()->text(), QStringLiteral("Fix checkout · 3m ago"));
     EXPECT_EQ(presenter.exportedMenu()->actions().at(1)->text(), QStringLiteral("Fix checkout · 3m ago"));
 
@@ -179,6 +181,30 @@ TEST_F(QtMenuFixture, OpeningAndClosingReachTheStatusItemOnceAndAfterTheChosenAc
     QTest::keyClick(&popup(), Qt::Key_Return);
     QApplication::processEvents();
     EXPECT_EQ(events, (std::vector<std::string>{"open", "chosen", "close"}));
+    EXPECT_FALSE(builder.isTracking());
+}
+
+}  // namespace
+}  // namespace corvane::qttest
+
+namespace corvane::qttest {
+namespace {
+
+// Where popups cannot be placed (Wayland) the same menu opens as a window that a choice closes.
+TEST_F(QtMenuFixture, TheWindowPlacementShowsTheSameMenuAndAChoiceClosesIt) {
+    QtMenuPresenter windowed(statusItem, QStringLiteral("Corvane"), QtMenuPresenter::Placement::window);
+    windowed.setMenu(builder.menu());
+    submit({agentRow("a", "Fix checkout", "working"), action("Dashboard")});
+    windowed.popupAtCursor();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&popup()));
+    EXPECT_FALSE(popup().windowFlags().testFlag(Qt::Popup));
+    EXPECT_TRUE(builder.isTracking());
+    EXPECT_TRUE(agentWidget(itemAt(0)).isPulsing());
+    popup().setActiveAction(itemAt(0).action());
+    QTest::keyClick(&popup(), Qt::Key_Return, Qt::AltModifier);
+    QApplication::processEvents();
+    EXPECT_EQ(performed, std::vector<std::string>{"Fix checkout"});
+    EXPECT_FALSE(popup().isVisible());
     EXPECT_FALSE(builder.isTracking());
 }
 
