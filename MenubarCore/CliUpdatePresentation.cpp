@@ -141,7 +141,6 @@ void CliUpdatePresentation::observe(const MenuPayload& payload, std::string_view
         const std::string source = sourceVersion.value_or(std::string());
         const bool newerVersion = newer(payload.cliVersion, source);
         const bool pathChanged = !cliPath.empty() && sourcePath && !sourcePath->empty() && *sourcePath != cliPath;
-        const bool otherVersion = payload.cliVersion != source;
         const CliUpdate* row = firstUpdateRow(payload.items);
         const bool cliConfirmed = payload.cliUpToDateAt && startedAt && *payload.cliUpToDateAt > *startedAt;
 
@@ -150,7 +149,7 @@ void CliUpdatePresentation::observe(const MenuPayload& payload, std::string_view
             update->installedVersion = payload.cliVersion;
             update->detail.reset();
         };
-        if (newerVersion || (pathChanged && otherVersion)) {
+        if (newerVersion) {
             finish(Phase::succeeded);
         } else if ((pathChanged && !row) || (!row && cliConfirmed)) {
             finish(Phase::upToDate);

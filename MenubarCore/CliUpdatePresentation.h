@@ -62,7 +62,6 @@ struct CliUpdatePresentation {
     // Signals:
     //   newerVersion  newer(payload.cliVersion, sourceVersion)
     //   pathChanged   cliPath and sourcePath both non-empty and different
-    //   otherVersion  payload.cliVersion != sourceVersion
     //   noRow         payload.items holds no `cliUpdate` row
     //   cliConfirmed  payload.cliUpToDateAt is present and later than startedAt
     //   rowFailed     the payload's first `cliUpdate` row has phase `failed`
@@ -71,15 +70,16 @@ struct CliUpdatePresentation {
     //   | # | condition                              | result                                        |
     //   |---|----------------------------------------|-----------------------------------------------|
     //   | 1 | newerVersion                           | succeeded, installedVersion = payload's       |
-    //   | 2 | pathChanged and otherVersion           | succeeded, installedVersion = payload's       |
-    //   | 3 | pathChanged and noRow                  | upToDate, installedVersion = payload's        |
-    //   | 4 | noRow and cliConfirmed                 | upToDate, installedVersion = payload's        |
-    //   | 5 | installing, rowFailed, allowFailure    | failed, detail = the row's detail (if any),   |
+    //   | 2 | pathChanged and noRow                  | upToDate, installedVersion = payload's        |
+    //   | 3 | noRow and cliConfirmed                 | upToDate, installedVersion = payload's        |
+    //   | 4 | installing, rowFailed, allowFailure    | failed, detail = the row's detail (if any),   |
     //   |   |                                        | installedVersion = payload's                  |
-    //   | 6 | otherwise                              | unchanged                                     |
-    // Rows 1–4 clear `detail`. A failed update confirmed later (rows 1–4) becomes a success: the
-    // installation did arrive, only late. Without `allowFailure` (another run's state owns the
-    // failure) an installation never fails here; `expire` still bounds it.
+    //   | 5 | otherwise                              | unchanged                                     |
+    // Rows 1–3 clear `detail`. A failed update confirmed later (rows 1–3) becomes a success: the
+    // installation did arrive, only late. Only a newer version is "updated to": a CLI found at
+    // another path with an older or equal version was not installed by this update. Without
+    // `allowFailure` (another run's state owns the failure) an installation never fails here;
+    // `expire` still bounds it.
     //
     // Remembered phase `available`, `succeeded` or `upToDate`, or nothing remembered: unchanged.
     // A finished result stays until it has been shown and the menu closed.

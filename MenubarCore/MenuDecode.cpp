@@ -511,13 +511,13 @@ std::optional<ClientDiagnostic> desktopDiagnostic(const Json& value) {
     return diagnostic;
 }
 
-// The timing report stands when the diagnostic carries "stageMs" or "requests" of the right shape.
-std::optional<CliRefreshReport> refreshReport(const Json& value) {
+// A present diagnostic always yields a timing report; missing or damaged "stageMs" and
+// "requests" leave it empty rather than absent.
+CliRefreshReport refreshReport(const Json& value) {
     const Json* stages = member(value, "stageMs");
     const Json* requests = member(value, "requests");
     if (stages && !stages->is_object()) stages = nullptr;
     if (requests && !requests->is_array()) requests = nullptr;
-    if (!stages && !requests) return std::nullopt;
     CliRefreshReport report;
     if (stages) {
         for (auto it = stages->begin(); it != stages->end(); ++it) {

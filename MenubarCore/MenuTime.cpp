@@ -161,7 +161,8 @@ std::string wordedAge(std::string_view text, std::string_view separator, std::st
 std::string durationText(double seconds) {
     // A non-finite duration has no sensible words; it reads as no time at all.
     const double s = std::isfinite(seconds) ? std::round(seconds) : 0.0;
-    if (s <= 59) return counted(std::max(s, 0.0), "second", s != 1);
+    // A rounded value in (-0.5, 0] is negative zero, which must not print as "-0".
+    if (s <= 59) return counted(s > 0 ? s : 0.0, "second", s != 1);
     if (s <= 3599) return counted(std::floor(s / 60), "minute", s >= 120);
     if (s < 86'400) return counted(std::floor(s / 3600), "hour", s >= 7200);
     return counted(std::floor(s / 86'400), "day", s >= 172'800);

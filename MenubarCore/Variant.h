@@ -42,7 +42,9 @@ struct Variant {
 
     // The arguments of the menu poll: "menu", plus "--env <name>" outside production.
     std::vector<std::string> menuArguments() const;
-    // "Corvane", or "Corvane Staging" for an environment named staging.
+    // "Corvane", or "Corvane Staging" for an environment named staging: each word's first letter
+    // upper case and the rest lower case, by the simple case pairs of Latin, Greek, Cyrillic and
+    // Armenian (so "émeraude" reads "Émeraude"); malformed UTF-8 bytes are kept as they are.
     std::string displayName() const;
     // The first character of the name in upper case (one UTF-8 character); nothing for
     // production or an empty name.

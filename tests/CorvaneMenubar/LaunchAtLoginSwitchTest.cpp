@@ -14,22 +14,13 @@ namespace {
 const std::string attemptKey(firstLaunchAttemptKey);
 using S = LoginItemStatus;
 
-// First launch remembers the attempt only when the decision was carried out.
 TEST(LaunchAtLoginSwitch, FirstLaunchSetsTheFlagOnlyWhenTheDecisionWasCarriedOut) {
     const std::string app = "/Applications/Corvane.app";
-    struct Row {
-        std::string path;
-        S status;
-        bool registerFails, flagBefore;
-        int registerCalls;
-        bool flagAfter;
-    };
+    struct Row { std::string path; S status; bool registerFails, flagBefore; int registerCalls; bool flagAfter; };
     const Row rows[] = {
-        {app, S::notRegistered, false, false, 1, true},
-        {app, S::notRegistered, true, false, 1, false},  // a failed registration retries next launch
-        {app, S::enabled, false, false, 0, true},
-        {"/home/me/build/corvane-menubar", S::notRegistered, false, false, 0, false},  // build folder: skip, forget
-        {app, S::notRegistered, false, true, 0, true},
+        // A failed registration retries next launch; a build folder is skipped and forgotten.
+        {app, S::notRegistered, false, false, 1, true}, {app, S::notRegistered, true, false, 1, false},
+        {"/home/me/build/corvane-menubar", S::notRegistered, false, false, 0, false}, {app, S::notRegistered, false, true, 0, true},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(&r - rows);
@@ -48,16 +39,10 @@ TEST(LaunchAtLoginSwitch, FirstLaunchSetsTheFlagOnlyWhenTheDecisionWasCarriedOut
 }
 
 TEST(LaunchAtLoginSwitch, ToggleAndUnregisterFollowTheServiceStatus) {
-    struct Row {
-        S status;
-        bool serviceFails, toggleResult;
-        int registerCalls, unregisterCalls;
-        std::vector<std::string> log;
-    };
+    struct Row { S status; bool serviceFails, toggleResult; int registerCalls, unregisterCalls; std::vector<std::string> log; };
     const Row rows[] = {
         {S::enabled, false, true, 0, 1, {}},
         {S::enabled, true, false, 0, 1, {"Launch at Login toggle failed: busy"}},
-        {S::notRegistered, false, true, 1, 0, {}},
         {S::requiresApproval, false, true, 1, 0, {}},  // awaiting approval registers again
         {S::notFound, true, false, 1, 0, {"Launch at Login registration failed: busy"}},
     };
@@ -69,8 +54,7 @@ TEST(LaunchAtLoginSwitch, ToggleAndUnregisterFollowTheServiceStatus) {
         std::vector<std::string> log;
         LaunchAtLoginSwitch sw(item, [&](std::string_view line) { log.emplace_back(line); });
         EXPECT_EQ(sw.toggle(), r.toggleResult);
-        EXPECT_EQ(item.registerCalls, r.registerCalls);
-        EXPECT_EQ(item.unregisterCalls, r.unregisterCalls);
+        EXPECT_EQ(std::pair(item.registerCalls, item.unregisterCalls), std::pair(r.registerCalls, r.unregisterCalls));
         EXPECT_EQ(log, r.log);
     }
 

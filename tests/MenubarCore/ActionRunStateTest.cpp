@@ -63,10 +63,7 @@ TEST(ActionRunState, RunningBlocksCliRowsAtEveryLevelAndLeavesTheRestClickable) 
     update.run = {"update", "--background"};
     const MenuAction dismissAction = act("Hide", verb::Run{{"dismiss", "x"}});
 
-    const auto enabled = [](MenuAction a, bool isEnabled) {
-        a.isEnabled = isEnabled;
-        return a;
-    };
+    const auto enabled = [](MenuAction a, bool on) { a.isEnabled = on; return a; };
     const auto statusWith = [&](MenuVerb verb, bool on) {
         return MenuItem(row::Status{StatusMark::warn, "Problem", std::nullopt, dismissAction, enabled(act("Fix", verb), on)});
     };
@@ -79,7 +76,6 @@ TEST(ActionRunState, RunningBlocksCliRowsAtEveryLevelAndLeavesTheRestClickable) 
     // Each row is checked on its own, at the top level and two submenus deep.
     std::vector<std::pair<MenuItem, MenuItem>> rows = {
         {actionRow("Log in", verb::Run{{"login"}}), blocked("Log in")},
-        {actionRow("Open in Terminal", verb::Terminal{{"x"}}), blocked("Open in Terminal")},
         {actionRow("Sync", backgroundNoFallback), blocked("Sync")},
         {actionRow("Update", verb::CliUpdate{update}), blocked("Update")},
         {row::CliUpdate{update}, row::CliUpdate{blockedUpdate}},
@@ -88,7 +84,7 @@ TEST(ActionRunState, RunningBlocksCliRowsAtEveryLevelAndLeavesTheRestClickable) 
     };
     for (const MenuItem& unchanged :
          {statusWith(verb::Url{"https://x"}, true), actionRow("Copy", verb::Copy{"text"}),
-          actionRow("Focus", verb::Focus{"/dev/ttys001", 12, std::nullopt}), MenuItem(row::Separator{}),
+          MenuItem(row::Separator{}),
           MenuItem(row::Agent{AgentRow{"a1", "claude", {}, {}, {}, act("Open", verb::Url{"corvane://a1"})}})})
         rows.emplace_back(unchanged, unchanged);
     const ActionRunState running{act("Log in", verb::Run{{"login"}}), ActionRunState::Running{}};

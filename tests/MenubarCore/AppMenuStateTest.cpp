@@ -21,57 +21,43 @@ MenuPayload payloadWith(double refreshSeconds, std::optional<MenuIcon> icon) {
 
 TEST(AppMenuState, DecidesInAFixedOrder) {
     const MenuPayload payload = payloadWith(30, MenuIcon::running);
-    auto inputs = [&](double secondsSinceLaunch) {
-        AppStateInputs in;
-        in.launchedAt = launched;
-        in.now = plusSeconds(launched, secondsSinceLaunch);
-        return in;
-    };
-    struct Row { const char* name; AppStateInputs in; AppMenuState expected; };
-    auto with = [&](double since, auto change) {
-        AppStateInputs in = inputs(since);
-        change(in);
-        return in;
-    };
     const Instant answeredAt = plusSeconds(launched, 100);
-    const Row rows[] = {
-        {"mismatch beats a missing CLI", with(0, [](auto& in) { in.cliLocated = false; in.contractMismatch = 2; }),
-         appstate::ContractMismatch{2}},
-        {"mismatch beats a fresh payload",
-         with(100, [&](auto& in) { in.cliLocated = true; in.contractMismatch = 7; in.lastPayload = payload; in.lastSuccessAt = answeredAt; }),
-         appstate::ContractMismatch{7}},
-        {"search running", with(500, [](auto& in) { in.consecutivePollFailures = 9; }), appstate::Checking{}},
-        {"no CLI", with(0, [&](auto& in) { in.cliLocated = false; in.lastPayload = payload; in.lastSuccessAt = answeredAt; }),
-         appstate::CliNotFound{}},
-        {"fresh at exactly two intervals",
-         with(160, [&](auto& in) { in.cliLocated = true; in.lastPayload = payload; in.lastSuccessAt = answeredAt; }),
-         appstate::Payload{payload}},
-        {"stale just after two intervals",
-         with(160.001, [&](auto& in) { in.cliLocated = true; in.lastPayload = payload; in.lastSuccessAt = answeredAt; }),
-         appstate::StalePayload{payload, answeredAt}},
-        {"payload without its time counts as none",
-         with(5, [&](auto& in) { in.cliLocated = true; in.lastPayload = payload; in.consecutivePollFailures = 2; in.lastFailureDetail = "boom"; }),
-         appstate::Unresponsive{"boom"}},
-        {"first failure within two minutes", with(120, [](auto& in) { in.cliLocated = true; in.consecutivePollFailures = 1; }),
-         appstate::Checking{}},
-        {"first failure after two minutes", with(120.5, [](auto& in) { in.cliLocated = true; in.consecutivePollFailures = 1; }),
-         appstate::Unresponsive{}},
-        {"second failure early", with(5, [](auto& in) { in.cliLocated = true; in.consecutivePollFailures = 2; in.lastFailureDetail = ""; }),
-         appstate::Unresponsive{""}},
-        {"clock before launch", with(-30, [](auto& in) { in.cliLocated = true; }), appstate::Checking{}},
+    struct Row {
+        const char* name;
+        double sinceLaunch;
+        std::optional<bool> cliLocated;
+        bool hasPayload, hasAnswerTime;
+        std::optional<std::int64_t> mismatch;
+        std::int64_t failures;
+        std::optional<std::string> detail;
+        AppMenuState expected;
     };
-    for (const auto& row : rows) EXPECT_EQ(appMenuState(row.in), row.expected) << row.name;
+    const Row rows[] = {
+        {"mismatch beats a fresh payload", 100, true, true, true, 7, 0, {}, appstate::ContractMismatch{7}},
+        {"search running", 500, {}, false, false, {}, 9, {}, appstate::Checking{}},
+        {"no CLI", 0, false, true, true, {}, 0, {}, appstate::CliNotFound{}},
+        {"fresh at exactly two intervals", 160, true, true, true, {}, 0, {}, appstate::Payload{payload}},
+        {"stale just after two intervals", 160.001, true, true, true, {}, 0, {}, appstate::StalePayload{payload, answeredAt}},
+        {"payload without its time counts as none", 5, true, true, false, {}, 2, "boom", appstate::Unresponsive{"boom"}},
+        {"first failure within two minutes", 120, true, false, false, {}, 1, {}, appstate::Checking{}},
+        {"first failure after two minutes", 120.5, true, false, false, {}, 1, {}, appstate::Unresponsive{}},
+        {"clock before launch", -30, true, false, false, {}, 0, {}, appstate::Checking{}},
+    };
+    for (const auto& row : rows) {
+        const AppStateInputs in{row.cliLocated, row.hasPayload ? std::optional(payload) : std::nullopt,
+                                row.hasAnswerTime ? std::optional(answeredAt) : std::nullopt, row.mismatch, row.failures,
+                                row.detail, launched, plusSeconds(launched, row.sinceLaunch)};
+        EXPECT_EQ(appMenuState(in), row.expected) << row.name;
+    }
 }
 
 TEST(AppMenuState, ShowsAnIconOnlyForAFreshPayload) {
     const std::pair<AppMenuState, IconState> rows[] = {
         {appstate::Payload{payloadWith(60, MenuIcon::running)}, IconState::running},
         {appstate::Payload{payloadWith(60, MenuIcon::attention)}, IconState::attention},
-        {appstate::Payload{payloadWith(60, MenuIcon::paused)}, IconState::paused},
         {appstate::Payload{payloadWith(60, std::nullopt)}, IconState::unknown},
         {appstate::StalePayload{payloadWith(60, MenuIcon::attention), launched}, IconState::unknown},
         {appstate::Unresponsive{}, IconState::unknown}, {appstate::ContractMismatch{2}, IconState::unknown},
-        {appstate::Checking{}, IconState::unknown}, {appstate::CliNotFound{}, IconState::unknown},
     };
     for (const auto& [state, icon] : rows) EXPECT_EQ(iconState(state), icon) << stateName(state);
 }
@@ -99,7 +85,6 @@ TEST(AppMenuState, BakesItsOwnRows) {
         {appstate::Unresponsive{"corvane menu didn't answer within 90 seconds"}, std::vector<MenuItem>{
              neverAnswered, row::Status{StatusMark::muted, "corvane menu didn't answer within 90 seconds", {}, {}, {}}}},
         {appstate::Unresponsive{""}, std::vector<MenuItem>{neverAnswered}},
-        {appstate::Unresponsive{}, std::vector<MenuItem>{neverAnswered}},
         {appstate::StalePayload{payloadWith(60, MenuIcon::running), launched},
          std::vector<MenuItem>{row::Status{StatusMark::problem, notResponding,
                                            "No answer for 3 minutes. This menu can't show current status.", {}, diagnostics}}},

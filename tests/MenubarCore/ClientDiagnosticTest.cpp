@@ -24,17 +24,14 @@ TEST(ClientDiagnosticTest, PlatformErrorsBecomeDiagnostics) {
     // only counts when it is a POSIX one; the error's own POSIX code wins over an underlying one.
     const std::vector<std::pair<SystemError, ClientDiagnostic>> rows{
         {SystemError::posix(2), cli(Out::missing, posix, "2")}, {SystemError::posix(1), cli(Out::denied, posix, "1")},
-        {SystemError::posix(13), cli(Out::denied, posix, "13")}, {SystemError::posix(5), cli(Out::failed, posix, "5")},
+        {SystemError::posix(5), cli(Out::failed, posix, "5")},
         {{cocoa, 260, ErrorCode{posix, 13}}, cli(Out::denied, cocoa, "260", posix, "13")},
-        {{cocoa, 260, nullopt}, cli(Out::missing, cocoa, "260")}, {{cocoa, 4, nullopt}, cli(Out::missing, cocoa, "4")},
-        {{cocoa, 257, nullopt}, cli(Out::denied, cocoa, "257")}, {{cocoa, 513, nullopt}, cli(Out::denied, cocoa, "513")},
+        {{cocoa, 4, nullopt}, cli(Out::missing, cocoa, "4")}, {{cocoa, 257, nullopt}, cli(Out::denied, cocoa, "257")},
         {{cocoa, 513, ErrorCode{posix, 28}}, cli(Out::denied, cocoa, "513", posix, "28")},
-        {{cocoa, 4, ErrorCode{posix, 1}}, cli(Out::denied, cocoa, "4", posix, "1")},
         {{cocoa, 512, ErrorCode{posix, 2}}, cli(Out::missing, cocoa, "512", posix, "2")},
         {{cocoa, 512, ErrorCode{os, 2}}, cli(Out::failed, cocoa, "512", os, "2")},
         {{posix, 5, ErrorCode{posix, 13}}, cli(Out::failed, posix, "5", posix, "13")},
         {{"com.example.App", -42, ErrorCode{"MyDomain", 7}}, cli(Out::failed, "other", "-42", "other", "7")},
-        {{"NSMachErrorDomain", 268435459, nullopt}, cli(Out::failed, "NSMachErrorDomain", "268435459")},
         {{"nsposixerrordomain", 2, nullopt}, cli(Out::failed, "other", "2")},
     };
     for (const auto& [error, expected] : rows)
@@ -61,11 +58,9 @@ TEST(ClientDiagnosticTest, CliMarkerLines) {
     auto found = [](Out outcome, const char* domain, const char* code) {
         return ClientDiagnostic{Op::menuPoll, outcome, domain, code, nullopt, nullopt};
     };
+    const auto failed = [](const std::string& domain, const std::string& code) { return marker(envelope("failed", domain, code)); };
     const std::string valid = marker(envelope("missing", "POSIX", "ENOENT"));
     const auto enoent = found(Out::missing, "POSIX", "ENOENT");
-    const auto failed = [](const std::string& domain, const std::string& code) {
-        return marker(envelope("failed", domain, code));
-    };
     const std::string a32(32, 'A');
     const std::vector<std::tuple<const char*, std::optional<std::string>, std::optional<ClientDiagnostic>>> rows{
         {"absent", nullopt, nullopt}, {"plain output", "Error: something broke\n", nullopt},
@@ -74,18 +69,13 @@ TEST(ClientDiagnosticTest, CliMarkerLines) {
          found(Out::failed, "Corvane", "LATER")},
         {"later invalid version skipped", valid + "\n" + marker(envelope("failed", "Corvane", "LATER", 2)) + "\n", enoent},
         {"carriage return line ends", valid + "\r\n", enoent},
-        {"another allowed domain", failed("JavaScript", "TypeError"), found(Out::failed, "JavaScript", "TypeError")},
         {"code of 32 characters", failed("Corvane", a32), found(Out::failed, "Corvane", a32.c_str())},
-        {"code of 33 characters", failed("Corvane", a32 + "A"), nullopt},
-        {"code with a dot", failed("Corvane", "E.X"), nullopt}, {"empty code", failed("Corvane", ""), nullopt},
-        {"domain Other", failed("Other", "E"), nullopt}, {"domain lower case", failed("posix", "E"), nullopt},
-        {"invalid utf-8 in the envelope", failed("POSIX", "\xff"), nullopt},
+        {"code of 33 characters", failed("Corvane", a32 + "A"), nullopt}, {"code with a dot", failed("Corvane", "E.X"), nullopt},
+        {"domain lower case", failed("posix", "E"), nullopt}, {"invalid utf-8", failed("POSIX", "\xff"), nullopt},
         {"outcome available", marker(envelope("available", "POSIX", "E")), nullopt},
         {"no space after the prefix", "CORVANE_DIAGNOSTIC" + envelope("failed", "POSIX", "E"), nullopt},
         {"prefix not at line start", " " + valid, nullopt}, {"trailing text after the json", valid + " x", nullopt},
-        {"version as text", marker(R"({"version":"1","failure":{"outcome":"failed","domain":"POSIX","code":"E"}})"), nullopt},
         {"code as number", marker(R"({"version":1,"failure":{"outcome":"failed","domain":"POSIX","code":5}})"), nullopt},
-        {"failure missing", marker(R"({"version":1})"), nullopt}, {"not json", marker("{"), nullopt},
         {"extra keys ignored",
          marker(R"({"version":1,"x":[1],"failure":{"outcome":"failed","domain":"POSIX","code":"E","path":"/u"}})"),
          found(Out::failed, "POSIX", "E")},
@@ -119,10 +109,7 @@ TEST(ClientDiagnosticTest, JsonRoundTripAndStrictReading) {
     const std::vector<std::pair<const char*, std::optional<ClientDiagnostic>>> reads{
         {R"({"operation":"menu.poll","outcome":"failed","domain":"x","extra":1})",
          ClientDiagnostic{Op::menuPoll, Out::failed, "x", nullopt, nullopt, nullopt}},
-        {R"({"operation":"menu.poll","outcome":"failed","code":null})",
-         ClientDiagnostic{Op::menuPoll, Out::failed, nullopt, nullopt, nullopt, nullopt}},
         {R"({"operation":"menu.poll"})", nullopt},
-        {R"({"outcome":"failed"})", nullopt},
         {R"({"operation":"menu.refresh","outcome":"failed"})", nullopt},
         {R"({"operation":"menu.poll","outcome":"FAILED"})", nullopt},
         {R"({"operation":"menu.poll","outcome":"failed","code":2})", nullopt},
@@ -131,16 +118,6 @@ TEST(ClientDiagnosticTest, JsonRoundTripAndStrictReading) {
     for (const auto& [text, expected] : reads)
         EXPECT_EQ(clientDiagnosticFromJson(nlohmann::json::parse(text)), expected) << text;
 }
-
-TEST(ClientDiagnosticTest, WireWordsRoundTrip) {
-    for (auto op : {Op::cliRun, Op::menuAnalytics, Op::menuPoll, Op::claudeDesktopRegistry, Op::terminalOpen,
-                    Op::terminalFocus})
-        EXPECT_EQ(diagnosticOperationFromWord(wireWord(op)), op) << wireWord(op);
-    for (auto out : {Out::available, Out::missing, Out::denied, Out::failed, Out::notNeeded})
-        EXPECT_EQ(diagnosticOutcomeFromWord(wireWord(out)), out) << wireWord(out);
-    EXPECT_EQ(diagnosticOutcomeFromWord("notNeeded"), nullopt);
-}
-
 
 // Whatever stderr holds, only the last few short, shallow markers reach the JSON parser.
 TEST(ClientDiagnosticTest, CliMarkerSearchIsBounded) {

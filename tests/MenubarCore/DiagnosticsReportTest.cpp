@@ -24,9 +24,6 @@ TEST(DiagnosticsReport, Lines) {
          head + "\nCorvane CLI 1.4.0-beta.2+7" + noPayload},
         {"CLI version with a space", {"0.3.1", "staging", "1.4 beta", {}, {}, "", copiedAt},
          head + "\nCorvane CLI unrecognized" + noPayload},
-        {"empty CLI version", {"0.3.1", "staging", "", {}, {}, "", copiedAt}, head + "\nCorvane CLI unrecognized" + noPayload},
-        {"app version as given", {"0.3.1 dev", "staging", {}, {}, {}, "", copiedAt},
-         "Corvane menu bar app 0.3.1 dev (staging) / menu contract 1\nCopied 2025-01-31T09:15:00Z" + noPayload},
         {"payload 90 s ago, then the log summary last",
          {"0.3.1", "staging", "1.4.0", plusSeconds(copiedAt, -90), "boom", "line one\nline two", copiedAt},
          head +

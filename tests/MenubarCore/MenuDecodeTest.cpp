@@ -1,6 +1,5 @@
 #include "MenuDecode.h"
 
-#include <chrono>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -56,6 +55,11 @@ MenuAction act(std::string title, MenuVerb verb, std::optional<Arguments> report
 
 MenuItem actionRow(std::string title, MenuVerb verb) { return row::Action{act(std::move(title), std::move(verb))}; }
 
+Json item(const char* type, Json fields) {
+    fields["type"] = type;
+    return fields;
+}
+
 TEST(MenuDecode, StrictAtTheTop) {
     struct Row { std::string bytes, expected; };  // expected: "payload", "mismatch: N" or the start of "invalid: ..."
     Json noItems = base();
@@ -64,39 +68,21 @@ TEST(MenuDecode, StrictAtTheTop) {
     const Row rows[] = {
         {base().dump(), "payload"},
         {answerWith({{"contract", 2}}), "mismatch: 2"},
-        {answerWith({{"contract", 3'000'000'000LL}}), "mismatch: 3000000000"},
-        {answerWith({{"contract", 1.0}}), "payload"},
         {noItems.dump(), "invalid: items: missing"},
-        {answerWith({{"contract", nullptr}}), "invalid: contract: missing"},
         {answerWith({{"contract", "1"}}), "invalid: contract: expected an integer, found a string"},
-        {answerWith({{"contract", 1.5}}), "invalid: contract: expected an integer"},
-        {answerWith({{"contract", 1e30}}), "invalid: contract: expected an integer"},
         {R"({"contract": 9223372036854775808})", "invalid: contract: expected an integer"},
         {answerWith({{"appEnv", 7}}), "invalid: appEnv: expected a string, found a number"},
         {answerWith({{"cliVersion", nullptr}}), "invalid: cliVersion: missing"},
-        {answerWith({{"icon", true}}), "invalid: icon: expected a string, found a boolean"},
-        {answerWith({{"refreshSeconds", "60"}}), "invalid: refreshSeconds: expected a finite number"},
-        {answerWith({{"refreshSeconds", 60.5}}), "payload"},
-        {R"({"contract": 1, "refreshSeconds": 1e400})", "invalid: not a JSON answer"},
-        {answerWith({{"watchPaths", "/tmp"}}), "invalid: watchPaths: expected an array of strings, found a string"},
         {answerWith({{"watchPaths", {"/a", 3}}}), "invalid: watchPaths[1]: expected a string, found a number"},
-        {answerWith({{"items", Json::object()}}), "invalid: items: expected an array of items, found an object"},
         {answerWith({{"items", {Json::object(), Json::object(), 5}}}), "invalid: items[2]: expected an object"},
-        {answerWith({{"items", {{{"type", "separator"}}, {{"type", "action"}, {"title", 3}}}}}),
-         "invalid: items[1].title: expected a string, found a number"},
         {answerWith({{"more", {{{"type", "action"}, {"run", {"ok", 2}}}}}}),
          "invalid: more[0].run[1]: expected a string"},
         {answerWith({{"items", {{{"type", "submenu"}, {"title", "S"}, {"items", {{{"diagnostics", "yes"}}}}}}}}),
          "invalid: items[0].items[0].diagnostics: expected a boolean, found a string"},
         // Strict keys fail on any item type, even one that would not be shown.
         {answerWith({{"items", {{{"type", "weird"}, {"badge", 1}}}}}), "invalid: items[0].badge: expected a string"},
-        {answerWith({{"items", {{{"type", "separator"}, {"items", {1}}}}}}), "invalid: items[0].items[0]: expected an object"},
         // The version check comes after the whole answer was read.
         {answerWith({{"contract", 2}, {"items", {{{"title", 1}}}}}), "invalid: items[0].title"},
-        {"", "invalid: not a JSON answer"},
-        {"[]", "invalid: answer: expected an object, found an array"},
-        {"null", "invalid: answer: expected an object, found null"},
-        {base().dump() + "x", "invalid: not a JSON answer"},
         {std::string("\x00\xff\xfe{", 4), "invalid: not a JSON answer"},
         {answerWith({{"appEnv", "x"}}).replace(1, 0, "\"bad\xc3\x28\": 1, "), "invalid: not a JSON answer"},
     };
@@ -108,53 +94,28 @@ TEST(MenuDecode, StrictAtTheTop) {
 
 TEST(MenuDecode, LenientKeysNeverFailTheAnswer) {
     const Json damaged[] = {
-        {{"cliUpdate", 5}},
-        {{"cliUpdate", {{"startIndex", "zero"}}}},
-        {{"cliUpToDateAt", 7}},
-        {{"cliUpToDateAt", "yesterday"}},
-        {{"snapshotFiles", Json::array()}},
-        {{"snapshotIdentity", "x"}},
+        {{"cliUpdate", 5}}, {{"cliUpToDateAt", "yesterday"}}, {{"desktopDiagnostic", 3}},
         // A damaged enrollment or a missing file path spoils the whole block, not the answer.
         {{"snapshotFiles", {{"snapshot", "/s"}, {"refreshRequest", "/r"}}}},
-        {{"snapshotIdentity", {{"apiUrl", "a"}, {"webUrl", "w"}, {"enrollment", {{"orgId", "o"}}}}}},
         {{"snapshotIdentity", {{"apiUrl", "a"}, {"webUrl", "w"}, {"enrollment", {{"machineId", "m"}, {"orgId", 4}}}}}},
-        {{"snapshotIdentity", {{"apiUrl", "a"}}}},
-        {{"desktopDiagnostic", 3}},
-        {{"desktopDiagnostic", {{"outcome", 1}, {"stageMs", 2}, {"requests", "r"}}}},
-        {{"items", {{{"type", "action"}, {"title", "T"}, {"run", Json::array()}, {"presentation", 5},
-                     {"dismiss", "x"}, {"agent", Json::array()}, {"focus", 1}, {"background", ""},
-                     {"reportClick", Json::object()}}}}},
-        {{"items", {{{"type", "action"}, {"title", "T"}, {"run", Json::array()},
-                     {"presentation", {{"type", "status"}, {"title", 5}}}}}}},
-        {{"items", {{{"type", "status"}, {"title", "T"}, {"dismiss", {{"items", {1}}}}}}}},
+        {{"items", {item("action", {{"title", "T"}, {"run", Json::array()}, {"presentation", 5}, {"dismiss", "x"},
+                                    {"agent", Json::array()}, {"focus", 1}, {"background", ""}, {"reportClick", Json::object()}})}}},
+        {{"items", {item("status", {{"title", "T"}, {"dismiss", {{"items", {1}}}}})}}},
     };
     for (const auto& changes : damaged) {
         auto result = decode(answerWith(changes));
-        auto* payload = payloadOf(result);
-        ASSERT_TRUE(payload) << changes.dump() << ": " << describe(result);
-        EXPECT_FALSE(payload->cliUpToDateAt);
-        EXPECT_FALSE(payload->snapshotFiles);
-        EXPECT_FALSE(payload->snapshotIdentity);
-        EXPECT_FALSE(payload->desktopDiagnostic);
-        EXPECT_FALSE(payload->refreshReport);
-        EXPECT_LE(payload->items.size(), 1u);
+        auto* p = payloadOf(result);
+        ASSERT_TRUE(p) << changes.dump() << ": " << describe(result);
+        EXPECT_TRUE(!p->cliUpToDateAt && !p->snapshotFiles && !p->snapshotIdentity && !p->desktopDiagnostic && !p->refreshReport);
+        EXPECT_LE(p->items.size(), 1u);
     }
-}
-
-TEST(MenuDecode, MapsTopLevelFields) {
-    auto result = decode(answerWith({{"icon", "sleeping"},
-                                     {"cliUpToDateAt", "2025-03-01T09:00:00.5Z"},
-                                     {"unknownKey", {1, 2, 3}},
+    auto result = decode(answerWith({{"icon", "sleeping"}, {"cliUpToDateAt", "2025-03-01T09:00:00.5Z"}, {"unknownKey", {1}},
                                      {"snapshotFiles", {{"snapshot", "/s"}, {"refreshRequest", "/r"}, {"openRequest", "/o"}}},
                                      {"snapshotIdentity", {{"apiUrl", "https://api"}, {"webUrl", "https://web"},
                                                            {"enrollment", {{"machineId", "m1"}}}}}}));
     auto* payload = payloadOf(result);
     ASSERT_TRUE(payload) << describe(result);
-    EXPECT_EQ(payload->appEnv, "production");
-    EXPECT_EQ(payload->cliVersion, "1.4.2");
     EXPECT_FALSE(payload->icon);
-    EXPECT_EQ(payload->refreshSeconds, 30.0);
-    EXPECT_EQ(payload->watchPaths, std::vector<std::string>{"/home/u/.corvane"});
     EXPECT_EQ(payload->cliUpToDateAt, parseMenuTime("2025-03-01T09:00:00.500Z"));
     EXPECT_EQ(payload->snapshotFiles, (SnapshotFiles{"/s", "/r", "/o"}));
     EXPECT_EQ(payload->snapshotIdentity,
@@ -163,112 +124,68 @@ TEST(MenuDecode, MapsTopLevelFields) {
 
 TEST(MenuDecode, MapsEachRowType) {
     struct Row { Json item; std::vector<MenuItem> expected; };
-    const Arguments report3{"report-agent-click", "s1", "corvane"};
-    const Arguments report5{"report-agent-click", "s1", "corvane", "x", "y"};
+    const Arguments report3{"report-agent-click", "s1", "corvane"}, report5{"report-agent-click", "s1", "corvane", "x", "y"};
+    const Json focus = {{"tty", "/dev/t"}, {"appPid", 7}}, sync = {{"argv", {"sync"}}, {"progress", "Syncing…"}, {"detail", "d"}};
     const Row rows[] = {
-        {{{"type", "header"}, {"title", "Corvane"}, {"subtitle", "acme"}, {"trailing", "v1"}},
-         {row::Header{"Corvane", "acme", "v1"}}},
-        {{{"type", "header"}, {"subtitle", "no title"}}, {}},
-        {{{"type", "separator"}, {"title", "ignored"}}, {row::Separator{}}},
-        {{{"type", "section"}, {"title", "Agents"}}, {row::Section{"Agents"}}},
-        {{{"type", "section"}}, {}},
-        {{{"type", "status"}, {"title", "T"}, {"mark", "error"}}, {row::Status{StatusMark::muted, "T", {}, {}, {}}}},
-        {{{"type", "status"}, {"title", "T"}, {"mark", "warn"}, {"subtitle", "S"},
-          {"dismiss", {{"title", "Dismiss"}, {"run", {"dismiss", "x"}}}}},
-         {row::Status{StatusMark::warn, "T", "S", act("Dismiss", verb::Run{{"dismiss", "x"}}), {}}}},
-        {{{"type", "status"}, {"title", "T"}, {"mark", "ok"}, {"dismiss", {{"title", "Dismiss"}}}},
-         {row::Status{StatusMark::ok, "T", {}, {}, {}}}},
-        {{{"type", "connection"}, {"name", "GitHub"}, {"state", "connected"}, {"mark", "ok"},
-          {"checkedAt", "2025-03-01T10:00:00Z"}},
-         {row::Connection{ConnectionMark::ok, "GitHub", "connected, checked 5m ago", {}, {}}}},
-        {{{"type", "connection"}, {"name", "GitHub"}, {"state", "connected, checked 2d ago"}, {"mark", "problem"},
-          {"checkedAt", "2025-03-01T10:04:30Z"}},
-         {row::Connection{ConnectionMark::muted, "GitHub", "connected, checked just now", {}, {}}}},
-        {{{"type", "connection"}, {"name", "GitHub"}, {"state", "connected"}, {"checkedAt", "later"}},
-         {row::Connection{ConnectionMark::muted, "GitHub", "connected", {}, {}}}},
-        {{{"type", "connection"}, {"name", "GitHub"}}, {}},
-        {{{"type", "submenu"}, {"title", "More"}, {"items", Json::array()}}, {row::Submenu{"More", {}}}},
-        {{{"type", "submenu"}, {"title", "More"}}, {}},
-        {{{"type", "submenu"}, {"title", "More"}, {"items", {{{"type", "action"}, {"title", "Docs"}, {"url", "https://d"}}, {{"type", "bogus"}}}}},
-         {row::Submenu{"More", {actionRow("Docs", verb::Url{"https://d"})}}}},
-        {{{"type", "action"}, {"run", {"x"}}}, {}},
-        {{{"type", "action"}, {"title", "No verb"}}, {}},
-        {{{"type", "action"}, {"title", "No verb"}, {"diagnostics", false}}, {}},
-        {{{"title", "No type"}, {"run", {"x"}}}, {}},
-        {{{"type", "ACTION"}, {"title", "T"}, {"run", {"x"}}}, {}},
+        {item("header", {{"title", "Corvane"}, {"subtitle", "acme"}, {"trailing", "v1"}}), {row::Header{"Corvane", "acme", "v1"}}},
+        {item("section", {{"title", "Agents"}}), {row::Section{"Agents"}}},
+        {item("status", {{"title", "T"}, {"mark", "error"}}), {row::Status{StatusMark::muted, "T", {}, {}, {}}}},
+        {item("status", {{"title", "T"}, {"mark", "warn"}, {"subtitle", "S"}, {"dismiss", {{"title", "D"}, {"run", {"d"}}}}}),
+         {row::Status{StatusMark::warn, "T", "S", act("D", verb::Run{{"d"}}), {}}}},
+        {item("connection", {{"name", "G"}, {"state", "connected"}, {"mark", "ok"}, {"checkedAt", "2025-03-01T10:00:00Z"}}),
+         {row::Connection{ConnectionMark::ok, "G", "connected, checked 5m ago", {}, {}}}},
+        {item("connection", {{"name", "G"}, {"state", "on, checked 2d ago"}, {"mark", "problem"}, {"checkedAt", "2025-03-01T10:04:30Z"}}),
+         {row::Connection{ConnectionMark::muted, "G", "on, checked just now", {}, {}}}},
+        {item("connection", {{"name", "G"}}), {}},
+        {item("submenu", {{"title", "More"}, {"items", {item("action", {{"title", "Docs"}, {"url", "d"}}), item("bogus", {})}}}),
+         {row::Submenu{"More", {actionRow("Docs", verb::Url{"d"})}}}},
+        {item("action", {{"title", "No verb"}, {"diagnostics", false}}), {}},
         // Verb choice: first match wins; a focus whose pid is out of range is passed over.
-        {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "/dev/ttys003"}, {"appPid", 4242}}}, {"terminal", {"open", "s1"}}},
-         {actionRow("T", verb::Focus{"/dev/ttys003", 4242, Arguments{"open", "s1"}})}},
-        {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "/dev/ttys003"}, {"appPid", 2147483647}}}},
-         {actionRow("T", verb::Focus{"/dev/ttys003", 2147483647, std::nullopt})}},
-        {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "/dev/ttys003"}, {"appPid", 0}}}, {"terminal", {"open"}}},
+        {item("action", {{"title", "T"}, {"focus", focus}, {"terminal", {"open"}}}), {actionRow("T", verb::Focus{"/dev/t", 7, Arguments{"open"}})}},
+        {item("action", {{"title", "T"}, {"focus", {{"tty", "/dev/t"}, {"appPid", 0}}}, {"terminal", {"open"}}}),
          {actionRow("T", verb::Terminal{{"open"}})}},
-        {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "t"}, {"appPid", 2147483648LL}}}, {"url", "u"}},
-         {actionRow("T", verb::Url{"u"})}},
-        {{{"type", "action"}, {"title", "T"}, {"focus", {{"tty", "t"}, {"appPid", 1e300}}}, {"file", "/f"}},
-         {actionRow("T", verb::File{"/f"})}},
-        {{{"type", "action"}, {"title", "T"}, {"focus", {{"appPid", 5}}}, {"copy", "c"}}, {actionRow("T", verb::Copy{"c"})}},
-        {{{"type", "action"}, {"title", "T"}, {"background", {{"argv", {"sync"}}, {"progress", "Syncing…"}, {"detail", "d"}}},
-          {"terminal", {"sync"}}, {"run", {"r"}}},
+        {item("action", {{"title", "T"}, {"background", sync}, {"terminal", {"sync"}}, {"run", {"r"}}}),
          {actionRow("T", verb::Background{BackgroundAction{{"sync"}, "Syncing…", "d"}, Arguments{"sync"}})}},
-        {{{"type", "action"}, {"title", "T"}, {"background", {{"argv", Json::array()}, {"progress", "p"}, {"detail", "d"}}},
-          {"run", {"r"}}},
+        {item("action", {{"title", "T"}, {"background", {{"argv", Json::array()}, {"progress", "p"}}}, {"run", {"r"}}}),
          {actionRow("T", verb::Run{{"r"}})}},
-        {{{"type", "action"}, {"title", "T"}, {"run", {"r"}}, {"terminal", {"t"}}, {"url", "u"}}, {actionRow("T", verb::Run{{"r"}})}},
-        {{{"type", "action"}, {"title", "T"}, {"diagnostics", true}}, {actionRow("T", verb::Diagnostics{})}},
-        // Click reports and badges.
-        {{{"type", "action"}, {"title", "T"}, {"url", "u"}, {"reportClick", report3}, {"badge", "paused"}},
+        {item("action", {{"title", "T"}, {"diagnostics", true}}), {actionRow("T", verb::Diagnostics{})}},
+        // Click reports of 3 or 5 words and the badge "paused" are kept; anything else is dropped.
+        {item("action", {{"title", "T"}, {"url", "u"}, {"reportClick", report3}, {"badge", "paused"}}),
          {row::Action{act("T", verb::Url{"u"}, report3, "paused")}}},
-        {{{"type", "action"}, {"title", "T"}, {"url", "u"}, {"reportClick", report5}, {"badge", "new"}},
-         {row::Action{act("T", verb::Url{"u"}, report5)}}},
-        {{{"type", "action"}, {"title", "T"}, {"url", "u"}, {"reportClick", {"report-agent-click", "a", "b", "c"}}},
-         {actionRow("T", verb::Url{"u"})}},
-        {{{"type", "action"}, {"title", "T"}, {"url", "u"}, {"reportClick", {"report-click", "a", "b"}}},
-         {actionRow("T", verb::Url{"u"})}},
-        {{{"type", "action"}, {"title", "T"}, {"url", "u"}, {"reportClick", {"report-agent-click", 1, "b"}}},
-         {actionRow("T", verb::Url{"u"})}},
+        {item("action", {{"title", "T"}, {"url", "u"}, {"reportClick", report5}, {"badge", "new"}}), {row::Action{act("T", verb::Url{"u"}, report5)}}},
+        {item("action", {{"title", "T"}, {"url", "u"}, {"reportClick", {"report-agent-click", "a", "b", "c"}}}), {actionRow("T", verb::Url{"u"})}},
         // Agents: the title takes the age; id and icon make an agent row, else a plain action.
-        {{{"type", "action"}, {"title", "Fix tests · 3m ago"}, {"run", {"open", "s1"}}, {"reportClick", report3},
-          {"agent", {{"id", "s1"}, {"icon", "claude"}, {"status", "working"}, {"statusLabel", "Working"},
-                     {"lastActivityAt", "2025-03-01T10:00:00Z"},
-                     {"harness", {{"title", "Open in Claude"}, {"focus", {{"tty", "/dev/t"}, {"appPid", 7}}}, {"badge", "paused"}}}}}},
-         {row::Agent{AgentRow{"s1", "claude", "working", "Working",
-                              act("Open in Claude", verb::Focus{"/dev/t", 7, std::nullopt}, {}, "paused"),
-                              act("Fix tests · 5m ago", verb::Run{{"open", "s1"}}, report3)}}}},
-        {{{"type", "action"}, {"title", "Fix"}, {"run", {"o"}},
-          {"agent", {{"id", "s1"}, {"icon", 5}, {"status", 3}, {"harness", {{"title", "H"}}}, {"lastActivityAt", "2025-03-01T10:05:00Z"}}}},
+        {item("action", {{"title", "Fix · 3m ago"}, {"run", {"o"}}, {"reportClick", report3},
+                         {"agent", {{"id", "s1"}, {"icon", "claude"}, {"status", "working"}, {"statusLabel", "Working"},
+                                    {"lastActivityAt", "2025-03-01T10:00:00Z"},
+                                    {"harness", {{"title", "H"}, {"focus", focus}, {"badge", "paused"}}}}}}),
+         {row::Agent{AgentRow{"s1", "claude", "working", "Working", act("H", verb::Focus{"/dev/t", 7, std::nullopt}, {}, "paused"),
+                              act("Fix · 5m ago", verb::Run{{"o"}}, report3)}}}},
+        {item("action", {{"title", "Fix"}, {"run", {"o"}}, {"agent", {{"id", "s1"}, {"icon", 5}, {"lastActivityAt", "2025-03-01T10:05:00Z"}}}}),
          {actionRow("Fix · just now", verb::Run{{"o"}})}},
-        {{{"type", "action"}, {"title", "Fix"}, {"run", {"o"}},
-          {"agent", {{"id", "s1"}, {"icon", "codex"}, {"statusLabel", 3}, {"harness", {{"title", 3}, {"url", "u"}}}}}},
+        {item("action", {{"title", "Fix"}, {"run", {"o"}},
+                         {"agent", {{"id", "s1"}, {"icon", "codex"}, {"statusLabel", 3}, {"harness", {{"title", 3}, {"url", "u"}}}}}}),
          {row::Agent{AgentRow{"s1", "codex", {}, {}, {}, act("Fix", verb::Run{{"o"}})}}}},
-        // Presentations: a status or connection row carrying the action; other kinds are ignored.
-        {{{"type", "action"}, {"title", "Open"}, {"url", "u"},
-          {"presentation", {{"type", "status"}, {"title", "Update ready"}, {"mark", "warn"},
-                            {"dismiss", {{"title", "Hide"}, {"run", {"hide"}}}}}}},
-         {row::Status{StatusMark::warn, "Update ready", {}, act("Hide", verb::Run{{"hide"}}), act("Open", verb::Url{"u"})}}},
-        {{{"type", "action"}, {"title", "Reconnect"}, {"run", {"auth"}},
-          {"presentation", {{"type", "connection"}, {"name", "Slack"}, {"state", "expired"}, {"mark", "warn"}}}},
-         {row::Connection{ConnectionMark::warn, "Slack", "expired", {}, act("Reconnect", verb::Run{{"auth"}})}}},
-        {{{"type", "action"}, {"title", "Open"}, {"url", "u"}, {"presentation", {{"type", "header"}, {"title", "H"}}}},
-         {actionRow("Open", verb::Url{"u"})}},
+        // Presentations: a status or connection row carrying the action.
+        {item("action", {{"title", "Open"}, {"url", "u"},
+                         {"presentation", item("status", {{"title", "R"}, {"mark", "warn"}, {"dismiss", {{"title", "H"}, {"run", {"h"}}}}})}}),
+         {row::Status{StatusMark::warn, "R", {}, act("H", verb::Run{{"h"}}), act("Open", verb::Url{"u"})}}},
+        {item("action", {{"title", "Re"}, {"run", {"a"}}, {"presentation", item("connection", {{"name", "S"}, {"state", "expired"}})}}),
+         {row::Connection{ConnectionMark::muted, "S", "expired", {}, act("Re", verb::Run{{"a"}})}}},
     };
     for (const auto& row : rows) EXPECT_EQ(rowsOf(Json::array({row.item})), row.expected) << row.item.dump();
 }
 
 TEST(MenuDecode, DropsPlainRowsThatTheNextActionPresents) {
     const Json status = {{"type", "status"}, {"title", "Sync paused"}, {"mark", "paused"}};
-    const Json other = {{"type", "status"}, {"title", "Sync paused"}, {"mark", "warn"}};
     const Json presenting = {{"type", "action"}, {"title", "Resume"}, {"run", {"resume"}}, {"presentation", status}};
     const Json presentingNoVerb = {{"type", "action"}, {"title", "Resume"}, {"presentation", status}};
     const row::Status shown{StatusMark::paused, "Sync paused", {}, {}, act("Resume", verb::Run{{"resume"}})};
     const row::Status plain{StatusMark::paused, "Sync paused", {}, {}, {}};
-    const row::Status plainWarn{StatusMark::warn, "Sync paused", {}, {}, {}};
     struct Row { Json items; std::vector<MenuItem> expected; };
     const Row rows[] = {
         {{status, presenting}, {shown}},
-        {{other, presenting}, {plainWarn, shown}},
         {{presenting, status}, {shown, plain}},
-        {{status, {{"type", "separator"}}, presenting}, {plain, row::Separator{}, shown}},
         {{status, presentingNoVerb}, {}},
         {{{{"type", "submenu"}, {"title", "S"}, {"items", {status, presenting}}}}, {row::Submenu{"S", {shown}}}},
     };
@@ -288,11 +205,7 @@ TEST(MenuDecode, SplicesTheUpdateBlock) {
     const MenuItem shown = row::Status{StatusMark::warn, "Update available", {}, {}, act("Update", verb::Run{{"update"}})};
     const std::vector<MenuItem> unspliced{sectionA, shown, sectionB};
 
-    auto with = [&](const Json& patch) {
-        Json block = good;
-        block.merge_patch(patch);
-        return block;
-    };
+    auto with = [&](const Json& patch) { Json block = good; block.merge_patch(patch); return block; };
     struct Row { Json block; std::vector<MenuItem> expected; };
     std::vector<Row> rows = {
         // The plain row before the block stays: the dedupe does not look across the block.
@@ -301,16 +214,10 @@ TEST(MenuDecode, SplicesTheUpdateBlock) {
         {with({{"startIndex", 0}, {"itemCount", 4}, {"state", "installing"}, {"detail", "d"}}),
          {row::CliUpdate{CliUpdate{CliUpdatePhase::installing, "1.5.0", "1.4.2", "d", false,
                                    {"update", "--background", "--to", "1.5.0"}, "/tmp/update.log"}}}},
-        {with({{"state", "failed"}, {"target", nullptr}}), {sectionA, plain,
-          row::CliUpdate{CliUpdate{CliUpdatePhase::failed, {}, "1.4.2", {}, false, {"update", "--background", "--to", "1.5.0"},
-                                   "/tmp/update.log"}},
-          sectionB}},
     };
     const Json refused[] = {{{"itemCount", 0}}, {{"itemCount", 3}}, {{"startIndex", 4}}, {{"startIndex", -1}},
-        {{"startIndex", 1e20}}, {{"itemCount", 9223372036854775807LL}}, {{"startIndex", 9223372036854775807LL}},
-        {{"state", "succeeded"}}, {{"state", "unknown"}}, {{"logPath", "logs/update.log"}}, {{"logPath", ""}},
-        {{"run", {"update"}}}, {{"run", {"--background", "update"}}}, {{"run", {"update", "--background", 3}}},
-        {{"target", 3}}};
+        {{"itemCount", 9223372036854775807LL}}, {{"state", "succeeded"}}, {{"logPath", "logs/update.log"}},
+        {{"run", {"update"}}}, {{"run", {"--background", "update"}}}, {{"target", 3}}};
     for (const auto& patch : refused) rows.push_back({with(patch), unspliced});
     for (const auto& row : rows) {
         auto result = decode(answerWith({{"items", items}, {"cliUpdate", row.block}}));
@@ -327,16 +234,15 @@ TEST(MenuDecode, SplicesTheUpdateBlock) {
 TEST(MenuDecode, ReadsTheDesktopDiagnosticFieldByField) {
     struct Row { Json diagnostic; std::optional<ClientDiagnostic> expected; std::optional<CliRefreshReport> report; };
     const auto poll = DiagnosticOperation::claudeDesktopRegistry;
+    const CliRefreshReport empty;  // a present diagnostic always carries a report, empty or not
     const Row rows[] = {
         {{{"outcome", "failed"}, {"domain", "Node"}, {"code", "ECONNREFUSED"}},
-         ClientDiagnostic{poll, DiagnosticOutcome::failed, "Node", "ECONNREFUSED", {}, {}}, {}},
-        {{{"outcome", "denied"}, {"domain", "bad domain!"}, {"code", -13}},
-         ClientDiagnostic{poll, DiagnosticOutcome::denied, {}, "-13", {}, {}}, {}},
-        {{{"outcome", "missing"}, {"domain", 4}, {"code", 1.5}}, ClientDiagnostic{poll, DiagnosticOutcome::missing, {}, {}, {}, {}}, {}},
+         ClientDiagnostic{poll, DiagnosticOutcome::failed, "Node", "ECONNREFUSED", {}, {}}, empty},
+        {{{"outcome", "denied"}, {"domain", "bad domain!"}, {"code", -13}, {"stageMs", 2}, {"requests", "r"}},
+         ClientDiagnostic{poll, DiagnosticOutcome::denied, {}, "-13", {}, {}}, empty},
         {{{"outcome", "not-needed"}, {"code", "/Users/someone/secret path"}},
-         ClientDiagnostic{poll, DiagnosticOutcome::notNeeded, {}, {}, {}, {}}, {}},
-        {{{"outcome", "exploded"}, {"domain", "Node"}}, {}, {}},
-        {{{"outcome", "failed"}, {"code", 1e300}}, ClientDiagnostic{poll, DiagnosticOutcome::failed, {}, {}, {}, {}}, {}},
+         ClientDiagnostic{poll, DiagnosticOutcome::notNeeded, {}, {}, {}, {}}, empty},
+        {{{"outcome", "exploded"}, {"domain", "Node"}}, {}, empty},
         {{{"stageMs", {{"fetch", 120.4}, {"Fetch", 1}, {"render", -1}, {"parse", "5"}, {"cacheRead", 86400000.5}, {"total", 0.5}}}},
          {},
          CliRefreshReport{{{"fetch", 120}, {"total", 1}}, {}}},
@@ -377,48 +283,35 @@ int depthOf(const std::vector<MenuItem>& items) {
     return depth;
 }
 
+// The answer with `rows` (JSON text) as its items.
+std::string answerWithItems(const std::string& rows) {
+    std::string answer = answerWith({{"items", Json::array()}});
+    return answer.replace(answer.find("\"items\":[]") + 9, 0, rows);
+}
+
+// `open` and `close` around `middle`, `times` deep.
+std::string nested(const std::string& open, const std::string& middle, const std::string& close, int times) {
+    std::string text;
+    for (int i = 0; i < times; ++i) text += open;
+    text += middle;
+    for (int i = 0; i < times; ++i) text += close;
+    return text;
+}
+
 TEST(MenuDecode, SurvivesHostileAnswers) {
     // 100,000 nested submenus: rows below the depth limit are dropped, nothing overflows the stack.
-    const int levels = 100'000;
-    std::string deep;
-    for (int i = 0; i < levels; ++i) deep += R"({"type":"submenu","title":"S","items":[)";
-    for (int i = 0; i < levels; ++i) deep += "]}";
-    std::string answer = answerWith({{"items", Json::array()}});
-    std::string deepAnswer = answer;
-    deepAnswer.replace(deepAnswer.find("\"items\":[]") + 9, 0, deep);
-    auto result = decode(deepAnswer);
+    auto result = decode(answerWithItems(nested(R"({"type":"submenu","title":"S","items":[)", "", "]}", 100'000)));
     ASSERT_TRUE(payloadOf(result)) << describe(result);
     EXPECT_EQ(depthOf(payloadOf(result)->items), maxMenuDepth);
-
     // The same through presentations and dismiss items.
-    std::string chain;
-    for (int i = 0; i < levels; ++i) chain += R"({"type":"action","title":"A","url":"u","dismiss":{"title":"D","url":"v","presentation":)";
-    chain += "1";
-    for (int i = 0; i < levels; ++i) chain += "}}";
-    std::string chainAnswer = answer;
-    chainAnswer.replace(chainAnswer.find("\"items\":[]") + 9, 0, chain);
-    result = decode(chainAnswer);
+    result = decode(answerWithItems(
+        nested(R"({"type":"action","title":"A","url":"u","dismiss":{"title":"D","url":"v","presentation":)", "1", "}}", 100'000)));
     ASSERT_TRUE(payloadOf(result)) << describe(result);
     EXPECT_EQ(payloadOf(result)->items, std::vector<MenuItem>{actionRow("A", verb::Url{"u"})});
-
-    // Deeply nested arrays is not an answer, and freeing it must not recurse either.
-    std::string arrays(300'000, '[');
-    arrays += std::string(300'000, ']');
+    // Deeply nested arrays are not an answer, and freeing them must not recurse either.
+    const std::string arrays = nested("[", "", "]", 300'000);
     EXPECT_EQ(describe(decode(arrays)).substr(0, 16), "invalid: answer:");
-    std::string nestedItems = answer;
-    nestedItems.replace(nestedItems.find("\"items\":[]") + 9, 0, arrays);
-    EXPECT_EQ(describe(decode(nestedItems)).substr(0, 20), "invalid: items[0]: e");
-
-    // A large answer (about 5 MB of rows) decodes in one linear pass.
-    Json items = Json::array();
-    for (int i = 0; i < 20'000; ++i)
-        items.push_back({{"type", "action"}, {"title", "Session " + std::to_string(i) + std::string(200, 'x')},
-                         {"run", {"open", std::to_string(i)}}, {"agent", {{"id", std::to_string(i)}, {"icon", "claude"}}}});
-    auto started = std::chrono::steady_clock::now();
-    result = decode(answerWith({{"items", items}}));
-    ASSERT_TRUE(payloadOf(result));
-    EXPECT_EQ(payloadOf(result)->items.size(), 20'000u);
-    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(60));  // a hang guard only
+    EXPECT_EQ(describe(decode(answerWithItems(arrays))).substr(0, 20), "invalid: items[0]: e");
 }
 
 }  // namespace

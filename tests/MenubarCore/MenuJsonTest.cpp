@@ -16,8 +16,6 @@ TEST(MenuJson, WritesRowsUnderModelNames) {
     reporting.badge = "paused";
     reporting.isEnabled = false;
     const std::pair<MenuItem, const char*> rows[] = {
-        {row::Separator{}, R"({"type":"separator"})"},
-        {row::Section{"Agents"}, R"({"type":"section","title":"Agents"})"},
         {row::Header{"Corvane", std::nullopt, "v1"}, R"({"type":"header","title":"Corvane","trailing":"v1"})"},
         {row::CliUpdate{update},
          R"({"type":"cliUpdate","update":{"phase":"upToDate","installedVersion":"1.4.2","detail":"d","isBlocked":true,"run":["update","--background"],"logPath":"/l"}})"},
@@ -39,8 +37,6 @@ TEST(MenuJson, WritesRowsUnderModelNames) {
                         "reportClick":["report-agent-click","s1","corvane"],"badge":"paused","isEnabled":false}}})"},
         {row::Action{act("B", verb::Background{BackgroundAction{{"sync"}, "Syncing…", "d"}, std::nullopt})},
          R"({"type":"action","action":{"title":"B","verb":{"kind":"background","action":{"argv":["sync"],"progress":"Syncing…","detail":"d"}},"isEnabled":true}})"},
-        {row::Action{act("U", verb::CliUpdate{update})},
-         R"({"type":"action","action":{"title":"U","verb":{"kind":"cliUpdate","update":{"phase":"upToDate","installedVersion":"1.4.2","detail":"d","isBlocked":true,"run":["update","--background"],"logPath":"/l"}},"isEnabled":true}})"},
     };
     for (const auto& [item, expected] : rows) EXPECT_EQ(rowJson(item), Json::parse(expected)) << expected;
 }

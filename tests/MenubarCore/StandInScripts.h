@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <optional>
 #include <set>
 #include <sstream>
@@ -57,9 +58,7 @@ public:
     std::optional<std::string> read(const std::string& name) const {
         std::ifstream in(path(name));
         if (!in) return std::nullopt;
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     }
     // Waits up to 10 s for a line-terminated file the child writes.
     bool await(const std::string& name) const {
@@ -89,9 +88,8 @@ inline int openLeakyDescriptor() {
 // The descriptors in a listing of /dev/fd beyond the standard three.
 inline std::set<std::string> extraDescriptors(const std::string& listing) {
     std::istringstream in(listing);
-    std::set<std::string> extra;
-    for (std::string fd; in >> fd;)
-        if (fd != "0" && fd != "1" && fd != "2") extra.insert(fd);
+    std::set<std::string> extra{std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
+    for (const char* standard : {"0", "1", "2"}) extra.erase(standard);
     return extra;
 }
 
@@ -107,9 +105,7 @@ inline bool isAlive(pid_t pid) {
     return true;
 }
 
-inline bool awaitGone(pid_t pid) {
-    return pollUntil([&] { return !isAlive(pid); }, 5);
-}
+inline bool awaitGone(pid_t pid) { return pollUntil([&] { return !isAlive(pid); }, 5); }
 
 inline double secondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

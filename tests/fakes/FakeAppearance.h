@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -32,18 +33,14 @@ public:
     }
 
     std::size_t observerCount() const {
-        std::size_t count = 0;
-        for (const auto& weak : observers_) count += weak.expired() ? 0 : 1;
-        return count;
+        return static_cast<std::size_t>(std::count_if(observers_.begin(), observers_.end(), [](const auto& w) { return !w.expired(); }));
     }
 
 private:
-    class Observation : public AppearanceObservation {
-    public:
-        explicit Observation(std::shared_ptr<Job> job) : job_(std::move(job)) {}
-
-    private:
-        std::shared_ptr<Job> job_;
+    // Holds the observer alive; dropping it ends the observation.
+    struct Observation : AppearanceObservation {
+        explicit Observation(std::shared_ptr<Job> job) : job(std::move(job)) {}
+        std::shared_ptr<Job> job;
     };
     std::vector<std::weak_ptr<Job>> observers_;
 };

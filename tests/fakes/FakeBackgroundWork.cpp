@@ -27,11 +27,8 @@ private:
 
 void FakeBackgroundWork::run(WorkPriority priority, Job job) {
     priorities_.push_back(priority);
-    if (mode_ == Mode::inlined) {
-        if (job) job();
-        return;
-    }
-    held_.push_back(std::move(job));
+    if (mode_ == Mode::held) held_.push_back(std::move(job));
+    else if (job) job();
 }
 
 std::unique_ptr<SerialWorkQueue> FakeBackgroundWork::makeSerialQueue(std::size_t limit) {
@@ -51,7 +48,7 @@ bool FakeBackgroundWork::runNext() {
 
 std::size_t FakeBackgroundWork::runAll() {
     std::size_t ran = 0;
-    while (runNext()) ++ran;
+    for (; runNext(); ++ran) {}
     return ran;
 }
 

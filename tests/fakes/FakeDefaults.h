@@ -19,8 +19,7 @@ public:
 
     std::optional<std::string> data(std::string_view key) const override {
         auto it = values.find(key);
-        if (it == values.end()) return std::nullopt;
-        if (auto bytes = std::get_if<std::string>(&it->second)) return *bytes;
+        if (auto bytes = it == values.end() ? nullptr : std::get_if<std::string>(&it->second)) return *bytes;
         return std::nullopt;
     }
     void setData(std::string_view key, std::string_view bytes) override {
@@ -28,14 +27,11 @@ public:
     }
     bool boolean(std::string_view key) const override {
         auto it = values.find(key);
-        if (it == values.end()) return false;
-        auto value = std::get_if<bool>(&it->second);
-        return value && *value;
+        return it != values.end() && std::get_if<bool>(&it->second) && std::get<bool>(it->second);
     }
     void setBoolean(std::string_view key, bool value) override { values.insert_or_assign(std::string(key), value); }
     void remove(std::string_view key) override {
-        auto it = values.find(key);
-        if (it != values.end()) values.erase(it);
+        if (auto it = values.find(key); it != values.end()) values.erase(it);
     }
     bool synchronize() override {
         ++synchronizeCalls;

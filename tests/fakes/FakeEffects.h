@@ -18,16 +18,8 @@ public:
     struct OpenFile { std::string path; bool operator==(const OpenFile&) const = default; };
     struct CopyText { std::string text; bool operator==(const CopyText&) const = default; };
     struct OpenTerminal { std::string commandLine; bool operator==(const OpenTerminal&) const = default; };
-    struct FocusSession {
-        std::string tty;
-        std::int32_t appPid = 0;
-        bool operator==(const FocusSession&) const = default;
-    };
-    struct ShowAlert {
-        std::string message;
-        std::string informative;
-        bool operator==(const ShowAlert&) const = default;
-    };
+    struct FocusSession { std::string tty; std::int32_t appPid = 0; bool operator==(const FocusSession&) const = default; };
+    struct ShowAlert { std::string message, informative; bool operator==(const ShowAlert&) const = default; };
     struct ActivateApp { bool operator==(const ActivateApp&) const = default; };
     using Call = std::variant<OpenUrl, OpenFile, CopyText, OpenTerminal, FocusSession, ShowAlert, ActivateApp>;
 

@@ -1,5 +1,6 @@
 #include "FakeMainLoop.h"
 
+#include <algorithm>
 #include <cmath>
 #include <deque>
 #include <limits>
@@ -10,9 +11,8 @@ namespace corvane {
 
 namespace {
 struct FakeTimer {
-    double interval = 0;
+    double interval = 0, due = 0;  // due: in virtual uptime
     bool repeats = false;
-    double due = 0;  // virtual uptime
     std::size_t order = 0;
     std::shared_ptr<Job> job;
     bool active = true;
@@ -67,24 +67,16 @@ void FakeMainLoop::post(Job job) {
 }
 
 std::unique_ptr<TimerHandle> FakeMainLoop::repeating(double intervalSeconds, Job job) {
-    auto timer = std::make_shared<FakeTimer>();
-    timer->interval = intervalSeconds;
-    timer->repeats = true;
-    timer->due = core_->uptime + intervalSeconds;
-    timer->order = core_->nextOrder++;
-    timer->job = std::make_shared<Job>(std::move(job));
+    auto timer = std::make_shared<FakeTimer>(FakeTimer{intervalSeconds, core_->uptime + intervalSeconds, true,
+                                                       core_->nextOrder++, std::make_shared<Job>(std::move(job)), true});
     core_->timers.push_back(timer);
     return std::make_unique<FakeTimerHandle>(core_, timer);
 }
 
 std::unique_ptr<TimerHandle> FakeMainLoop::oneShot(double delaySeconds, Job job) {
-    auto timer = std::make_shared<FakeTimer>();
-    timer->interval = delaySeconds;
-    timer->due = core_->uptime + delaySeconds;
-    timer->order = core_->nextOrder++;
-    timer->job = std::make_shared<Job>(std::move(job));
-    core_->timers.push_back(timer);
-    return std::make_unique<FakeTimerHandle>(core_, timer);
+    auto handle = repeating(delaySeconds, std::move(job));
+    core_->timers.back()->repeats = false;
+    return handle;
 }
 
 double FakeMainLoop::uptime() const { return core_->uptime; }
@@ -97,17 +89,13 @@ void FakeMainLoop::setNow(Instant now) {
 }
 
 std::size_t FakeMainLoop::runPending() {
-    std::size_t ran = 0;
-    for (;;) {
-        Job job;
-        {
-            std::lock_guard lock(core_->postMutex);
-            if (core_->posted.empty()) return ran;
-            job = std::move(core_->posted.front());
-            core_->posted.pop_front();
-        }
+    for (std::size_t ran = 0;; ++ran) {
+        std::unique_lock lock(core_->postMutex);
+        if (core_->posted.empty()) return ran;
+        Job job = std::move(core_->posted.front());
+        core_->posted.pop_front();
+        lock.unlock();  // the job may post more
         if (job) job();
-        ++ran;
     }
 }
 
@@ -127,9 +115,7 @@ void FakeMainLoop::advance(double seconds) {
 }
 
 std::size_t FakeMainLoop::activeTimerCount() const {
-    std::size_t count = 0;
-    for (const auto& t : core_->timers) count += t->active ? 1 : 0;
-    return count;
+    return static_cast<std::size_t>(std::count_if(core_->timers.begin(), core_->timers.end(), [](const auto& t) { return t->active; }));
 }
 
 std::size_t FakeMainLoop::pendingJobCount() const {

@@ -390,6 +390,16 @@ public:
             if (isFrame(*it)) return *it;
         return Json::object();
     }
+    // Waits until the newest frame satisfies `matches`, whatever was waited for before.
+    std::optional<Json> waitLatestFrame(const std::function<bool(const Json&)>& matches, double limitSeconds = 10) {
+        const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
+        while (true) {
+            const Json frame = lastFrame();
+            if (isFrame(frame) && matches(frame)) return frame;
+            if (Clock::now() > deadline) return std::nullopt;
+            readSome(50);
+        }
+    }
     const std::vector<Json>& lines() const { return lines_; }
 
     // Waits for the exit (reading the rest of the output); -1 when it did not exit in time (it is
