@@ -7,7 +7,9 @@
 #   3. a click on the icon opens the popup: its screenshot is kept in ARTIFACTS and compared with
 #      REFERENCE (RMSE within a tolerance; sizes must match within a few pixels);
 #   4. choosing "Copy machine ID" with the keyboard puts the simulator's machine id on the clipboard;
-#   5. Quit (in the "More" submenu) ends the process with status 0 and a complete log.
+#   5. Quit (in the "More" submenu) ends the process with status 0 and a complete log;
+#   6. a build-folder start left autostart alone, and --unregister-login-item removes an entry;
+#   7. --window shows the menu in an ordinary window (screenshot kept), and SIGTERM ends it with 0.
 # Usage: tray-e2e.sh APP REFERENCE.png ARTIFACTS_DIR. Exit 77 (skipped) when a tool is missing;
 # UPDATE_REFERENCE=1 copies the new screenshot over the reference instead of comparing.
 set -euo pipefail
@@ -161,3 +163,16 @@ printf '[Desktop Entry]\nType=Application\nName=Corvane\nExec=corvane-menubar\n'
 env -u DISPLAY "$app" --unregister-login-item >"$work/unregister.out" 2>&1 || fail "--unregister-login-item exited with $?"
 [[ ! -e $entry ]] || fail "--unregister-login-item left the autostart entry"
 echo "unregister: the autostart entry is gone"
+
+# --window: the same menu in an ordinary window (what a desktop without a tray gets after 10 s).
+"$app" --demo --window >"$work/window.out" 2>"$work/app.err" &
+window_pid=$!
+pids+=($window_pid)
+waitFor 10 bash -c 'popupWindow >/dev/null' || fail "--window showed no window"
+sleep 1.5  # the first poll's rows
+import -window "$(popupWindow)" "$artifacts/window.png"
+echo "window: $artifacts/window.png"
+kill -TERM "$window_pid"
+wait "$window_pid" && status=0 || status=$?
+((status == 0)) || fail "the window app exited with $status on SIGTERM"
+echo "window: SIGTERM ended it with status 0"
