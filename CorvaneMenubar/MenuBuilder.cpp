@@ -279,7 +279,7 @@ MenuBuilder::ItemPtr MenuBuilder::agentItem(const AgentRow& row) {
 }
 
 std::vector<MenuBuilder::ItemPtr> MenuBuilder::updateItems(const CliUpdate& update) {
-    auto notice = descriptions_->makeItem();
+    auto notice = factory_.makeItem();
     presentCliUpdate(*notice, update, measure_, reduceMotion());
     if (cliUpdateCanStart(update)) {
         const auto start = handlerItem(cliUpdateActionTitle(update), performing(cliUpdateAction(update)));

@@ -17,7 +17,12 @@ else
 fi
 for preset in asan tsan ci; do
   echo "=== $preset (at $((SECONDS - start)) s) ==="
-  cmake --preset "$preset" "${extra[@]}" >/dev/null
+  options=("${extra[@]}")
+  # Qt's libraries are not built with ThreadSanitizer, so every queued call, timer and signal the
+  # Qt shell passes through them reads as a race inside Qt; the shell's threads are the portable
+  # ones TSan already covers. The Qt shell is built and tested in the asan and ci runs.
+  [[ $preset == tsan ]] && options+=(-DCORVANE_BUILD_QT=OFF)
+  cmake --preset "$preset" "${options[@]}" >/dev/null
   cmake --build --preset "$preset"
   ctest --preset "$preset"
 done

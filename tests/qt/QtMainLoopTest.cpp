@@ -3,10 +3,15 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QThread>
 #include <QTimer>
 
 #include <gtest/gtest.h>
 
+#include "CorvaneMenubar/TempFolder.h"
+#include "headless/InotifyDirectoryWatcher.h"
+
+#include <fstream>
 #include <thread>
 #include <vector>
 
@@ -68,6 +73,33 @@ TEST(QtMainLoopTest, HandlesCancelTimersAlsoFromInsideTheirOwnJobAndMayOutliveTh
     orphan.reset();
     spin([] { return false; }, 30);
     EXPECT_EQ(late, 0);
+}
+
+// The shell watches folders with the inotify watcher posting into this loop: a write made while a
+// menu's nested loop runs is reported inside it, on the GUI thread.
+TEST(QtMainLoopTest, FolderWritesReachTheGuiThreadInsideANestedLoop) {
+    testing::TempFolder folder;
+    QtMainLoop loop;
+    InotifyDirectoryWatcher watcher(loop);
+    int events = 0;
+    bool onGuiThread = true;
+    auto watch = watcher.watch(folder.path(), [&] {
+        ++events;
+        onGuiThread = onGuiThread && QThread::currentThread() == QCoreApplication::instance()->thread();
+    });
+    ASSERT_TRUE(watch);
+    QEventLoop nested;
+    QTimer::singleShot(10, &nested, [&] { std::ofstream(folder / "snapshot.json") << "{}"; });
+    QTimer::singleShot(300, &nested, &QEventLoop::quit);
+    nested.exec();
+    EXPECT_GE(events, 1);
+    EXPECT_TRUE(onGuiThread);
+
+    watch.reset();
+    const int stopped = events;
+    std::ofstream(folder / "later.json") << "{}";
+    spin([] { return false; }, 100);
+    EXPECT_EQ(events, stopped);
 }
 
 TEST(QtMainLoopTest, ClocksAdvance) {

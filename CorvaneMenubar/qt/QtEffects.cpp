@@ -1,0 +1,95 @@
+#include "QtEffects.h"
+
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QGuiApplication>
+#include <QMessageBox>
+#include <QProcess>
+#include <QStringList>
+#include <QUrl>
+
+#include <cstdlib>
+#include <unistd.h>
+
+#include "QtSessionFocus.h"
+#include "TerminalScript.h"
+
+namespace corvane {
+
+bool programIsOnPath(std::string_view program, std::string_view path) {
+    if (program.empty()) return false;
+    auto executable = [](const std::string& file) { return ::access(file.c_str(), X_OK) == 0; };
+    if (program.find('/') != std::string_view::npos) return executable(std::string(program));
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        auto end = path.find(':', start);
+        auto folder = path.substr(start, end == std::string_view::npos ? std::string_view::npos : end - start);
+        if (!folder.empty() && executable(std::string(folder) + "/" + std::string(program))) return true;
+        if (end == std::string_view::npos) break;
+        start = end + 1;
+    }
+    return false;
+}
+
+QtEffects::QtEffects(StartDetached startDetached, std::function<std::optional<std::string>()> terminalVariable,
+                     std::function<bool(std::string_view program)> isOnPath)
+    : startDetached_(std::move(startDetached)),
+      terminalVariable_(std::move(terminalVariable)),
+      isOnPath_(std::move(isOnPath)) {
+    if (!startDetached_) {
+        startDetached_ = [](const std::vector<std::string>& argv) {
+            if (argv.empty()) return false;
+            QStringList arguments;
+            for (std::size_t i = 1; i < argv.size(); ++i) arguments << QString::fromStdString(argv[i]);
+            return QProcess::startDetached(QString::fromStdString(argv[0]), arguments);
+        };
+    }
+    if (!terminalVariable_) {
+        terminalVariable_ = []() -> std::optional<std::string> {
+            const char* value = std::getenv("TERMINAL");
+            if (!value) return std::nullopt;
+            return std::string(value);
+        };
+    }
+    if (!isOnPath_) {
+        isOnPath_ = [](std::string_view program) {
+            const char* path = std::getenv("PATH");
+            return programIsOnPath(program, path ? path : "/usr/local/bin:/usr/bin:/bin");
+        };
+    }
+}
+
+void QtEffects::openUrl(const std::string& url) { QDesktopServices::openUrl(QUrl(QString::fromStdString(url))); }
+
+void QtEffects::openFile(const std::string& path) {
+    QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(path)));
+}
+
+void QtEffects::copyText(const std::string& text) {
+    QGuiApplication::clipboard()->setText(QString::fromStdString(text), QClipboard::Clipboard);
+}
+
+std::optional<TerminalError> QtEffects::openTerminal(const std::string& commandLine) {
+    auto argv = linuxTerminalInvocation(terminalVariable_(), isOnPath_, commandLine);
+    if (!argv) return TerminalError{terminalNotFoundCode};
+    if (!startDetached_(*argv)) return TerminalError{terminalStartFailedCode};
+    return std::nullopt;
+}
+
+SessionFocus QtEffects::focusSession(const std::string& tty, std::int32_t appPid) {
+    return SessionFocus{raiseSessionWindow(tty, appPid), std::nullopt};
+}
+
+void QtEffects::showAlert(const std::string& message, const std::string& informative) {
+    QMessageBox box(QMessageBox::Warning, QString::fromStdString(message), QString::fromStdString(message),
+                    QMessageBox::Ok);
+    box.setInformativeText(QString::fromStdString(informative));
+    box.setWindowFlag(Qt::WindowStaysOnTopHint);
+    box.raise();
+    box.activateWindow();
+    box.exec();
+}
+
+void QtEffects::activateApp() {}
+
+}  // namespace corvane

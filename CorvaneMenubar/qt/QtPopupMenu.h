@@ -1,0 +1,46 @@
+#pragma once
+
+// The QMenu of the app's own popup. It adds three things to a plain QMenu:
+//   - highlight reports: every change of the current action (pointer, keyboard, leaving), also
+//     to none, which QMenu::hovered does not report;
+//   - Return and Enter on a custom row go to the row's item with the Alt modifier (Alt stands for
+//     Option), instead of triggering the action like a plain row;
+//   - while shown, the relayout a QMenu does on every action change is held back and done once
+//     per batch of edits (`flushLayout`), so rewriting 200 open rows costs one layout, not 200.
+
+#include <QMenu>
+#include <QPointer>
+#include <functional>
+
+namespace corvane {
+
+class QtPopupMenu final : public QMenu {
+public:
+    struct Hooks {
+        std::function<void(QAction* current)> highlightChanged;
+        // Return on `current`: true when the row took it.
+        std::function<bool(QAction* current, bool altPressed)> returnPressed;
+    };
+
+    QtPopupMenu();
+    void setHooks(Hooks hooks) { hooks_ = std::move(hooks); }
+
+    // Lays the menu out again now if edits were held back while it was shown.
+    void flushLayout();
+    // Reports the current action when it differs from the last one reported.
+    void syncHighlight();
+
+protected:
+    void actionEvent(QActionEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
+private:
+    Hooks hooks_;
+    QPointer<QAction> reported_;
+    bool layoutPending_ = false;
+};
+
+}  // namespace corvane

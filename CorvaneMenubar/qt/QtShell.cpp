@@ -1,0 +1,204 @@
+#include "QtShell.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QTimer>
+
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <malloc.h>
+#include <syslog.h>
+
+#include "DesktopShell.h"
+#include "HostPlatform.h"
+#include "QtAppearance.h"
+#include "QtEffects.h"
+#include "QtFallbackWindow.h"
+#include "QtMainLoop.h"
+#include "QtNativeMenuFactory.h"
+#include "QtStatusItem.h"
+#include "QtTextMeasure.h"
+#include "SingleInstance.h"
+#include "XdgLoginItem.h"
+#include "headless/SystemDirectoryWatcher.h"
+#include "headless/JsonFileDefaults.h"
+#include "headless/ThreadBackgroundWork.h"
+
+namespace corvane {
+
+namespace {
+// QApplication keeps references to these for its whole life.
+int applicationArgc = 1;
+char applicationName[] = "corvane-menubar";
+char* applicationArgv[] = {applicationName, nullptr};
+
+std::string homeFolder() {
+    const char* home = std::getenv("HOME");
+    return home ? home : "";
+}
+}  // namespace
+
+// Declared in the order they must be built; destroyed in reverse, so the loop outlives the
+// background work (whose jobs post into it) and every seam outlives what uses it.
+struct QtShell::Parts {
+    Variant variant;
+    std::unique_ptr<JsonFileDefaults> defaults;
+    std::unique_ptr<XdgLoginItem> loginItem;
+    std::unique_ptr<QApplication> application;
+    std::unique_ptr<SingleInstance> instance;
+    std::unique_ptr<QtMainLoop> loop;
+    std::unique_ptr<ThreadBackgroundWork> background;
+    std::unique_ptr<DirectoryWatcher> watcher;
+    std::unique_ptr<QtAppearance> appearance;
+    std::unique_ptr<QtStatusItem> statusItem;
+    std::unique_ptr<QtNativeMenuFactory> menuFactory;
+    std::unique_ptr<QtTextMeasure> textMeasure;
+    std::unique_ptr<QtEffects> effects;
+    std::unique_ptr<QtFallbackWindow> window;
+    bool openRequested = false;
+};
+
+QtShell::QtShell(const ShellOptions& options) : options_(options), parts_(std::make_unique<Parts>()) {}
+
+QtShell::~QtShell() {
+    // Widgets and timers go before the application object.
+    if (parts_) {
+        parts_->window.reset();
+        parts_->statusItem.reset();
+        parts_->effects.reset();
+        parts_->textMeasure.reset();
+        parts_->menuFactory.reset();
+        parts_->appearance.reset();
+        parts_->watcher.reset();
+        parts_->background.reset();
+        parts_->loop.reset();
+        parts_->instance.reset();
+    }
+}
+
+bool QtShell::prepare(const Variant& variant) {
+    auto& parts = *parts_;
+    parts.variant = variant;
+    // One store with the headless shell, so switching modes keeps the preferences.
+    auto path = JsonFileDefaults::defaultPath(variant.appEnv, std::getenv("XDG_CONFIG_HOME"), std::getenv("HOME"));
+    parts.defaults = std::make_unique<JsonFileDefaults>(
+        path ? *path
+             : (std::filesystem::temp_directory_path() / ("corvane-menubar-" + variant.appEnv + ".json")).string());
+    parts.loginItem = std::make_unique<XdgLoginItem>(xdgConfigFolder(), desktopAppId(variant.appEnv), executablePath(),
+                                                     variant.displayName());
+    if (options_.loginItemOnly) return true;
+
+    parts.application = std::make_unique<QApplication>(applicationArgc, applicationArgv);
+    QApplication::setApplicationName(QStringLiteral("corvane-menubar"));
+    QApplication::setApplicationDisplayName(QString::fromStdString(variant.displayName()));
+    QGuiApplication::setDesktopFileName(QString::fromStdString(desktopAppId(variant.appEnv)));
+    // Alerts and the About box close without ending the app.
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    parts.instance = std::make_unique<SingleInstance>(SingleInstance::defaultFolder(),
+                                                      QString::fromStdString(desktopAppId(variant.appEnv)));
+    switch (parts.instance->claim([this] {
+        if (parts_->window) {
+            parts_->window->show();
+            parts_->window->raise();
+            parts_->window->activateWindow();
+        } else if (parts_->statusItem) {
+            parts_->statusItem->openMenu();
+        }
+    })) {
+        case SingleInstance::Role::primary:
+            break;
+        case SingleInstance::Role::secondary:
+            // The running instance opens its menu; this start has nothing more to do, and
+            // leaving is a success, not a failure.
+            std::cout.flush();
+            std::exit(0);
+        case SingleInstance::Role::failed:
+            systemLog("Another Corvane seems to be running but did not answer; starting anyway.");
+            break;
+    }
+
+    parts.loop = std::make_unique<QtMainLoop>();
+    parts.background = std::make_unique<ThreadBackgroundWork>();
+    parts.watcher = makeSystemDirectoryWatcher(*parts.loop);
+    parts.appearance = std::make_unique<QtAppearance>();
+    parts.statusItem = std::make_unique<QtStatusItem>(*parts.appearance, QString::fromStdString(variant.displayName()),
+                                                      !options_.window);
+    parts.menuFactory = std::make_unique<QtNativeMenuFactory>();
+    parts.textMeasure = std::make_unique<QtTextMeasure>();
+    parts.effects = std::make_unique<QtEffects>();
+    return true;
+}
+
+LoginItem& QtShell::loginItem() { return *parts_->loginItem; }
+
+Defaults& QtShell::defaults() { return *parts_->defaults; }
+
+AppSeams QtShell::seams() {
+    auto& parts = *parts_;
+    return AppSeams{*parts.loop,    *parts.background, *parts.watcher,   *parts.statusItem, *parts.menuFactory,
+                    *parts.textMeasure, *parts.effects, *parts.loginItem, *parts.defaults,   *parts.appearance};
+}
+
+std::string QtShell::bundlePath() const { return firstLaunchBundlePath(executablePath(), homeFolder()); }
+
+void QtShell::showAbout() {
+    const QString name = QString::fromStdString(parts_->variant.displayName());
+    QMessageBox::about(nullptr, QStringLiteral("About ") + name,
+                       QStringLiteral("<b>%1</b><br>Version %2<br><br>Your coding-agent sessions in the panel.")
+                           .arg(name.toHtmlEscaped(),
+                                QString::fromStdString(appVersion(buildInfoDictionary())).toHtmlEscaped()));
+}
+
+void QtShell::systemLog(std::string_view line) {
+    std::cerr << line << std::endl;
+    ::syslog(LOG_USER | LOG_WARNING, "%.*s", static_cast<int>(line.size()), line.data());
+}
+
+void QtShell::showWindow() {
+    auto& parts = *parts_;
+    if (!parts.window)
+        parts.window = std::make_unique<QtFallbackWindow>(*parts.statusItem, QString::fromStdString(parts.variant.displayName()));
+    parts.window->show();
+    parts.window->raise();
+}
+
+int QtShell::exec(AppDelegate& app, std::function<void()> terminate) {
+    auto* application = parts_->application.get();
+    // A poll's answer and a rebuilt menu leave freed heap behind; hand it back to the system a
+    // moment after each render, so an app that runs all day keeps a small footprint. One pending
+    // trim at a time; nothing runs while the app is idle between renders.
+    auto* trim = new QTimer(application);
+    trim->setSingleShot(true);
+    trim->setInterval(2000);
+    QObject::connect(trim, &QTimer::timeout, [] { ::malloc_trim(0); });
+    app.onRendered = [trim] {
+        if (!trim->isActive()) trim->start();
+    };
+    // The session ending (logout) quits the application: run the termination order first.
+    QObject::connect(application, &QCoreApplication::aboutToQuit, application, [terminate] { terminate(); });
+
+    if (options_.window) {
+        showWindow();
+    } else if (!QtStatusItem::trayAvailable()) {
+        QTimer::singleShot(trayWaitSeconds * 1000, application, [this] {
+            if (QtStatusItem::trayAvailable() || parts_->window) return;
+            systemLog("No system tray showed the Corvane icon within " + std::to_string(trayWaitSeconds) +
+                      " seconds, so its menu opens in a window instead.");
+            showWindow();
+        });
+    }
+    return application->exec();
+}
+
+void QtShell::quit() {
+    if (parts_->statusItem) parts_->statusItem->remove();
+    QCoreApplication::exit(0);
+}
+
+std::string_view desktopShellName() { return "qt"; }
+
+std::unique_ptr<Shell> makeDesktopShell(const ShellOptions& options) { return std::make_unique<QtShell>(options); }
+
+}  // namespace corvane

@@ -1,0 +1,72 @@
+#pragma once
+
+// A menu builder on the Qt shell's native menu, shown by the presenter on the offscreen platform,
+// with the status item's highlight event wired as the app wires it.
+
+#include <QApplication>
+#include <QMenu>
+#include <QTest>
+#include <QWidgetAction>
+#include <gtest/gtest.h>
+
+#include "CorvaneMenubar/MenuRows.h"
+#include "MenuBuilder.h"
+#include "headless/MemoryMenu.h"
+#include "qt/QtNativeMenu.h"
+#include "qt/QtNativeMenuFactory.h"
+#include "qt/QtNativeMenuItem.h"
+#include "qt/QtMenuPresenter.h"
+#include "qt/QtPopupMenu.h"
+#include "qt/QtRowWidget.h"
+#include "qt/QtTextMeasure.h"
+
+namespace corvane::qttest {
+
+using namespace testrows;
+
+class QtMenuFixture : public ::testing::Test {
+protected:
+    QtNativeMenuFactory factory;
+    QtTextMeasure measure;
+    std::vector<std::string> performed;
+    bool reduceMotion = false;
+    MenuBuilder builder{factory, measure,
+                        MenuBuilderHooks{[this](const MenuAction& a) { performed.push_back(a.title); },
+                                         [] { return true; }, [] {}, [] {}, [] {}, [this] { return reduceMotion; }},
+                        "Corvane"};
+    MemoryStatusItem statusItem;
+    QtMenuPresenter presenter{statusItem, QStringLiteral("Corvane"), QtMenuPresenter::Placement::popup};
+
+    QtMenuFixture() {
+        statusItem.setMenu(builder.menu());
+        presenter.setMenu(builder.menu());
+        StatusItemEvents events;
+        events.willHighlight = [this](NativeMenuItem* item) { MenuBuilder::applyHighlight(*builder.menu(), item); };
+        statusItem.setEvents(std::move(events));
+    }
+    ~QtMenuFixture() override {
+        presenter.close();
+        QApplication::processEvents();
+    }
+
+    void submit(std::vector<MenuItem> items, std::vector<MenuItem> more = {}) {
+        builder.submit(MenuBuild{std::move(items), std::move(more), false});
+    }
+    QtNativeMenu& live() { return static_cast<QtNativeMenu&>(*builder.menu()); }
+    QtPopupMenu& popup() { return *live().popupMenu(); }
+    QtNativeMenuItem& itemAt(std::size_t index) { return static_cast<QtNativeMenuItem&>(*live().itemAt(index)); }
+    void open() {
+        presenter.popupAt(QPoint(20, 20));
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&popup()));
+        QApplication::processEvents();
+    }
+};
+
+inline MenuItem agentRow(const std::string& id, const std::string& title, std::optional<std::string> status,
+                         bool harness = true) {
+    auto row = std::get<row::Agent>(agent(id, title, std::move(status), std::nullopt).value);
+    if (!harness) row.agent.harness.reset();
+    return row;
+}
+
+}  // namespace corvane::qttest

@@ -1,0 +1,212 @@
+#include "QtMenuFixture.h"
+
+#include "qt/QtAgentRowWidget.h"
+#include "qt/QtCliUpdateWidget.h"
+
+namespace corvane::qttest {
+namespace {
+
+using Kind = QtRowWidget::Kind;
+
+QtAgentRowWidget& agentWidget(QtNativeMenuItem& item) { return *dynamic_cast<QtAgentRowWidget*>(item.rowWidget()); }
+
+std::vector<QAction*> actionsOf(QMenu& menu) {
+    const auto list = menu.actions();
+    return {list.begin(), list.end()};
+}
+
+QStringList textsOf(QMenu& menu) {
+    QStringList out;
+    for (QAction* action : menu.actions()) out << (action->isSeparator() ? QStringLiteral("-") : action->text());
+    return out;
+}
+
+std::vector<MenuItem> sessions(const std::string& status, const std::string& age) {
+    return {
+        row::Header{"Corvane", "dana@acme.dev", std::string("2 agents")},
+        agentRow("a", "Fix checkout · " + age, status),
+        agentRow("b", "Billing v2 · " + age, "idle"),
+        row::Submenu{"Open", {action("Dashboard"), action("Folder")}},
+        action("Copy Session ID"),
+    };
+}
+
+TEST_F(QtMenuFixture, AnOpenMenuIsRewrittenInPlaceKeepingActionsHighlightAndSubmenu) {
+    submit(sessions("working", "2m ago"));
+    open();
+    auto& agentItem = itemAt(1);
+    popup().setActiveAction(agentItem.action());
+    QApplication::processEvents();
+    ASSERT_TRUE(agentItem.isHighlighted());
+
+    const auto popupActions = actionsOf(popup());
+    const auto mirrorActions = actionsOf(*presenter.exportedMenu());
+    QWidget* const shownWidget = agentItem.rowWidget();
+    submit(sessions("idle", "3m ago"));
+
+    EXPECT_EQ(actionsOf(popup()), popupActions);
+    EXPECT_EQ(actionsOf(*presenter.exportedMenu()), mirrorActions);
+    EXPECT_EQ(popup().activeAction(), agentItem.action());
+    EXPECT_TRUE(agentItem.isHighlighted());
+    EXPECT_EQ(agentItem.rowWidget(), shownWidget);
+    EXPECT_EQ(agentItem.action()->text(), QStringLiteral("Fix checkout · 3m ago"));
+    EXPECT_EQ(presenter.exportedMenu()->actions().at(1)->text(), QStringLiteral("Fix checkout · 3m ago"));
+
+    // Into the submenu with the keyboard, then another rewrite.
+    auto& openItem = itemAt(3);
+    popup().setActiveAction(openItem.action());
+    QTest::keyClick(&popup(), Qt::Key_Right);
+    QMenu* submenu = openItem.action()->menu();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(submenu));
+    const auto subActions = actionsOf(*submenu);
+    submit(sessions("working", "4m ago"));
+    QApplication::processEvents();
+    EXPECT_TRUE(submenu->isVisible());
+    EXPECT_EQ(actionsOf(*submenu), subActions);
+    EXPECT_EQ(actionsOf(popup()), popupActions);
+    EXPECT_EQ(popup().activeAction(), openItem.action());
+}
+
+TEST_F(QtMenuFixture, TheUpdateRowChangesItsContentWithoutLeavingTheOpenMenu) {
+    struct Step {
+        CliUpdatePhase phase;
+        bool blocked;
+        Kind kind;
+        bool spinner;
+        int rows;  // the update block's rows
+    };
+    const std::vector<Step> steps = {
+        {CliUpdatePhase::available, false, Kind::title, false, 1},
+        {CliUpdatePhase::available, true, Kind::cliUpdate, false, 1},
+        {CliUpdatePhase::installing, false, Kind::cliUpdate, true, 1},
+        {CliUpdatePhase::installing, false, Kind::cliUpdate, true, 1},
+        {CliUpdatePhase::succeeded, false, Kind::cliUpdate, false, 1},
+        {CliUpdatePhase::available, false, Kind::title, false, 1},
+    };
+    submit({row::CliUpdate{update(CliUpdatePhase::available)}, action("Dashboard")});
+    open();
+    QAction* const notice = itemAt(0).action();
+    popup().setActiveAction(itemAt(1).action());
+    for (const auto& step : steps) {
+        SCOPED_TRACE(static_cast<int>(step.phase) * 10 + step.blocked);
+        submit({row::CliUpdate{update(step.phase, step.blocked)}, action("Dashboard")});
+        QApplication::processEvents();
+        EXPECT_EQ(popup().actions().first(), notice);
+        EXPECT_EQ(popup().activeAction(), itemAt(1).action());
+        auto* widget = itemAt(0).rowWidget();
+        ASSERT_NE(widget, nullptr);
+        EXPECT_EQ(widget->kind(), step.kind);
+        EXPECT_TRUE(widget->isVisible());
+        if (auto* view = dynamic_cast<QtCliUpdateWidget*>(widget)) {
+            EXPECT_EQ(view->spinnerTurning(), step.spinner);
+        }
+    }
+    // After a failure the log row follows the notice row, in both surfaces.
+    presenter.close();
+    QApplication::processEvents();
+    submit({row::CliUpdate{update(CliUpdatePhase::failed)}, action("Dashboard")});
+    EXPECT_EQ(textsOf(popup()).mid(0, 3), (QStringList{QStringLiteral("CLI update failed. Retry?"), QStringLiteral("View update log"),
+                                                       QStringLiteral("Dashboard")}))
+        << textsOf(popup()).join(QLatin1Char('|')).toStdString();
+}
+
+TEST_F(QtMenuFixture, TheExportedMirrorIsSetOnceNeverEmptyAndPlainText) {
+    QMenu* const exported = presenter.exportedMenu();
+    QtMenuPresenter early(statusItem);
+    ASSERT_EQ(early.exportedMenu()->actions().size(), 1);
+    EXPECT_FALSE(early.exportedMenu()->actions().first()->isEnabled());
+
+    submit({row::Header{"Corvane", "dana@acme.dev", std::string("3 agents")},
+            row::Status{StatusMark::warn, "Sync late", std::string("Last sync\n2 h ago"), std::nullopt, std::nullopt},
+            row::Connection{ConnectionMark::ok, "GitHub", "connected", std::nullopt, std::nullopt},
+            agentRow("a", "Fix checkout", "working"),
+            row::Status{StatusMark::problem, "Token expired", std::string("GitHub"), std::nullopt, urlAction("Reconnect")},
+            action("A & B")});
+    EXPECT_EQ(presenter.exportedMenu(), exported);
+    const QStringList expected = {
+        QStringLiteral("Corvane — dana@acme.dev — 3 agents"),
+        QStringLiteral("Sync late — Last sync\n2 h ago"),
+        QStringLiteral("GitHub: connected"),
+        QStringLiteral("Fix checkout — Working"),
+        QStringLiteral("Token expired — GitHub"),
+        QStringLiteral("A && B"),
+    };
+    EXPECT_EQ(textsOf(*exported).mid(0, expected.size()), expected) << textsOf(*exported).join(QLatin1Char('|')).toStdString();
+
+    // Its actions act: the agent row opens its default target.
+    exported->actions().at(3)->trigger();
+    EXPECT_EQ(performed, std::vector<std::string>{"Open in Claude"});
+}
+
+TEST_F(QtMenuFixture, ReturnOnAnAgentRowOpensItsDefaultTargetAndAltReturnOpensCorvane) {
+    struct Case {
+        bool harness;
+        Qt::KeyboardModifiers modifiers;
+        std::string opened;
+    };
+    const std::vector<Case> cases = {
+        {true, Qt::NoModifier, "Open in Claude"},
+        {true, Qt::AltModifier, "Fix checkout"},
+        {false, Qt::NoModifier, "Fix checkout"},
+        {false, Qt::AltModifier, "Fix checkout"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.opened + (c.harness ? " harness" : "") + (c.modifiers ? " alt" : ""));
+        performed.clear();
+        submit({action("Dashboard"), agentRow("a", "Fix checkout", "working", c.harness)});
+        open();
+        QTest::keyClick(&popup(), Qt::Key_Down);
+        QTest::keyClick(&popup(), Qt::Key_Down);
+        ASSERT_EQ(popup().activeAction(), itemAt(1).action());
+        EXPECT_TRUE(itemAt(1).isHighlighted());
+        QTest::keyClick(&popup(), Qt::Key_Return, c.modifiers);
+        QApplication::processEvents();
+        EXPECT_EQ(performed, std::vector<std::string>{c.opened});
+        presenter.close();
+        QApplication::processEvents();
+    }
+}
+
+TEST_F(QtMenuFixture, OpeningAndClosingReachTheStatusItemOnceAndAfterTheChosenAction) {
+    submit({action("Dashboard"), action("Folder")});
+    std::vector<std::string> events;
+    StatusItemEvents observed;
+    observed.menuWillOpen = [&] { events.push_back("open"); };
+    observed.menuDidClose = [&] { events.push_back("close"); };
+    statusItem.setEvents(observed);
+    builder.menu()->itemAt(1)->setHandler([&](NativeMenuItem&, const Activation&) { events.push_back("chosen"); });
+    open();
+    EXPECT_TRUE(builder.isTracking());
+    popup().setActiveAction(itemAt(1).action());
+    QTest::keyClick(&popup(), Qt::Key_Return);
+    QApplication::processEvents();
+    EXPECT_EQ(events, (std::vector<std::string>{"open", "chosen", "close"}));
+    EXPECT_FALSE(builder.isTracking());
+}
+
+}  // namespace
+}  // namespace corvane::qttest
+
+namespace corvane::qttest {
+namespace {
+
+// Where popups cannot be placed (Wayland) the same menu opens as a window that a choice closes.
+TEST_F(QtMenuFixture, TheWindowPlacementShowsTheSameMenuAndAChoiceClosesIt) {
+    QtMenuPresenter windowed(statusItem, QStringLiteral("Corvane"), QtMenuPresenter::Placement::window);
+    windowed.setMenu(builder.menu());
+    submit({agentRow("a", "Fix checkout", "working"), action("Dashboard")});
+    windowed.popupAtCursor();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&popup()));
+    EXPECT_FALSE(popup().windowFlags().testFlag(Qt::Popup));
+    EXPECT_TRUE(builder.isTracking());
+    EXPECT_TRUE(agentWidget(itemAt(0)).isPulsing());
+    popup().setActiveAction(itemAt(0).action());
+    QTest::keyClick(&popup(), Qt::Key_Return, Qt::AltModifier);
+    QApplication::processEvents();
+    EXPECT_EQ(performed, std::vector<std::string>{"Fix checkout"});
+    EXPECT_FALSE(popup().isVisible());
+    EXPECT_FALSE(builder.isTracking());
+}
+
+}  // namespace
+}  // namespace corvane::qttest
