@@ -12,6 +12,7 @@
 #include "CorvaneMenubar/MenuRows.h"
 #include "MenuBuilder.h"
 #include "headless/MemoryMenu.h"
+#include "qt/QtAgentRowWidget.h"
 #include "qt/QtNativeMenu.h"
 #include "qt/QtNativeMenuFactory.h"
 #include "qt/QtNativeMenuItem.h"
@@ -44,10 +45,7 @@ protected:
         events.willHighlight = [this](NativeMenuItem* item) { MenuBuilder::applyHighlight(*builder.menu(), item); };
         statusItem.setEvents(std::move(events));
     }
-    ~QtMenuFixture() override {
-        presenter.close();
-        QApplication::processEvents();
-    }
+    ~QtMenuFixture() override { close(); }
 
     void submit(std::vector<MenuItem> items, std::vector<MenuItem> more = {}) {
         builder.submit(MenuBuild{std::move(items), std::move(more), false});
@@ -55,9 +53,14 @@ protected:
     QtNativeMenu& live() { return static_cast<QtNativeMenu&>(*builder.menu()); }
     QtPopupMenu& popup() { return *live().popupMenu(); }
     QtNativeMenuItem& itemAt(std::size_t index) { return static_cast<QtNativeMenuItem&>(*live().itemAt(index)); }
+    QtAgentRowWidget& agentWidget(std::size_t index) { return *dynamic_cast<QtAgentRowWidget*>(itemAt(index).rowWidget()); }
     void open() {
         presenter.popupAt(QPoint(20, 20));
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&popup()));
+        QApplication::processEvents();
+    }
+    void close() {
+        presenter.close();
         QApplication::processEvents();
     }
 };

@@ -6,57 +6,57 @@
 #include <QStyleFactory>
 
 #include "MenuDecode.h"
-#include "qt/QtAgentRowWidget.h"
-#include "qt/QtCliUpdateWidget.h"
 #include "qt/QtMenuLook.h"
 
 namespace corvane::qttest {
 namespace {
 
-QtAgentRowWidget& agentWidget(QtNativeMenuItem& item) { return *dynamic_cast<QtAgentRowWidget*>(item.rowWidget()); }
-
 bool near(QColor a, QColor b) {
     return std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) + std::abs(a.blue() - b.blue()) < 24;
 }
 
-TEST_F(QtMenuFixture, AgentRowsHighlightTheTargetUnderThePointerOrTheKeyboardDefault) {
-    enum class Pointer { away, harness, corvane };
+// The highlighted target follows the pointer, or the keyboard's default target, and is the one
+// a click or Return opens; Alt+Return opens the row in Corvane.
+TEST_F(QtMenuFixture, AgentRowsHighlightAndOpenTheTargetUnderThePointerOrTheKeyboardDefault) {
+    enum class Input { none, key, altKey, pointerOnHarness, pointerOnCorvane };
     struct Case {
         bool harness;
-        Pointer pointer;
-        bool keyboard;
+        Input input;
         std::optional<AgentTarget> shown;
+        std::vector<std::string> opened;
     };
     const std::vector<Case> cases = {
-        {true, Pointer::away, false, std::nullopt},
-        {true, Pointer::away, true, AgentTarget::harness},
-        {false, Pointer::away, true, AgentTarget::corvane},
-        {true, Pointer::harness, false, AgentTarget::harness},
-        {true, Pointer::corvane, false, AgentTarget::corvane},
-        {true, Pointer::corvane, true, AgentTarget::corvane},
-        {false, Pointer::harness, false, std::nullopt},  // nothing to open there
-        {false, Pointer::harness, true, std::nullopt},
+        {true, Input::none, std::nullopt, {}},
+        {true, Input::key, AgentTarget::harness, {"Open in Claude"}},
+        {true, Input::altKey, AgentTarget::harness, {"Fix checkout"}},
+        {false, Input::key, AgentTarget::corvane, {"Fix checkout"}},
+        {false, Input::altKey, AgentTarget::corvane, {"Fix checkout"}},
+        {true, Input::pointerOnHarness, AgentTarget::harness, {"Open in Claude"}},
+        {true, Input::pointerOnCorvane, AgentTarget::corvane, {"Fix checkout"}},
+        {false, Input::pointerOnHarness, std::nullopt, {}},  // nothing to open there: the menu stays open
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(::testing::Message() << c.harness << static_cast<int>(c.pointer) << c.keyboard);
+        SCOPED_TRACE(::testing::Message() << c.harness << static_cast<int>(c.input));
+        performed.clear();
         submit({action("Dashboard"), agentRow("a", "Fix checkout", std::nullopt, c.harness)});
         open();
         auto& item = itemAt(1);
-        auto& row = agentWidget(item);
+        auto& row = agentWidget(1);
         const int w = row.width(), h = row.height();
-        EXPECT_EQ(h, 26);
-        EXPECT_GE(w, 320 - 12);
-        if (c.pointer != Pointer::away) {
+        const bool pointer = c.input == Input::pointerOnHarness || c.input == Input::pointerOnCorvane;
+        const QPoint at = row.mapTo(&popup(), QPoint(c.input == Input::pointerOnCorvane ? w - 10 : 60, h / 2));
+        if (pointer) {
             // Through the window, as the pointer would: the row and then the menu see the move.
-            const QPoint at(c.pointer == Pointer::corvane ? w - 10 : 60, h / 2);
             QTest::mouseMove(popup().windowHandle(), QPoint(1, 1));
-            QTest::mouseMove(popup().windowHandle(), row.mapTo(&popup(), at));
-            QApplication::processEvents();
-            // The menu follows the pointer onto the row and reports the highlight.
-            EXPECT_EQ(popup().activeAction(), item.action());
-            EXPECT_TRUE(item.isHighlighted());
+            QTest::mouseMove(popup().windowHandle(), at);
+        } else if (c.input != Input::none) {
+            QTest::keyClick(&popup(), Qt::Key_Down);
+            QTest::keyClick(&popup(), Qt::Key_Down);
         }
-        if (c.pointer == Pointer::away) item.setHighlighted(c.keyboard);
+        QApplication::processEvents();
+        // The menu follows the pointer or the keys onto the row and reports the highlight.
+        EXPECT_EQ(popup().activeAction() == item.action(), c.input != Input::none);
+        EXPECT_EQ(item.isHighlighted(), c.input != Input::none);
         EXPECT_EQ(row.shownTarget(), c.shown);
 
         const QImage image = row.grab().toImage();
@@ -67,34 +67,13 @@ TEST_F(QtMenuFixture, AgentRowsHighlightTheTargetUnderThePointerOrTheKeyboardDef
         const QColor corvanePixel = image.pixelColor(int(geometry.corvaneHighlight.x) + 2, int(geometry.corvaneHighlight.y) + 4);
         EXPECT_EQ(near(harnessPixel, selection), c.shown == AgentTarget::harness);
         EXPECT_EQ(near(corvanePixel, selection), c.shown == AgentTarget::corvane);
-        presenter.close();
-        QApplication::processEvents();
-    }
-}
 
-TEST_F(QtMenuFixture, AClickOnAnAgentRowOpensTheTargetUnderThePointer) {
-    struct Case {
-        bool harness;
-        int fromRight;  // where the click lands
-        std::vector<std::string> opened;
-    };
-    const std::vector<Case> cases = {
-        {true, 10, {"Fix checkout"}},
-        {true, 120, {"Open in Claude"}},
-        {false, 120, {}},  // the harness part is disabled: the menu stays open
-    };
-    for (const auto& c : cases) {
-        performed.clear();
-        submit({agentRow("a", "Fix checkout", "working", c.harness)});
-        open();
-        auto& row = agentWidget(itemAt(0));
-        const QPoint at = row.mapTo(&popup(), QPoint(row.width() - c.fromRight, row.height() / 2));
-        QTest::mouseMove(popup().windowHandle(), at);
-        QTest::mouseClick(popup().windowHandle(), Qt::LeftButton, Qt::NoModifier, at);
+        if (pointer) QTest::mouseClick(popup().windowHandle(), Qt::LeftButton, Qt::NoModifier, at);
+        if (!pointer && c.input != Input::none)
+            QTest::keyClick(&popup(), Qt::Key_Return, c.input == Input::altKey ? Qt::AltModifier : Qt::NoModifier);
         QApplication::processEvents();
-        EXPECT_EQ(performed, c.opened) << c.fromRight;
-        presenter.close();
-        QApplication::processEvents();
+        EXPECT_EQ(performed, c.opened);
+        close();
     }
 }
 
@@ -114,68 +93,34 @@ TEST_F(QtMenuFixture, TheIconPulsesOnlyWhileShownAndWorkingAndRestartsOnlyWhenWo
         {"c", "waiting", false, 2},
     };
     submit({agentRow("a", "Fix checkout", "working")});
-    EXPECT_FALSE(agentWidget(itemAt(0)).isPulsing());  // closed: no timer
+    EXPECT_FALSE(agentWidget(0).isPulsing());  // closed: no timer
     open();
     for (const auto& step : steps) {
         SCOPED_TRACE(step.session + " " + step.status);
         submit({agentRow(step.session, "Session " + step.session, step.status)});
-        auto& row = agentWidget(itemAt(0));
-        EXPECT_EQ(row.isPulsing(), step.pulsing);
-        EXPECT_EQ(row.pulseStarts(), step.starts);
+        EXPECT_EQ(agentWidget(0).isPulsing(), step.pulsing);
+        EXPECT_EQ(agentWidget(0).pulseStarts(), step.starts);
     }
     submit({agentRow("d", "Session d", "working")});
-    presenter.close();
-    QApplication::processEvents();
-    EXPECT_FALSE(agentWidget(itemAt(0)).isPulsing());
+    close();
+    EXPECT_FALSE(agentWidget(0).isPulsing());
     open();
-    EXPECT_TRUE(agentWidget(itemAt(0)).isPulsing());
-    // The icon fades and comes back while pulsing.
-    auto& row = agentWidget(itemAt(0));
+    EXPECT_TRUE(agentWidget(0).isPulsing());
+    // The icon fades while pulsing.
     double lowest = 1;
     for (int i = 0; i < 12; ++i) {
         QTest::qWait(50);
-        lowest = std::min(lowest, row.iconOpacity());
+        lowest = std::min(lowest, agentWidget(0).iconOpacity());
     }
     EXPECT_LT(lowest, 0.6);
-    presenter.close();
-    QApplication::processEvents();
+    close();
 
     // With animations off a working session stays still.
     reduceMotion = true;
-    builder.submit(MenuBuild{{agentRow("c", "Session c", "working")}, std::vector<MenuItem>{}, false});
+    submit({agentRow("c", "Session c", "working")});
     open();
-    EXPECT_FALSE(agentWidget(itemAt(0)).isPulsing());
-    EXPECT_EQ(agentWidget(itemAt(0)).iconOpacity(), 1.0);
-}
-
-TEST_F(QtMenuFixture, TheUpdateSpinnerShowsWhileInstallingAndTurnsOnlyWhileShown) {
-    struct Case {
-        CliUpdatePhase phase;
-        bool blocked;
-        bool open;
-        bool visible;
-        bool turning;
-        double textWidth;
-    };
-    const std::vector<Case> cases = {
-        {CliUpdatePhase::installing, false, true, true, true, 320 - 30 - 24},
-        {CliUpdatePhase::installing, false, false, true, false, 320 - 30 - 24},
-        {CliUpdatePhase::available, true, true, false, false, 320 - 30},
-        {CliUpdatePhase::succeeded, false, true, false, false, 320 - 30},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(static_cast<int>(c.phase));
-        submit({row::CliUpdate{update(c.phase, c.blocked)}});
-        if (c.open) open();
-        auto* view = dynamic_cast<QtCliUpdateWidget*>(itemAt(0).rowWidget());
-        ASSERT_NE(view, nullptr);
-        view->resize(320, 36);
-        EXPECT_EQ(view->state().spinnerVisible, c.visible);
-        EXPECT_EQ(view->spinnerTurning(), c.turning);
-        EXPECT_EQ(view->layout().textWidth, c.textWidth);
-        presenter.close();
-        QApplication::processEvents();
-    }
+    EXPECT_FALSE(agentWidget(0).isPulsing());
+    EXPECT_EQ(agentWidget(0).iconOpacity(), 1.0);
 }
 
 // The demo menu, drawn offscreen in a light and a dark palette: the pictures are kept for a
@@ -199,16 +144,13 @@ TEST_F(QtMenuFixture, RendersTheDemoMenu) {
     for (const bool dark : {false, true}) {
         QPalette palette = QApplication::style()->standardPalette();
         if (dark) {
-            palette.setColor(QPalette::Window, QColor(45, 45, 48));
-            palette.setColor(QPalette::WindowText, QColor(235, 235, 235));
+            const QColor back(45, 45, 48), text(235, 235, 235), dimmed(130, 130, 130);
+            for (const auto role : {QPalette::Window, QPalette::Button}) palette.setColor(role, back);
+            for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) palette.setColor(role, text);
             palette.setColor(QPalette::Base, QColor(30, 30, 32));
-            palette.setColor(QPalette::Text, QColor(235, 235, 235));
-            palette.setColor(QPalette::Button, QColor(45, 45, 48));
-            palette.setColor(QPalette::ButtonText, QColor(235, 235, 235));
             palette.setColor(QPalette::Highlight, QColor(53, 132, 228));
             palette.setColor(QPalette::HighlightedText, Qt::white);
-            palette.setColor(QPalette::Disabled, QPalette::WindowText, QColor(130, 130, 130));
-            palette.setColor(QPalette::Disabled, QPalette::Text, QColor(130, 130, 130));
+            for (const auto role : {QPalette::WindowText, QPalette::Text}) palette.setColor(QPalette::Disabled, role, dimmed);
         }
         QApplication::setPalette(palette);
         submit(items, payload->more);
@@ -224,8 +166,7 @@ TEST_F(QtMenuFixture, RendersTheDemoMenu) {
         EXPECT_GE(image.width(), 320);
         const QString path = dir + (dark ? QStringLiteral("/qt-menu-dark.png") : QStringLiteral("/qt-menu-light.png"));
         EXPECT_TRUE(image.save(path)) << path.toStdString();
-        presenter.close();
-        QApplication::processEvents();
+        close();
     }
     QApplication::setPalette(original);
 }
