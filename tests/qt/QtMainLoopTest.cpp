@@ -8,10 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include "CorvaneMenubar/TempFolder.h"
-#include "headless/InotifyDirectoryWatcher.h"
-
-#include <fstream>
 #include <thread>
 #include <vector>
 
@@ -26,11 +22,19 @@ void spin(Done done, int ms = 2000) {
     while (!done() && clock.elapsed() < ms) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
 }
 
-TEST(QtMainLoopTest, PostsInOrderFromAnyThreadAndKeepsRunningInsideANestedLoop) {
+// The folder watcher posts from its own thread, also while a menu's nested loop runs.
+TEST(QtMainLoopTest, PostsInOrderFromAnyThreadToTheGuiThreadAndKeepsRunningInsideANestedLoop) {
     QtMainLoop loop;
+    const double start = loop.uptime();
+    const Instant wall = loop.now();
     std::vector<int> order;
+    bool onGuiThread = true;
     std::thread poster([&] {
-        for (int i = 0; i < 50; ++i) loop.post([&order, i] { order.push_back(i); });
+        for (int i = 0; i < 50; ++i)
+            loop.post([&order, &onGuiThread, i] {
+                order.push_back(i);
+                onGuiThread = onGuiThread && QThread::currentThread() == QCoreApplication::instance()->thread();
+            });
     });
     poster.join();
     EXPECT_TRUE(order.empty()) << "post never runs the job inside the call";
@@ -43,9 +47,11 @@ TEST(QtMainLoopTest, PostsInOrderFromAnyThreadAndKeepsRunningInsideANestedLoop) 
     nested.exec();
     ASSERT_EQ(order.size(), 50u);
     for (int i = 0; i < 50; ++i) EXPECT_EQ(order[i], i);
+    EXPECT_TRUE(onGuiThread);
     EXPECT_GE(fired, 3);
-    EXPECT_TRUE(timer->repeats());
-    EXPECT_DOUBLE_EQ(timer->interval(), 0.005);
+    // Both clocks count seconds.
+    EXPECT_GE(loop.uptime() - start, 0.15);
+    EXPECT_GE(secondsBetween(wall, loop.now()), 0.15);
 }
 
 TEST(QtMainLoopTest, HandlesCancelTimersAlsoFromInsideTheirOwnJobAndMayOutliveTheLoop) {
@@ -64,7 +70,6 @@ TEST(QtMainLoopTest, HandlesCancelTimersAlsoFromInsideTheirOwnJobAndMayOutliveTh
     EXPECT_EQ(selfCancelling, 1);
     EXPECT_EQ(cancelled, 0);
     EXPECT_EQ(oneShot, 1);
-    EXPECT_FALSE(once->repeats());
 
     // A handle outliving its loop, and posts after the loop is gone, do nothing.
     int late = 0;
@@ -73,42 +78,6 @@ TEST(QtMainLoopTest, HandlesCancelTimersAlsoFromInsideTheirOwnJobAndMayOutliveTh
     orphan.reset();
     spin([] { return false; }, 30);
     EXPECT_EQ(late, 0);
-}
-
-// The shell watches folders with the inotify watcher posting into this loop: a write made while a
-// menu's nested loop runs is reported inside it, on the GUI thread.
-TEST(QtMainLoopTest, FolderWritesReachTheGuiThreadInsideANestedLoop) {
-    testing::TempFolder folder;
-    QtMainLoop loop;
-    InotifyDirectoryWatcher watcher(loop);
-    int events = 0;
-    bool onGuiThread = true;
-    auto watch = watcher.watch(folder.path(), [&] {
-        ++events;
-        onGuiThread = onGuiThread && QThread::currentThread() == QCoreApplication::instance()->thread();
-    });
-    ASSERT_TRUE(watch);
-    QEventLoop nested;
-    QTimer::singleShot(10, &nested, [&] { std::ofstream(folder / "snapshot.json") << "{}"; });
-    QTimer::singleShot(300, &nested, &QEventLoop::quit);
-    nested.exec();
-    EXPECT_GE(events, 1);
-    EXPECT_TRUE(onGuiThread);
-
-    watch.reset();
-    const int stopped = events;
-    std::ofstream(folder / "later.json") << "{}";
-    spin([] { return false; }, 100);
-    EXPECT_EQ(events, stopped);
-}
-
-TEST(QtMainLoopTest, ClocksAdvance) {
-    QtMainLoop loop;
-    const double start = loop.uptime();
-    const Instant wall = loop.now();
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_GE(loop.uptime() - start, 0.015);
-    EXPECT_GE(secondsBetween(wall, loop.now()), 0.015);
 }
 
 }  // namespace

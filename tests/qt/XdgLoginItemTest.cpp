@@ -4,8 +4,8 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <unistd.h>
-#include <sstream>
 
 #include "CorvaneMenubar/TempFolder.h"
 
@@ -14,9 +14,7 @@ namespace {
 
 std::string readAll(const std::string& path) {
     std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 TEST(XdgLoginItemTest, EntryFollowsRegistrationAndHiddenMeansOff) {
