@@ -56,7 +56,7 @@ void setModified(const std::string& path, Instant at) {
 struct Harness {
     testing::TempFolder temp;
     FakeMainLoop loop;
-    FakeBackgroundWork work{FakeBackgroundWork::Mode::held};
+    FakeBackgroundWork work;
     FakeDirectoryWatcher watcher;
     MemoryStatusItem statusItem;
     MemoryMenuFactory factory;

@@ -27,8 +27,7 @@ private:
 
 void FakeBackgroundWork::run(WorkPriority priority, Job job) {
     priorities_.push_back(priority);
-    if (mode_ == Mode::held) held_.push_back(std::move(job));
-    else if (job) job();
+    held_.push_back(std::move(job));
 }
 
 std::unique_ptr<SerialWorkQueue> FakeBackgroundWork::makeSerialQueue(std::size_t limit) {

@@ -9,19 +9,14 @@
 
 namespace corvane {
 
-// Background work under the test's control. `inline` runs each job at once on the calling
-// thread; `held` keeps jobs until the test releases them with `runNext`/`runAll`. Serial queues
-// made by this fake always hold their jobs (so their bound can be seen) until `runSerial`.
+// Background work under the test's control: jobs are held until the test releases them with
+// `runNext`/`runAll`. Serial queues made by this fake hold their jobs too (so their bound can be
+// seen) until `runSerial`.
 class FakeBackgroundWork : public BackgroundWork {
 public:
-    enum class Mode { inlined, held };
-
-    explicit FakeBackgroundWork(Mode mode = Mode::held) : mode_(mode) {}
-
     void run(WorkPriority priority, Job job) override;
     std::unique_ptr<SerialWorkQueue> makeSerialQueue(std::size_t limit = serialQueueLimit) override;
 
-    void setMode(Mode mode) { mode_ = mode; }
     std::size_t heldCount() const { return held_.size(); }
     // Priorities of every job handed to `run`, in order.
     const std::vector<WorkPriority>& priorities() const { return priorities_; }
@@ -40,7 +35,6 @@ public:
     };
 
 private:
-    Mode mode_;
     std::deque<Job> held_;
     std::vector<WorkPriority> priorities_;
     std::vector<std::shared_ptr<SerialState>> queues_;

@@ -10,11 +10,10 @@
 
 namespace corvane {
 
-// An in-memory store. `synchronizeResult` is what `synchronize` answers.
+// An in-memory store that counts its synchronizations, which always succeed.
 class FakeDefaults : public Defaults {
 public:
     std::map<std::string, std::variant<std::string, bool>, std::less<>> values;
-    bool synchronizeResult = true;
     int synchronizeCalls = 0;
 
     std::optional<std::string> data(std::string_view key) const override {
@@ -30,13 +29,8 @@ public:
         return it != values.end() && std::get_if<bool>(&it->second) && std::get<bool>(it->second);
     }
     void setBoolean(std::string_view key, bool value) override { values.insert_or_assign(std::string(key), value); }
-    void remove(std::string_view key) override {
-        if (auto it = values.find(key); it != values.end()) values.erase(it);
-    }
-    bool synchronize() override {
-        ++synchronizeCalls;
-        return synchronizeResult;
-    }
+    void remove(std::string_view key) override { values.erase(std::string(key)); }
+    bool synchronize() override { return ++synchronizeCalls > 0; }
 };
 
 }  // namespace corvane

@@ -20,7 +20,6 @@ private:
 }  // namespace
 
 std::unique_ptr<DirectoryWatch> FakeDirectoryWatcher::watch(const std::string& path, Job onEvent) {
-    requests_.push_back(path);
     if (unopenable.contains(path)) return nullptr;
     auto entry = std::make_shared<Entry>(Entry{path, std::make_shared<Job>(std::move(onEvent))});
     live_.push_back(entry);

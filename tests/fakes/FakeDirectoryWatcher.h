@@ -21,8 +21,6 @@ public:
     std::size_t trigger(const std::string& path);
     // Paths watched now, in the order the watches started.
     std::vector<std::string> watchedPaths() const;
-    // Every path ever passed to `watch`, in order (failed ones included).
-    const std::vector<std::string>& requests() const { return requests_; }
 
     struct Entry {
         std::string path;
@@ -31,7 +29,6 @@ public:
 
 private:
     std::vector<std::shared_ptr<Entry>> live_;
-    std::vector<std::string> requests_;
 };
 
 }  // namespace corvane

@@ -42,13 +42,6 @@ public:
         calls.push_back(ShowAlert{message, informative});
     }
     void activateApp() override { calls.push_back(ActivateApp{}); }
-
-    // The text last copied, if any.
-    std::optional<std::string> clipboard() const {
-        for (auto it = calls.rbegin(); it != calls.rend(); ++it)
-            if (auto copy = std::get_if<CopyText>(&*it)) return copy->text;
-        return std::nullopt;
-    }
 };
 
 }  // namespace corvane

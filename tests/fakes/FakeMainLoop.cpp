@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <deque>
-#include <limits>
 #include <utility>
 #include <vector>
 
@@ -22,8 +21,8 @@ struct FakeTimer {
 struct FakeMainLoop::Core {
     mutable std::mutex postMutex;
     std::deque<Job> posted;
-    double uptime = 0;
-    Instant wallAtUptimeZero;  // now() = this + uptime
+    double uptime = 1000;
+    Instant wallAtUptimeZero = Instant(std::chrono::seconds(1'800'000'000 - 1000));  // now() = this + uptime
     std::size_t nextOrder = 0;
     std::vector<std::shared_ptr<FakeTimer>> timers;
 
@@ -54,12 +53,8 @@ private:
 };
 }  // namespace
 
-FakeMainLoop::FakeMainLoop(Instant startNow, double startUptime) : core_(std::make_shared<Core>()) {
-    core_->uptime = startUptime;
-    setNow(startNow);
-}
-
-FakeMainLoop::~FakeMainLoop() = default;
+// Uptime starts at 1000 s and the wall clock in 2027, so neither is mistaken for unset.
+FakeMainLoop::FakeMainLoop() : core_(std::make_shared<Core>()) {}
 
 void FakeMainLoop::post(Job job) {
     std::lock_guard lock(core_->postMutex);
@@ -82,10 +77,6 @@ std::unique_ptr<TimerHandle> FakeMainLoop::oneShot(double delaySeconds, Job job)
 double FakeMainLoop::uptime() const { return core_->uptime; }
 Instant FakeMainLoop::now() const {
     return core_->wallAtUptimeZero + std::chrono::microseconds(std::llround(core_->uptime * 1e6));
-}
-
-void FakeMainLoop::setNow(Instant now) {
-    core_->wallAtUptimeZero = now - std::chrono::microseconds(std::llround(core_->uptime * 1e6));
 }
 
 std::size_t FakeMainLoop::runPending() {
@@ -121,11 +112,6 @@ std::size_t FakeMainLoop::activeTimerCount() const {
 std::size_t FakeMainLoop::pendingJobCount() const {
     std::lock_guard lock(core_->postMutex);
     return core_->posted.size();
-}
-
-double FakeMainLoop::nextTimerIn() const {
-    auto timer = core_->nextDue(std::numeric_limits<double>::infinity());
-    return timer ? timer->due - core_->uptime : -1.0;
 }
 
 }  // namespace corvane

@@ -15,8 +15,7 @@ namespace corvane {
 // the test's thread.
 class FakeMainLoop : public MainLoop {
 public:
-    explicit FakeMainLoop(Instant startNow = Instant(std::chrono::seconds(1'800'000'000)), double startUptime = 1000.0);
-    ~FakeMainLoop() override;
+    FakeMainLoop();
 
     void post(Job job) override;
     std::unique_ptr<TimerHandle> repeating(double intervalSeconds, Job job) override;
@@ -33,10 +32,6 @@ public:
     // Timers not yet cancelled (one-shots that fired no longer count).
     std::size_t activeTimerCount() const;
     std::size_t pendingJobCount() const;
-    // Seconds until the next active timer fires; negative when there is none.
-    double nextTimerIn() const;
-    // Moves the wall clock alone (the user changed the clock); uptime is unaffected.
-    void setNow(Instant now);
 
     struct Core;
 
