@@ -10,8 +10,6 @@
 #include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QDBusInterface>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusVariant>
@@ -63,52 +61,41 @@ void readLayout(const QDBusArgument& argument, int depth, QStringList& rows) {
     argument.endStructure();
 }
 
+// Only what Qt's tray icon asks of a watcher: that a host is there, and the registration.
 class Watcher : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
     Q_PROPERTY(bool IsStatusNotifierHostRegistered READ hostRegistered)
-    Q_PROPERTY(int ProtocolVersion READ protocolVersion)
-    Q_PROPERTY(QStringList RegisteredStatusNotifierItems READ items)
 public:
     bool hostRegistered() const { return true; }
-    int protocolVersion() const { return 0; }
-    QStringList items() const { return items_; }
 
 public Q_SLOTS:
     void RegisterStatusNotifierItem(const QString& service, const QDBusMessage& message) {
         // An item may give its bus name or only its object path.
         const QString name = service.startsWith(QLatin1Char('/')) ? message.service() : service;
         const QString path = service.startsWith(QLatin1Char('/')) ? service : QStringLiteral("/StatusNotifierItem");
-        items_ << name;
-        Q_EMIT StatusNotifierItemRegistered(name);
         // Let the item finish exporting before reading it.
         QTimer::singleShot(300, this, [name, path] { inspect(name, path); });
     }
-    void RegisterStatusNotifierHost(const QString&) {}
-
-Q_SIGNALS:
-    void StatusNotifierItemRegistered(const QString& service);
-    void StatusNotifierItemUnregistered(const QString& service);
-    void StatusNotifierHostRegistered();
 
 private:
     // Reads the item until its menu holds the expected row, then prints it all and ends.
     static void inspect(const QString& service, const QString& path) {
         auto bus = QDBusConnection::sessionBus();
-        QStringList rows;
-        QDBusInterface item(service, path, QStringLiteral("org.kde.StatusNotifierItem"), bus);
-        QStringList sizes;
-        const QDBusMessage pixmaps = QDBusMessage::createMethodCall(service, path, QStringLiteral("org.freedesktop.DBus.Properties"),
+        const auto property = [&](const QString& name) {
+            const QDBusMessage get = QDBusMessage::createMethodCall(service, path, QStringLiteral("org.freedesktop.DBus.Properties"),
                                                                     QStringLiteral("Get"))
-                                     << QStringLiteral("org.kde.StatusNotifierItem") << QStringLiteral("IconPixmap");
-        const QDBusMessage pixmapReply = bus.call(pixmaps, QDBus::Block, 3000);
-        if (!pixmapReply.arguments().isEmpty()) {
-            const auto argument = pixmapReply.arguments().first().value<QDBusVariant>().variant().value<QDBusArgument>();
+                                     << QStringLiteral("org.kde.StatusNotifierItem") << name;
+            const QDBusMessage reply = bus.call(get, QDBus::Block, 3000);
+            return reply.arguments().isEmpty() ? QVariant() : reply.arguments().first().value<QDBusVariant>().variant();
+        };
+        QStringList sizes, rows;
+        if (const QVariant pixmaps = property(QStringLiteral("IconPixmap")); pixmaps.isValid()) {
             QList<IconPixmap> list;
-            argument >> list;
+            pixmaps.value<QDBusArgument>() >> list;
             for (const auto& pixmap : list) sizes << QStringLiteral("%1x%2").arg(pixmap.width).arg(pixmap.height);
         }
-        const QString menuPath = item.property("Menu").value<QDBusObjectPath>().path();
+        const QString menuPath = property(QStringLiteral("Menu")).value<QDBusObjectPath>().path();
         if (!menuPath.isEmpty()) {
             QDBusMessage layout = QDBusMessage::createMethodCall(service, menuPath, QStringLiteral("com.canonical.dbusmenu"),
                                                                  QStringLiteral("GetLayout"));
@@ -129,8 +116,6 @@ private:
         std::fflush(stdout);
         QCoreApplication::exit(0);
     }
-
-    QStringList items_;
 };
 
 }  // namespace
