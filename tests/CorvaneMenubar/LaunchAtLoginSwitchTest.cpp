@@ -14,6 +14,14 @@ namespace {
 const std::string attemptKey(firstLaunchAttemptKey);
 using S = LoginItemStatus;
 
+// A switch on a fake service in `status`, keeping the lines it logs.
+struct Rig {
+    FakeLoginItem item;
+    std::vector<std::string> log;
+    LaunchAtLoginSwitch sw{item, [this](std::string_view line) { log.emplace_back(line); }};
+    explicit Rig(S status) { item.current = status; }
+};
+
 TEST(LaunchAtLoginSwitch, FirstLaunchSetsTheFlagOnlyWhenTheDecisionWasCarriedOut) {
     const std::string app = "/Applications/Corvane.app";
     struct Row { std::string path; S status; bool registerFails, flagBefore; int registerCalls; bool flagAfter; };
@@ -24,17 +32,14 @@ TEST(LaunchAtLoginSwitch, FirstLaunchSetsTheFlagOnlyWhenTheDecisionWasCarriedOut
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(&r - rows);
-        FakeLoginItem item;
-        item.current = r.status;
-        if (r.registerFails) item.registerError = "denied";
+        Rig rig(r.status);
+        if (r.registerFails) rig.item.registerError = "denied";
         FakeDefaults defaults;
         if (r.flagBefore) defaults.setBoolean(attemptKey, true);
-        std::vector<std::string> log;
-        LaunchAtLoginSwitch sw(item, [&](std::string_view line) { log.emplace_back(line); });
-        sw.offerOnFirstLaunch(defaults, r.path);
-        EXPECT_EQ(item.registerCalls, r.registerCalls);
+        rig.sw.offerOnFirstLaunch(defaults, r.path);
+        EXPECT_EQ(rig.item.registerCalls, r.registerCalls);
         EXPECT_EQ(defaults.boolean(attemptKey), r.flagAfter);
-        EXPECT_EQ(log.size(), r.registerFails ? 1u : 0u);
+        EXPECT_EQ(rig.log.size(), r.registerFails ? 1u : 0u);
     }
 }
 
@@ -48,33 +53,28 @@ TEST(LaunchAtLoginSwitch, ToggleAndUnregisterFollowTheServiceStatus) {
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(&r - rows);
-        FakeLoginItem item;
-        item.current = r.status;
-        if (r.serviceFails) item.registerError = item.unregisterError = "busy";
-        std::vector<std::string> log;
-        LaunchAtLoginSwitch sw(item, [&](std::string_view line) { log.emplace_back(line); });
-        EXPECT_EQ(sw.toggle(), r.toggleResult);
-        EXPECT_EQ(std::pair(item.registerCalls, item.unregisterCalls), std::pair(r.registerCalls, r.unregisterCalls));
-        EXPECT_EQ(log, r.log);
+        Rig rig(r.status);
+        if (r.serviceFails) rig.item.registerError = rig.item.unregisterError = "busy";
+        EXPECT_EQ(rig.sw.toggle(), r.toggleResult);
+        EXPECT_EQ(std::pair(rig.item.registerCalls, rig.item.unregisterCalls), std::pair(r.registerCalls, r.unregisterCalls));
+        EXPECT_EQ(rig.log, r.log);
     }
 
     // Unregistering asks the service only when there is something to undo.
     for (auto status : {S::notRegistered, S::notFound, S::enabled, S::requiresApproval}) {
-        FakeLoginItem item;
-        item.current = status;
-        EXPECT_TRUE(LaunchAtLoginSwitch(item, nullptr).unregisterApp());
-        EXPECT_EQ(item.unregisterCalls, status == S::enabled || status == S::requiresApproval ? 1 : 0);
+        Rig rig(status);
+        EXPECT_TRUE(rig.sw.unregisterApp());
+        EXPECT_EQ(rig.item.unregisterCalls, status == S::enabled || status == S::requiresApproval ? 1 : 0);
     }
 }
 
 TEST(LaunchAtLoginSwitch, UninstallFlagForgetsTheAttemptAndReportsTheExitStatus) {
     for (bool fails : {false, true}) {
-        FakeLoginItem item;
-        item.current = S::enabled;
-        if (fails) item.unregisterError = "nope";
+        Rig rig(S::enabled);
+        if (fails) rig.item.unregisterError = "nope";
         FakeDefaults defaults;
         defaults.setBoolean(attemptKey, true);
-        EXPECT_EQ(LaunchAtLoginSwitch(item, nullptr).unregisterForUninstall(defaults), fails ? 1 : 0);
+        EXPECT_EQ(rig.sw.unregisterForUninstall(defaults), fails ? 1 : 0);
         EXPECT_FALSE(defaults.values.contains(attemptKey));
         EXPECT_EQ(defaults.synchronizeCalls, 1);
     }

