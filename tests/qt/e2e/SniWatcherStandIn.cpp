@@ -11,32 +11,12 @@
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusMetaType>
 #include <QDBusVariant>
 #include <QTimer>
 
 #include <cstdio>
 
 namespace {
-
-struct IconPixmap {
-    int width = 0;
-    int height = 0;
-    QByteArray bytes;
-};
-
-const QDBusArgument& operator>>(const QDBusArgument& argument, IconPixmap& pixmap) {
-    argument.beginStructure();
-    argument >> pixmap.width >> pixmap.height >> pixmap.bytes;
-    argument.endStructure();
-    return argument;
-}
-QDBusArgument& operator<<(QDBusArgument& argument, const IconPixmap& pixmap) {
-    argument.beginStructure();
-    argument << pixmap.width << pixmap.height << pixmap.bytes;
-    argument.endStructure();
-    return argument;
-}
 
 // One (ia{sv}av) node of a dbusmenu layout, its rows added to `rows` as they are read.
 void readLayout(const QDBusArgument& argument, int depth, QStringList& rows) {
@@ -91,9 +71,17 @@ private:
         };
         QStringList sizes, rows;
         if (const QVariant pixmaps = property(QStringLiteral("IconPixmap")); pixmaps.isValid()) {
-            QList<IconPixmap> list;
-            pixmaps.value<QDBusArgument>() >> list;
-            for (const auto& pixmap : list) sizes << QStringLiteral("%1x%2").arg(pixmap.width).arg(pixmap.height);
+            const auto list = pixmaps.value<QDBusArgument>();  // a(iiay)
+            list.beginArray();
+            while (!list.atEnd()) {
+                int width = 0, height = 0;
+                QByteArray bytes;
+                list.beginStructure();
+                list >> width >> height >> bytes;
+                list.endStructure();
+                sizes << QStringLiteral("%1x%2").arg(width).arg(height);
+            }
+            list.endArray();
         }
         const QString menuPath = property(QStringLiteral("Menu")).value<QDBusObjectPath>().path();
         if (!menuPath.isEmpty()) {
@@ -120,12 +108,8 @@ private:
 
 }  // namespace
 
-Q_DECLARE_METATYPE(IconPixmap)
-
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    qDBusRegisterMetaType<IconPixmap>();
-    qDBusRegisterMetaType<QList<IconPixmap>>();
     const int seconds = argc > 1 ? QString::fromLocal8Bit(argv[1]).toInt() : 20;
     auto bus = QDBusConnection::sessionBus();
     Watcher watcher;
