@@ -193,54 +193,46 @@ TEST(ActionRunner, ClickReportsAreBoundedAndReported) {
     EXPECT_EQ(h.work.heldCount(), 0u);
 }
 
-TEST(ActionRunner, EffectVerbs) {
-    struct Row {
-        MenuVerb verb;
-        bool hasDiagnostics;
-        FakeEffects::Call call;
-    };
-    const Row rows[] = {
-        {verb::Url{"https://corvane.dev"}, false, FakeEffects::OpenUrl{"https://corvane.dev"}},
-        {verb::File{"/tmp/log"}, false, FakeEffects::OpenFile{"/tmp/log"}},
-        {verb::Copy{"abc"}, false, FakeEffects::CopyText{"abc"}},
-        {verb::Diagnostics{}, true, FakeEffects::CopyText{"report"}},
-        {verb::Diagnostics{}, false, FakeEffects::CopyText{""}},
-    };
-    for (const auto& row : rows) {
-        Harness h;
-        if (row.hasDiagnostics) h.runner->diagnostics = [] { return std::string("report"); };
-        h.runner->perform(makeAction("Row", row.verb));
-        EXPECT_EQ(h.effects.calls, std::vector{row.call}) << verbName(row.verb);
-    }
-}
-
-TEST(ActionRunner, FocusFallsBackToTerminal) {
+// Rows whose verb is an effect: what reaches the effects, and what is logged. Focusing a session
+// falls back to opening a terminal when the focus fails and the row has a fallback command.
+TEST(ActionRunner, EffectVerbsAndFocusFallingBackToTerminal) {
+    using E = FakeEffects;
     const Arguments fallback{"open", "s 1"};
-    const FakeEffects::Call focus = FakeEffects::FocusSession{"/dev/ttys001", 42};
-    const FakeEffects::Call terminal = FakeEffects::OpenTerminal{"'/opt/Corvane Tools/corvane' open 's 1'"};
+    const E::Call focus = E::FocusSession{"/dev/ttys001", 42};
+    const E::Call terminal = E::OpenTerminal{"'/opt/Corvane Tools/corvane' open 's 1'"};
     const auto opened = diagnostic(Op::terminalOpen, D::available, {}, {});
     const auto notFound = diagnostic(Op::terminalFocus, D::failed, {}, "TAB_NOT_FOUND");
     struct Row {
-        SessionFocus focus;
-        std::optional<bool> overrideAnswer;  // a `focusSession` member answering this
-        std::optional<Arguments> fallback;
-        std::vector<FakeEffects::Call> calls;
-        std::vector<ClientDiagnostic> diagnostics;
+        MenuVerb verb;
+        std::vector<E::Call> calls;
+        std::vector<ClientDiagnostic> diagnostics = {};
+        bool hasDiagnostics = false;
+        SessionFocus focus = {true, std::nullopt};
+        std::optional<bool> overrideAnswer = std::nullopt;  // a `focusSession` member answering this
     };
     const Row rows[] = {
-        {{true, std::nullopt}, std::nullopt, fallback, {focus}, {}},  // another app came forward
-        {{false, terminalTabDiagnostic(false)}, std::nullopt, fallback, {focus, terminal}, {notFound, opened}},
-        {{false, std::nullopt}, std::nullopt, std::nullopt, {focus}, {}},
-        {{true, std::nullopt}, false, fallback, {terminal}, {opened}},
+        {.verb = verb::Url{"https://corvane.dev"}, .calls = {E::OpenUrl{"https://corvane.dev"}}},
+        {.verb = verb::File{"/tmp/log"}, .calls = {E::OpenFile{"/tmp/log"}}},
+        {.verb = verb::Copy{"abc"}, .calls = {E::CopyText{"abc"}}},
+        {.verb = verb::Diagnostics{}, .calls = {E::CopyText{"report"}}, .hasDiagnostics = true},
+        {.verb = verb::Diagnostics{}, .calls = {E::CopyText{""}}},
+        {.verb = verb::Focus{"/dev/ttys001", 42, fallback}, .calls = {focus}},  // another app came forward
+        {.verb = verb::Focus{"/dev/ttys001", 42, fallback}, .calls = {focus, terminal}, .diagnostics = {notFound, opened},
+         .focus = {false, terminalTabDiagnostic(false)}},
+        {.verb = verb::Focus{"/dev/ttys001", 42, std::nullopt}, .calls = {focus}, .focus = {false, std::nullopt}},
+        {.verb = verb::Focus{"/dev/ttys001", 42, fallback}, .calls = {terminal}, .diagnostics = {opened},
+         .overrideAnswer = false},
     };
     for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
         Harness h;
+        if (row.hasDiagnostics) h.runner->diagnostics = [] { return std::string("report"); };
         h.effects.focusResult = row.focus;
         if (row.overrideAnswer)
             h.runner->focusSession = [&](const std::string&, std::int32_t) { return *row.overrideAnswer; };
-        h.runner->perform(makeAction("Agent", verb::Focus{"/dev/ttys001", 42, row.fallback}));
-        EXPECT_EQ(h.effects.calls, row.calls) << &row - rows;
-        EXPECT_EQ(h.diagnostics, row.diagnostics) << &row - rows;
+        h.runner->perform(makeAction("Row", row.verb));
+        EXPECT_EQ(h.effects.calls, row.calls);
+        EXPECT_EQ(h.diagnostics, row.diagnostics);
     }
 }
 

@@ -91,8 +91,6 @@ TEST(AgentRowLogic, Pulse) {
     other.id = "s2";
     EXPECT_FALSE(pulseNeedsRestart(session(true, "working"), other));
     EXPECT_TRUE(pulseNeedsRestart(session(true, "working"), session(true, "paused")));
-    EXPECT_TRUE(pulseNeedsRestart(session(true), session(true, "working")));
-    EXPECT_FALSE(pulseNeedsRestart(session(true, "idle"), session(true, "paused")));
 }
 
 TEST(AgentRowLogic, Geometry) {
