@@ -93,6 +93,9 @@ void QtMenuPresenter::showAsWindow() {
         QObject::connect(qApp, &QGuiApplication::focusWindowChanged, focusWatch_.get(), [window](QWindow* focused) {
             if (window->isVisible() && focused != window->windowHandle()) window->hide();
         });
+        // A popup closes itself when a plain row is chosen; a window does not. (Custom rows close
+        // the menu themselves.) `triggered` also reaches here from the rows of open submenus.
+        QObject::connect(window, &QMenu::triggered, focusWatch_.get(), [window] { window->hide(); });
     }
     window->popup(QCursor::pos());
     window->activateWindow();
