@@ -1,17 +1,77 @@
 #include "ProcessRunner.h"
 
+#include <chrono>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <sstream>
 #include <thread>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
-#include "StandInScripts.h"
+#include "CorvaneMenubar/TempFolder.h"
 
 namespace corvane {
 namespace {
 
-using namespace testing;
+namespace fs = std::filesystem;
 using Outcome = ProcessRunner::Outcome;
+using Clock = std::chrono::steady_clock;
+
+const std::string testSearchPath = "/usr/bin:/bin";
+
+double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+// Polls `done` every 10 ms for up to `limit` seconds.
+template <class Condition>
+bool pollUntil(Condition done, double limit) {
+    const auto until = Clock::now() + std::chrono::duration<double>(limit);
+    while (!done()) {
+        if (Clock::now() >= until) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
+// Small /bin/sh scripts that stand in for the CLI, and the files they write.
+struct ScriptFolder : testing::TempFolder {
+    std::string script(const std::string& name, const std::string& body) const {
+        std::ofstream(*this / name) << "#!/bin/sh\n" << body << "\n";
+        fs::permissions(*this / name, fs::perms::owner_all);
+        return *this / name;
+    }
+    std::optional<std::string> read(const std::string& name) const {
+        std::ifstream in(*this / name);
+        if (!in) return std::nullopt;
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    // Waits up to 10 s for a line-terminated file the child writes.
+    bool await(const std::string& name) const {
+        return pollUntil([&] { return read(name).value_or("").ends_with('\n'); }, 10);
+    }
+};
+
+// A failure to start reads as an impossible outcome, so that comparing with the expected one fails.
+Outcome outcomeOf(const ProcessRunner::Result& result) {
+    if (auto* outcome = std::get_if<Outcome>(&result)) return *outcome;
+    return Outcome{"", "", -100, false};
+}
+
+// A process that has ended but was not yet reaped by its new parent counts as gone.
+bool awaitGone(pid_t pid) {
+    return pollUntil([&] {
+        if (!processIsRunning(pid)) return true;
+        std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+        std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+        auto close = text.rfind(')');
+        return close != std::string::npos && close + 2 < text.size() && text[close + 2] == 'Z';
+    }, 5);
+}
 
 enum class Runner { foreground, background };
 
@@ -21,7 +81,7 @@ ProcessRunner::Result runWith(Runner runner, const std::string& path, double lim
 }
 
 TEST(ProcessRunnerTest, OutcomesOfOrdinaryChildren) {
-    ScriptFolder folder("runner");
+    ScriptFolder folder;
     struct Row { const char* name; std::string body; std::vector<std::string> arguments; Outcome expected; };
     const std::vector<Row> rows{
         {"separate streams and exit status", "echo out; echo err >&2; exit 3", {}, {"out\n", "err\n", 3, false}},
@@ -34,7 +94,7 @@ TEST(ProcessRunnerTest, OutcomesOfOrdinaryChildren) {
         {"grandchild keeps the pipe open", "sleep 3 & echo done", {}, {"done\n", "", 0, false}},
     };
     for (const auto& row : rows) {
-        auto start = std::chrono::steady_clock::now();
+        auto start = Clock::now();
         auto result = ProcessRunner::run(folder.script("child", row.body), row.arguments, testSearchPath, 20);
         EXPECT_EQ(outcomeOf(result), row.expected) << row.name;
         EXPECT_LT(secondsSince(start), 2.5) << row.name;
@@ -42,7 +102,7 @@ TEST(ProcessRunnerTest, OutcomesOfOrdinaryChildren) {
 }
 
 TEST(ProcessRunnerTest, ChildSeesOurEnvironmentWithOverrides) {
-    ScriptFolder folder("runner-env");
+    ScriptFolder folder;
     ASSERT_EQ(setenv("CORVANE_RUNNER_INHERITED", "inherited", 1), 0);
     ASSERT_EQ(setenv("CORVANE_RUNNER_REPLACED", "old", 1), 0);
     auto result = ProcessRunner::run(
@@ -57,14 +117,14 @@ TEST(ProcessRunnerTest, ChildSeesOurEnvironmentWithOverrides) {
 }
 
 TEST(ProcessRunnerTest, BackgroundChildRunsUnderATerminalInItsOwnSession) {
-    ScriptFolder folder("background");
+    ScriptFolder folder;
     ::unsetenv("CORVANE_NATIVE_DIAGNOSTICS");
     RunCancellation cancellation;
     // The terminal is the controlling one when /dev/tty opens.
     auto result = BackgroundProcessRunner::run(
         folder.script("child", R"(t=no; [ -t 0 ] && [ -t 1 ] && [ -t 2 ] && t=yes
 c=no; (: < /dev/tty) 2>/dev/null && c=yes
-printf '%s|%s|%s|%s|%s\n' "$t" "$c" "$PATH" "$CORVANE_NATIVE_DIAGNOSTICS" "$1" > ")" + folder.path("marker") + R"("
+printf '%s|%s|%s|%s|%s\n' "$t" "$c" "$PATH" "$CORVANE_NATIVE_DIAGNOSTICS" "$1" > ")" + folder / "marker" + R"("
 echo "lots of output that nobody reads"
 exit 4)"),
         {"first arg"}, "/search:" + testSearchPath, 20, cancellation);
@@ -73,14 +133,15 @@ exit 4)"),
 }
 
 TEST(ProcessRunnerTest, ChildrenThatCannotStartAreFailures) {
-    ScriptFolder folder("runner-fail");
+    ScriptFolder folder;
     using enum DiagnosticOutcome;
     const auto fg = Runner::foreground;
-    const std::string plain = folder.file("plain", "#!/bin/sh\n", std::filesystem::perms::owner_read);
+    const std::string plain = folder.script("plain", "");
+    fs::permissions(plain, fs::perms::owner_read);
     const std::vector<std::tuple<Runner, std::string, DiagnosticOutcome, std::string>> rows{
-        {fg, folder.path("absent"), missing, "2"}, {fg, folder.path("absent/corvane"), missing, "2"},
-        {fg, plain, denied, "13"}, {fg, folder.path(""), denied, "13"},
-        {Runner::background, folder.path("absent"), missing, "2"}, {Runner::background, plain, denied, "13"},
+        {fg, folder / "absent", missing, "2"}, {fg, folder / "absent/corvane", missing, "2"},
+        {fg, plain, denied, "13"}, {fg, folder / "", denied, "13"},
+        {Runner::background, folder / "absent", missing, "2"}, {Runner::background, plain, denied, "13"},
     };
     RunCancellation cancellation;
     for (const auto& [runner, path, outcome, code] : rows) {
@@ -96,8 +157,8 @@ TEST(ProcessRunnerTest, ChildrenThatCannotStartAreFailures) {
 
 // Every stop reaches the whole group: the grandchild (which ignores SIGTERM) is gone too.
 TEST(ProcessRunnerTest, StoppingEndsTheWholeGroup) {
-    ScriptFolder folder("runner-stop");
-    const std::string grandchild = "(trap '' TERM; exec sleep 30) & echo $! > " + folder.path("grandchild") + "; ";
+    ScriptFolder folder;
+    const std::string grandchild = "(trap '' TERM; exec sleep 30) & echo $! > " + folder / "grandchild" + "; ";
     const std::string sleeps = "echo started; exec sleep 30";
     const std::string stubborn = "trap '' TERM; echo started; while :; do sleep 1; done";
     const auto fg = Runner::foreground;
@@ -115,17 +176,17 @@ TEST(ProcessRunnerTest, StoppingEndsTheWholeGroup) {
     };
     for (const auto& row : rows) {
         const std::string name = (row.runner == fg ? "foreground: " : "background: ") + row.body;
-        std::filesystem::remove(folder.path("grandchild"));
+        fs::remove(folder / "grandchild");
         RunCancellation cancellation;
-        std::chrono::steady_clock::time_point requested{};
+        Clock::time_point requested{};
         std::thread canceller([&] {
             if (row.cancelAfter == 0) return;
             folder.await("grandchild");
             std::this_thread::sleep_for(std::chrono::duration<double>(row.cancelAfter));
-            requested = std::chrono::steady_clock::now();
+            requested = Clock::now();
             cancellation.request();
         });
-        auto start = std::chrono::steady_clock::now();
+        auto start = Clock::now();
         auto result = runWith(row.runner, folder.script("slow", grandchild + row.body),
                               row.cancelAfter > 0 ? 20.0 : 1.0, cancellation);
         double elapsed = secondsSince(start);
@@ -142,7 +203,7 @@ TEST(ProcessRunnerTest, StoppingEndsTheWholeGroup) {
 // part from a line start; both streams are read at once so that the child never stalls, and
 // neither does a background child writing megabytes to its terminal.
 TEST(ProcessRunnerTest, OutputIsBounded) {
-    ScriptFolder folder("runner-large");
+    ScriptFolder folder;
     const std::size_t cap = ProcessRunner::maxStdoutBytes;
     const std::string atCap = "head -c " + std::to_string(cap) + " /dev/zero";
     const std::string lines = "yes 0123456789abcdef | head -c " + std::to_string(3 * ProcessRunner::maxStderrBytes);
@@ -162,22 +223,25 @@ TEST(ProcessRunnerTest, OutputIsBounded) {
         EXPECT_TRUE(outcome.stderr.starts_with("0123456789abcdef\n")) << row.name;
     }
     RunCancellation cancellation;
-    auto background = runWith(Runner::background, folder.script("tty", lines + "; exit 0"), 60,
-                              cancellation);
+    auto background = runWith(Runner::background, folder.script("tty", lines + "; exit 0"), 60, cancellation);
     EXPECT_EQ(outcomeOf(background), (Outcome{"", "", 0, false}));
 }
 
 // Only the standard streams reach the child, also descriptors that other code left inheritable.
 TEST(ProcessRunnerTest, NoDescriptorsLeakIntoTheChild) {
-    ScriptFolder folder("runner-fd");
-    int leaky = openLeakyDescriptor();
+    ScriptFolder folder;
+    // Numbered well above what the child's listing itself opens.
+    const int opened = ::open("/dev/null", O_RDONLY), leaky = ::fcntl(opened, F_DUPFD, 40);
+    ::close(opened);
     ASSERT_GE(leaky, 40);
     RunCancellation cancellation;
     for (Runner runner : {Runner::foreground, Runner::background}) {
-        auto result = runWith(runner, folder.script("fds", "ls /dev/fd > " + folder.path("fds")), 10, cancellation);
+        auto result = runWith(runner, folder.script("fds", "ls /dev/fd > " + folder / "fds"), 10, cancellation);
         EXPECT_EQ(outcomeOf(result).exitCode, 0);
-        auto listing = folder.read("fds").value_or("");
-        auto extra = extraDescriptors(listing);
+        const std::string listing = folder.read("fds").value_or("");
+        std::istringstream in(listing);
+        std::set<std::string> extra{std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
+        for (const char* standard : {"0", "1", "2"}) extra.erase(standard);
         EXPECT_LE(extra.size(), 1u) << listing;  // `ls` holds the folder it lists open; stdout is the file
         EXPECT_EQ(extra.count(std::to_string(leaky)), 0u) << listing;
     }
@@ -185,7 +249,7 @@ TEST(ProcessRunnerTest, NoDescriptorsLeakIntoTheChild) {
 }
 
 TEST(ProcessRunnerTest, BackgroundRunsBesideForegroundRuns) {
-    ScriptFolder folder("background-mixed");
+    ScriptFolder folder;
     RunCancellation cancellation;
     std::string background = folder.script("background", "sleep 0.3; exit 2");
     std::string foreground = folder.script("foreground", R"(i=0; while [ $i -lt 200 ]; do echo "$1"; i=$((i+1)); done)");
