@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "CorvaneMenubar/TempFolder.h"
 #include "ProcessRunner.h"
 
 namespace corvane {
@@ -31,17 +32,21 @@ using Outcome = DiagnosticOutcome;
 const Instant t0 = instantFromSeconds(1'750'000'000.0);
 const std::string osVersion = "Debian GNU/Linux 12 (bookworm); Linux 6.1.0";
 
-struct TempDir {
-    fs::path path;
-    TempDir() {
-        std::string pattern = (fs::temp_directory_path() / "corvane-log-XXXXXX").string();
-        path = ::mkdtemp(pattern.data());
-    }
-    ~TempDir() {
-        std::error_code ignored;
-        fs::remove_all(path, ignored);
-    }
-};
+using TempDir = testing::TempFolder;
+
+// Runs `body` in a child process that exits with what it returns.
+template <class Body>
+pid_t forked(Body body) {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(body());
+    return child;
+}
+
+// The child's exit status, or -1 when it did not exit.
+int exitStatusOf(pid_t child) {
+    int status = 0;
+    return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
 
 std::vector<std::string> readLines(const fs::path& file) {
     std::ifstream in(file);
@@ -79,9 +84,9 @@ std::vector<std::string> events(const fs::path& file) {
 
 TEST(ClientLog, ExactLineFormat) {
     TempDir tmp;
-    const fs::path dir = tmp.path / "Logs" / "Corvane" / "staging";
+    const fs::path dir = tmp / "Logs/Corvane/staging";
     ClientLog log = makeLog(dir);
-    EXPECT_FALSE(fs::exists(tmp.path / "Logs")) << "construction touches no file";
+    EXPECT_FALSE(fs::exists(tmp / "Logs")) << "construction touches no file";
 
     log.record("poll-1", instantFromSeconds(1'750'000'000.25),
                ClientDiagnostic{Op::menuPoll, Outcome::failed, "NSPOSIXErrorDomain", "2", "other", "13"});
@@ -110,7 +115,7 @@ TEST(ClientLog, ExactLineFormat) {
     EXPECT_EQ(readFile(dir / "menubar-refresh.jsonl"), refresh + "\n");
 
     EXPECT_EQ(fs::status(dir).permissions() & fs::perms::all, fs::perms::owner_all);
-    EXPECT_EQ(fs::status(tmp.path / "Logs").permissions() & fs::perms::all, fs::perms::owner_all);
+    EXPECT_EQ(fs::status(tmp / "Logs").permissions() & fs::perms::all, fs::perms::owner_all);
     for (const char* name : {"menubar.jsonl", "menubar-refresh.jsonl", "write.lock"})
         EXPECT_EQ(fs::status(dir / name).permissions() & fs::perms::all,
                   fs::perms::owner_read | fs::perms::owner_write)
@@ -138,7 +143,7 @@ TEST(ClientLog, RefreshFieldsAndGuards) {
          Json{{"outcome", "missing"}}, "unrecognized"},
     };
     TempDir tmp;
-    ClientLog log(tmp.path.string(), "0.3.1 dev", "staging", osVersion);
+    ClientLog log(tmp.path(), "0.3.1 dev", "staging", osVersion);
     for (const auto& row : rows) {
         log.setCliVersion(row.cliVersion);
         log.recordRefresh("id", row.trigger, row.durationMs, std::nullopt, row.snapshot, t0,
@@ -153,8 +158,6 @@ TEST(ClientLog, RefreshFieldsAndGuards) {
         EXPECT_EQ(line["appVersion"], "unrecognized");
         EXPECT_EQ(line["level"], 40);
     }
-    EXPECT_EQ(pollTriggerFromWord("directory-change"), PollTrigger::directoryChange);
-    EXPECT_FALSE(pollTriggerFromWord("directoryChange"));
 }
 
 TEST(ClientLog, TransitionSequences) {
@@ -193,32 +196,32 @@ TEST(ClientLog, TransitionSequences) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         TempDir tmp;
-        ClientLog log = makeLog(tmp.path);
+        ClientLog log = makeLog(tmp.path());
         for (const auto& step : row.steps)
             log.record("id", plusSeconds(t0, step.at), ClientDiagnostic{step.op, step.outcome, {}, {}, {}, {}});
-        EXPECT_EQ(events(tmp.path / "menubar.jsonl"), row.lines);
+        EXPECT_EQ(events(tmp / "menubar.jsonl"), row.lines);
     }
 }
 
 TEST(ClientLog, FlushWritesPendingCountsUnderTheRunId) {
     TempDir tmp;
-    ClientLog log = makeLog(tmp.path);
+    ClientLog log = makeLog(tmp.path());
     for (int i = 0; i < 3; ++i) log.record("a", plusSeconds(t0, i), diag(Op::cliRun, Outcome::failed));
     log.record("d", plusSeconds(t0, 3), diag(Op::menuPoll, Outcome::failed));
     log.flush(plusSeconds(t0, 4));
     log.flush(plusSeconds(t0, 5));
-    ASSERT_EQ(events(tmp.path / "menubar.jsonl").size(), 3u);
-    EXPECT_EQ(events(tmp.path / "menubar.jsonl").at(2), "repeat cli.run failed 2");
-    EXPECT_EQ(Json::parse(readLines(tmp.path / "menubar.jsonl")[2])["requestId"], log.runId());
+    ASSERT_EQ(events(tmp / "menubar.jsonl").size(), 3u);
+    EXPECT_EQ(events(tmp / "menubar.jsonl").at(2), "repeat cli.run failed 2");
+    EXPECT_EQ(Json::parse(readLines(tmp / "menubar.jsonl")[2])["requestId"], log.runId());
     // The counts are gone: the next repetition starts counting afresh.
     log.record("e", plusSeconds(t0, 6), diag(Op::cliRun, Outcome::failed));
     log.record("f", plusSeconds(t0, 7), diag(Op::cliRun, Outcome::available));
-    EXPECT_EQ(events(tmp.path / "menubar.jsonl").at(3), "repeat cli.run failed 1");
+    EXPECT_EQ(events(tmp / "menubar.jsonl").at(3), "repeat cli.run failed 1");
 }
 
 TEST(ClientLog, RecentLinesAndSummary) {
     TempDir tmp;
-    ClientLog log = makeLog(tmp.path);
+    ClientLog log = makeLog(tmp.path());
     EXPECT_EQ(log.supportSummary(), "No client error transitions recorded this run.");
 
     for (int i = 0; i < 12; ++i)
@@ -246,7 +249,7 @@ TEST(ClientLog, RecentLinesAndSummary) {
 
 TEST(ClientLog, RotationAtTheSizeCap) {
     TempDir tmp;
-    const fs::path file = tmp.path / "menubar.jsonl";
+    const fs::path file = tmp / "menubar.jsonl";
     const ClientDiagnostic failure = diag(Op::cliRun, Outcome::failed, "1");
     const ClientDiagnostic other = diag(Op::cliRun, Outcome::failed, "2");
 
@@ -254,52 +257,52 @@ TEST(ClientLog, RotationAtTheSizeCap) {
     std::size_t lineLength;
     {
         TempDir twin;
-        ClientLog probe = makeLog(twin.path);
+        ClientLog probe = makeLog(twin.path());
         probe.record("poll", t0, failure);
         lineLength = probe.recent().back().size() + 1;
     }
-    ClientLog log = makeLog(tmp.path);
+    ClientLog log = makeLog(tmp.path());
     {
         std::ofstream(file) << std::string(ClientLog::defaultMaxBytes - lineLength - 1, 'x') << '\n';
-        std::ofstream(tmp.path / "menubar.jsonl.1") << "generation one\n";
-        std::ofstream(tmp.path / "menubar.jsonl.2") << "generation two\n";
+        std::ofstream(tmp / "menubar.jsonl.1") << "generation one\n";
+        std::ofstream(tmp / "menubar.jsonl.2") << "generation two\n";
     }
     log.record("poll", t0, failure);  // fills the file to exactly the cap: no rotation
     EXPECT_EQ(fs::file_size(file), static_cast<std::uintmax_t>(ClientLog::defaultMaxBytes));
-    EXPECT_EQ(readFile(tmp.path / "menubar.jsonl.1"), "generation one\n");
+    EXPECT_EQ(readFile(tmp / "menubar.jsonl.1"), "generation one\n");
 
     log.record("poll", t0, other);  // one more byte would exceed it: rotate first
-    EXPECT_EQ(fs::file_size(tmp.path / "menubar.jsonl.1"), static_cast<std::uintmax_t>(ClientLog::defaultMaxBytes));
-    EXPECT_EQ(readFile(tmp.path / "menubar.jsonl.2"), "generation one\n");
+    EXPECT_EQ(fs::file_size(tmp / "menubar.jsonl.1"), static_cast<std::uintmax_t>(ClientLog::defaultMaxBytes));
+    EXPECT_EQ(readFile(tmp / "menubar.jsonl.2"), "generation one\n");
     EXPECT_EQ(readLines(file), std::vector{log.recent().at(1)});
-    EXPECT_EQ(readLines(tmp.path / "menubar.jsonl.1").back(), log.recent().at(0));
+    EXPECT_EQ(readLines(tmp / "menubar.jsonl.1").back(), log.recent().at(0));
 
     // Small caps rotate again and again; no line is ever split and only two old files remain.
     TempDir small;
-    ClientLog busy = makeLog(small.path, 2000);
+    ClientLog busy = makeLog(small.path(), 2000);
     for (int i = 0; i < 200; ++i) busy.record("id", t0, diag(Op::cliRun, i % 2 ? Outcome::denied : Outcome::failed));
     std::size_t total = 0;
     for (const char* name : {"menubar.jsonl", "menubar.jsonl.1", "menubar.jsonl.2"}) {
-        EXPECT_LE(fs::file_size(small.path / name), 2000u);
-        for (const auto& line : readLines(small.path / name)) {
+        EXPECT_LE(fs::file_size(small / name), 2000u);
+        for (const auto& line : readLines(small / name)) {
             EXPECT_TRUE(Json::parse(line, nullptr, false).is_object()) << line;
             ++total;
         }
     }
     EXPECT_GT(total, 6u);
-    EXPECT_EQ(std::distance(fs::directory_iterator(small.path), fs::directory_iterator()), 4);
+    EXPECT_EQ(std::distance(fs::directory_iterator(small.path()), fs::directory_iterator()), 4);
 }
 
 TEST(ClientLog, LockHeldElsewhereLosesTheLine) {
     TempDir tmp;
-    ClientLog log = makeLog(tmp.path);
-    int fd = ::open((tmp.path / "write.lock").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    ClientLog log = makeLog(tmp.path());
+    int fd = ::open((tmp / "write.lock").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
     ASSERT_GE(fd, 0);
     ASSERT_EQ(::flock(fd, LOCK_EX | LOCK_NB), 0);
 
     log.record("poll", t0, diag(Op::menuPoll, Outcome::failed, "TIMEOUT"));
     EXPECT_EQ(log.lostWrites(), 1);
-    EXPECT_FALSE(fs::exists(tmp.path / "menubar.jsonl"));
+    EXPECT_FALSE(fs::exists(tmp / "menubar.jsonl"));
     ASSERT_TRUE(log.writeFailure());
     EXPECT_EQ(*log.writeFailure(),
               ClientDiagnostic::system(Op::menuPoll, SystemError::posix(EWOULDBLOCK)));
@@ -311,7 +314,7 @@ TEST(ClientLog, LockHeldElsewhereLosesTheLine) {
     ::close(fd);
     log.record("poll", plusSeconds(t0, 1), diag(Op::menuPoll, Outcome::failed, "TIMEOUT"));
     EXPECT_FALSE(log.writeFailure());
-    auto lines = readLines(tmp.path / "menubar.jsonl");
+    auto lines = readLines(tmp / "menubar.jsonl");
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_EQ(Json::parse(lines[0])["lostWrites"], 1);
     EXPECT_EQ(Json::parse(lines[0])["event"], "transition");
@@ -342,9 +345,9 @@ TEST(ClientLog, RefusedPlacesAreCountedNotRaised) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         TempDir tmp, elsewhere;
-        const fs::path victim = elsewhere.path / "victim";
+        const fs::path victim = elsewhere / "victim";
         std::ofstream(victim) << "keep";
-        ClientLog log = makeLog(row.prepare(tmp.path, victim));
+        ClientLog log = makeLog(row.prepare(tmp.path(), victim));
         log.record("a", t0, diag(Op::terminalOpen, Outcome::failed, "1"));
         log.recordRefresh("b", PollTrigger::timer, 1, std::nullopt, std::nullopt, t0, diag(Op::menuPoll, Outcome::failed));
         EXPECT_EQ(readFile(victim), "keep");
@@ -373,38 +376,32 @@ TEST(ClientLog, CutShortWritesLeaveWholeLines) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         TempDir tmp;
-        const std::string mount = "mount -t tmpfs -o size=16k tmpfs '" + tmp.path.string() + "' 2>/dev/null";
+        const std::string mount = "mount -t tmpfs -o size=16k tmpfs '" + tmp.path() + "' 2>/dev/null";
         if (row.fullDisk && std::system(mount.c_str()) != 0) {
             std::cout << "no tmpfs here: " << row.name << " not tried\n";
             continue;
         }
-        std::ofstream(tmp.path / "menubar.jsonl") << existing;
-        pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        std::ofstream(tmp / "menubar.jsonl") << existing;
+        const pid_t child = forked([&] {
             // Only the child is limited; without the app's signal setup the limit would kill it.
             ignoreProcessSignals();
             struct rlimit limit {row.sizeLimit, row.sizeLimit};
-            if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) ::_exit(10);
-            ClientLog log = makeLog(tmp.path);
+            if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 10;
+            ClientLog log = makeLog(tmp.path());
             for (int i = 0; i < 200; ++i) log.record("a", t0, diag(Op::cliRun, Outcome::failed, std::to_string(i)));
             auto failure = log.writeFailure();
-            if (log.lostWrites() < 1) ::_exit(11);
+            if (log.lostWrites() < 1) return 11;
             const int expected = row.fullDisk ? ENOSPC : EFBIG;
-            if (!failure || failure->code != std::to_string(expected) || failure->outcome != Outcome::failed) ::_exit(12);
-            ::_exit(0);
-        }
-        int status = 0;
-        ASSERT_EQ(::waitpid(child, &status, 0), child);
-        ASSERT_TRUE(WIFEXITED(status)) << status;
-        EXPECT_EQ(WEXITSTATUS(status), 0);
-        const std::string text = readFile(tmp.path / "menubar.jsonl");
+            return failure && failure->code == std::to_string(expected) && failure->outcome == Outcome::failed ? 0 : 12;
+        });
+        EXPECT_EQ(exitStatusOf(child), 0);
+        const std::string text = readFile(tmp / "menubar.jsonl");
         EXPECT_TRUE(text.starts_with(existing));
         EXPECT_TRUE(text.ends_with("\n"));
-        for (const auto& line : readLines(tmp.path / "menubar.jsonl"))
+        for (const auto& line : readLines(tmp / "menubar.jsonl"))
             EXPECT_TRUE(Json::parse(line, nullptr, false).is_object()) << line;
         if (row.sizeLimit == 100) { EXPECT_EQ(text, existing); }
-        if (row.fullDisk) { EXPECT_EQ(std::system(("umount '" + tmp.path.string() + "'").c_str()), 0); }
+        if (row.fullDisk) { EXPECT_EQ(std::system(("umount '" + tmp.path() + "'").c_str()), 0); }
     }
 }
 
@@ -415,42 +412,37 @@ TEST(ClientLog, TwoProcessesAppendingAtOnce) {
     pid_t children[2];
     for (int c = 0; c < 2; ++c) {
         ASSERT_EQ(::pipe(results[c]), 0);
-        children[c] = ::fork();
-        ASSERT_GE(children[c], 0);
-        if (children[c] == 0) {
-            ClientLog log = makeLog(tmp.path, std::int64_t{1} << 40);
+        children[c] = forked([&] {
+            ClientLog log = makeLog(tmp.path(), std::int64_t{1} << 40);
             for (int i = 0; i < linesEach; ++i)
                 log.recordRefresh("child", PollTrigger::timer, i, std::nullopt, std::nullopt, t0,
                                   diag(Op::menuPoll, Outcome::available));
             std::int64_t lost = log.lostWrites();
-            ::_exit(::write(results[c][1], &lost, sizeof lost) == sizeof lost ? 0 : 1);
-        }
+            return ::write(results[c][1], &lost, sizeof lost) == sizeof lost ? 0 : 1;
+        });
         ::close(results[c][1]);
     }
     std::int64_t lost = 0;
     for (int c = 0; c < 2; ++c) {
-        int status = 0;
-        ASSERT_EQ(::waitpid(children[c], &status, 0), children[c]);
-        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        ASSERT_EQ(exitStatusOf(children[c]), 0);
         std::int64_t childLost = -1;
         ASSERT_EQ(::read(results[c][0], &childLost, sizeof childLost), static_cast<ssize_t>(sizeof childLost));
         ::close(results[c][0]);
         lost += childLost;
     }
-    auto lines = readLines(tmp.path / "menubar-refresh.jsonl");
+    auto lines = readLines(tmp / "menubar-refresh.jsonl");
     for (const auto& line : lines) {
         Json value = Json::parse(line, nullptr, false);
         ASSERT_TRUE(value.is_object()) << line;
         ASSERT_EQ(value["event"], "refresh");
     }
     EXPECT_EQ(static_cast<std::int64_t>(lines.size()) + lost, 2 * linesEach);
-    EXPECT_FALSE(fs::exists(tmp.path / "menubar-refresh.jsonl.1"));
+    EXPECT_FALSE(fs::exists(tmp / "menubar-refresh.jsonl.1"));
 }
 
 TEST(ClientLogPlaces, LogDirectoryAndOsVersion) {
     struct Dir { const char* home; std::optional<std::string> xdg; bool mac; const char* expected; };
     const Dir dirs[] = {
-        {"/Users/ada", std::nullopt, true, "/Users/ada/Library/Logs/Corvane/production"},
         {"/Users/ada/", "/ignored", true, "/Users/ada/Library/Logs/Corvane/production"},
         {"/home/ada", std::nullopt, false, "/home/ada/.local/state/corvane/logs/production"},
         {"/home/ada", "", false, "/home/ada/.local/state/corvane/logs/production"},
