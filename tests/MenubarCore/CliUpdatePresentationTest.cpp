@@ -33,9 +33,8 @@ TEST(CliUpdateTexts, ByPhaseAndBlocking) {
         {makeUpdate(Phase::upToDate, std::nullopt), {"Corvane CLI is up to date", "You have 1.3.0.", "Update Corvane CLI", false}},
     };
     for (const auto& [update, texts] : rows) {
-        const MenuAction action = cliUpdateAction(update);
-        EXPECT_EQ(Texts(cliUpdateTitle(update), cliUpdateSubtitle(update), action.title, cliUpdateCanStart(update)), texts);
-        EXPECT_EQ(action.verb, MenuVerb(verb::CliUpdate{update}));
+        const Texts got{cliUpdateTitle(update), cliUpdateSubtitle(update), cliUpdateAction(update).title, cliUpdateCanStart(update)};
+        EXPECT_EQ(got, texts);
     }
 }
 

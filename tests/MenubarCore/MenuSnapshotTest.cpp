@@ -109,18 +109,6 @@ TEST(MenuSnapshot, ReadRules) {
             << bytes;
 }
 
-TEST(MenuSnapshot, SkipWords) {
-    const std::pair<SnapshotSkip, const char*> words[] = {
-        {SnapshotSkip::missing, "missing"}, {SnapshotSkip::unreadable, "unreadable"},
-        {SnapshotSkip::otherIdentity, "other-identity"}, {SnapshotSkip::stale, "stale"}, {SnapshotSkip::stopped, "stopped"},
-        {SnapshotSkip::refreshPending, "refresh-pending"}, {SnapshotSkip::cliChanged, "cli-changed"}};
-    for (const auto& [skip, word] : words) {
-        EXPECT_EQ(wireWord(skip), word);
-        EXPECT_EQ(snapshotSkipFromWord(word), skip);
-    }
-    EXPECT_FALSE(snapshotSkipFromWord("otherIdentity"));
-}
-
 TEST(MenuSnapshot, PayloadFreshness) {
     const Instant success = *parseMenuTime("2025-03-01T10:00:00Z");
     const double nan = std::numeric_limits<double>::quiet_NaN();

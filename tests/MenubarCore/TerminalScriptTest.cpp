@@ -60,7 +60,6 @@ TEST(TerminalScript, ArgumentsReachTheShellUnchangedThroughTheScriptLiteral) {
 }
 
 TEST(TerminalScript, ScriptTexts) {
-    EXPECT_EQ(appleScriptLiteral("a\\\"b"), "\"a\\\\\\\"b\"");
     EXPECT_NE(appleScriptOpeningTerminal("say \"hi\"").find(R"(do script "say \"hi\"")"), std::string::npos);
     // A tty name from the CLI is a script literal, never script text.
     EXPECT_NE(appleScriptSelectingTerminalTab("/dev/a\" & quit").find(R"(if tty of t is "/dev/a\" & quit" then)"),
