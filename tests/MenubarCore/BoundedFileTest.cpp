@@ -28,11 +28,7 @@ TEST(BoundedFile, OnlyRegularFilesWithinTheLimitAreRead) {
     fs::create_directory_symlink(temp / "folder", temp / "folder-link");
     fs::create_symlink(temp / "file", temp / "file-link");
     ASSERT_EQ(::mkfifo((temp / "fifo").c_str(), 0600), 0);
-    struct Row {
-        std::string path;
-        std::size_t limit;
-        std::optional<std::string> content;
-    };
+    struct Row { std::string path; std::size_t limit; std::optional<std::string> content; };
     const Row rows[] = {
         {temp / "file", 5, "hello"},          {temp / "file", 4, std::nullopt}, {temp / "empty", 0, ""},
         {temp / "file-link", 5, "hello"},     {temp / "folder", 1 << 20, std::nullopt},
@@ -53,20 +49,16 @@ TEST(BoundedFile, ReplacingWritesOnlyRegularFilesAndNeverBlocks) {
     // A reader on the FIFO lets a blocking writer's open through; it still must not be written.
     int reader = ::open((temp / "read-fifo").c_str(), O_RDONLY | O_NONBLOCK);
     ASSERT_GE(reader, 0);
-    struct Row {
-        std::string path;
-        bool written;
-    };
-    const Row rows[] = {{temp / "new", true},   {temp / "old", true},    {temp / "link", false},
+    const std::pair<std::string, bool> rows[] = {{temp / "new", true},   {temp / "old", true},    {temp / "link", false},
                         {temp / "folder", false}, {temp / "fifo", false}, {temp / "read-fifo", false}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(replaceRegularFile(row.path, "now", 0600), row.written) << row.path;
-        if (!row.written) continue;
-        std::ifstream in(row.path);
-        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "now") << row.path;
+    for (const auto& [path, written] : rows) {
+        EXPECT_EQ(replaceRegularFile(path, "now", 0600), written) << path;
+        if (!written) continue;
+        std::ifstream in(path);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "now") << path;
         struct stat info {};
-        ::stat(row.path.c_str(), &info);
-        EXPECT_EQ(info.st_mode & 0777, 0600u) << row.path;
+        ::stat(path.c_str(), &info);
+        EXPECT_EQ(info.st_mode & 0777, 0600u) << path;
     }
     char byte;
     EXPECT_LE(::read(reader, &byte, 1), 0);

@@ -156,16 +156,11 @@ TEST(CliLocatorTest, LocateFollowsTheSearchOrder) {
 }
 
 TEST(CliLocatorTest, SearchPathJoinsFolderDirectoriesAndSystemFolders) {
-    struct Row {
-        std::string program;
-        std::optional<std::string> folder;
-        std::vector<std::string> directories;
-        std::string searchPath;
-    };
+    struct Row { std::string program, searchPath; std::optional<std::string> folder; std::vector<std::string> directories; };
     const std::vector<Row> rows{
-        {"/a/b/corvane", "/z", {"/c"}, "/z:/c:" + systemTail},
-        {"/corvane", std::nullopt, {}, "/:" + systemTail},
-        {"/usr/bin/corvane", std::nullopt, {"/bin", "/d", "/usr/bin"}, "/usr/bin:/bin:/d:/usr/sbin:/sbin"},
+        {"/a/b/corvane", "/z:/c:" + systemTail, "/z", {"/c"}},
+        {"/corvane", "/:" + systemTail, std::nullopt, {}},
+        {"/usr/bin/corvane", "/usr/bin:/bin:/d:/usr/sbin:/sbin", std::nullopt, {"/bin", "/d", "/usr/bin"}},
     };
     for (const auto& row : rows)
         EXPECT_EQ(located(row.program, row.folder, row.directories), (Located{row.program, row.searchPath}))

@@ -53,14 +53,26 @@ std::string envelope(const std::string& outcome, const std::string& domain, cons
            domain + R"(","code":")" + code + R"("}})";
 }
 
+// Whatever stderr holds, only the last few short, shallow markers reach the JSON parser.
 TEST(ClientDiagnosticTest, CliMarkerLines) {
     auto found = [](Out outcome, const char* domain, const char* code) {
         return ClientDiagnostic{Op::menuPoll, outcome, domain, code, nullopt, nullopt};
     };
     const auto failed = [](const std::string& domain, const std::string& code) { return marker(envelope("failed", domain, code)); };
-    const std::string valid = marker(envelope("missing", "POSIX", "ENOENT"));
-    const auto enoent = found(Out::missing, "POSIX", "ENOENT");
+    const std::string valid = marker(envelope("missing", "POSIX", "ENOENT")), damaged = marker("{");
+    const auto enoent = found(Out::missing, "POSIX", "ENOENT"), failedE = found(Out::failed, "POSIX", "E");
     const std::string a32(32, 'A');
+    const auto repeated = [](const std::string& line, std::size_t count) {
+        std::string text;
+        for (std::size_t i = 0; i < count; ++i) text += line + "\n";
+        return text;
+    };
+    // Padding inside the failure keeps the envelope valid while making it long.
+    const auto padded = [](std::size_t size) {
+        std::string text = R"({"version":1,"failure":{"outcome":"failed","domain":"POSIX","code":"E","pad":""}})";
+        text.insert(text.size() - 3, std::string(size - text.size(), 'x'));
+        return marker(text);
+    };
     const std::vector<std::tuple<const char*, std::optional<std::string>, std::optional<ClientDiagnostic>>> rows{
         {"absent", nullopt, nullopt}, {"plain output", "Error: something broke\n", nullopt},
         {"marker among other lines", "warn\n" + valid + "\nbye\n", enoent},
@@ -76,8 +88,15 @@ TEST(ClientDiagnosticTest, CliMarkerLines) {
         {"prefix not at line start", " " + valid, nullopt}, {"trailing text after the json", valid + " x", nullopt},
         {"code as number", marker(R"({"version":1,"failure":{"outcome":"failed","domain":"POSIX","code":5}})"), nullopt},
         {"extra keys ignored",
-         marker(R"({"version":1,"x":[1],"failure":{"outcome":"failed","domain":"POSIX","code":"E","path":"/u"}})"),
-         found(Out::failed, "POSIX", "E")},
+         marker(R"({"version":1,"x":[1],"failure":{"outcome":"failed","domain":"POSIX","code":"E","path":"/u"}})"), failedE},
+        {"valid marker among the last ones", valid + "\n" + repeated(damaged, maxCliMarkerLines - 1), enoent},
+        {"valid marker before the last ones", valid + "\n" + repeated(damaged, maxCliMarkerLines), nullopt},
+        {"other lines do not count", valid + "\n" + repeated("noise", 100'000), enoent},
+        {"brackets inside strings do not nest", marker(R"({"version":1,"failure":)"
+         R"({"outcome":"failed","domain":"POSIX","code":"E","note":"\\\"[[[[[[[[{{{{{{"}})"), failedE},
+        {"deeply nested lines are skipped", valid + "\n" + repeated(marker(std::string(100'000, '[')), 10), enoent},
+        {"longest marker", padded(maxCliMarkerBytes), failedE},
+        {"over-long marker", padded(maxCliMarkerBytes + 1), nullopt},
     };
     for (const auto& [name, text, expected] : rows) EXPECT_EQ(cliFailureDiagnostic(Op::menuPoll, text), expected) << name;
 }
@@ -112,36 +131,6 @@ TEST(ClientDiagnosticTest, JsonRoundTripAndStrictReading) {
     };
     for (const auto& [text, expected] : reads)
         EXPECT_EQ(clientDiagnosticFromJson(nlohmann::json::parse(text)), expected) << text;
-}
-
-// Whatever stderr holds, only the last few short, shallow markers reach the JSON parser.
-TEST(ClientDiagnosticTest, CliMarkerSearchIsBounded) {
-    const std::string valid = marker(envelope("missing", "POSIX", "ENOENT"));
-    const auto enoent = ClientDiagnostic{Op::menuPoll, Out::missing, "POSIX", "ENOENT", nullopt, nullopt};
-    const auto repeated = [](const std::string& line, std::size_t count) {
-        std::string text;
-        for (std::size_t i = 0; i < count; ++i) text += line + "\n";
-        return text;
-    };
-    const std::string damaged = marker("{");
-    // Padding inside the failure keeps the envelope valid while making it long.
-    const auto padded = [](std::size_t size) {
-        std::string text = R"({"version":1,"failure":{"outcome":"failed","domain":"POSIX","code":"E","pad":""}})";
-        text.insert(text.size() - 3, std::string(size - text.size(), 'x'));
-        return marker(text);
-    };
-    const std::vector<std::tuple<const char*, std::string, std::optional<ClientDiagnostic>>> rows{
-        {"valid marker among the last ones", valid + "\n" + repeated(damaged, maxCliMarkerLines - 1), enoent},
-        {"valid marker before the last ones", valid + "\n" + repeated(damaged, maxCliMarkerLines), nullopt},
-        {"other lines do not count", valid + "\n" + repeated("noise", 100'000), enoent},
-        {"brackets inside strings do not nest", marker(R"({"version":1,"failure":)"
-         R"({"outcome":"failed","domain":"POSIX","code":"E","note":"\\\"[[[[[[[[{{{{{{"}})"),
-         ClientDiagnostic{Op::menuPoll, Out::failed, "POSIX", "E", nullopt, nullopt}},
-        {"deeply nested lines are skipped", valid + "\n" + repeated(marker(std::string(100'000, '[')), 10), enoent},
-        {"longest marker", padded(maxCliMarkerBytes), ClientDiagnostic{Op::menuPoll, Out::failed, "POSIX", "E", nullopt, nullopt}},
-        {"over-long marker", padded(maxCliMarkerBytes + 1), nullopt},
-    };
-    for (const auto& [name, text, expected] : rows) EXPECT_EQ(cliFailureDiagnostic(Op::menuPoll, text), expected) << name;
 }
 
 }  // namespace
