@@ -53,7 +53,6 @@ TEST(AppMenuState, DecidesInAFixedOrder) {
 
 TEST(AppMenuState, ShowsAnIconOnlyForAFreshPayload) {
     const std::pair<AppMenuState, IconState> rows[] = {
-        {appstate::Payload{payloadWith(60, MenuIcon::running)}, IconState::running},
         {appstate::Payload{payloadWith(60, MenuIcon::attention)}, IconState::attention},
         {appstate::Payload{payloadWith(60, std::nullopt)}, IconState::unknown},
         {appstate::StalePayload{payloadWith(60, MenuIcon::attention), launched}, IconState::unknown},

@@ -167,7 +167,6 @@ TEST(ProcessRunnerTest, StoppingEndsTheWholeGroup) {
         {fg, sleeps, 0, {"started\n", "", -1, true}, 1.0, 4.0},
         // At the time limit a child that ignores SIGTERM is killed 5 s later.
         {fg, stubborn, 0, {"started\n", "", -1, true}, 6.0, 10.0},
-        {fg, sleeps, 0.3, {"started\n", "", -1, false}, 0.3, 1.5},
         {fg, stubborn, 0.3, {"started\n", "", -1, false}, 0.3, 1.5},
         {fg, "exec cat /dev/zero", 0, {"", "", -1, false, true}, 0, 3.0},
         {bg, stubborn, 0, {"", "", -1, true}, 1.0, 4.0},
