@@ -141,7 +141,6 @@ int appendLine(const std::string& directory, std::string_view fileName, std::str
 
 std::string_view wireWord(PollTrigger trigger) { return wordIn(triggerWords, trigger); }
 
-std::optional<PollTrigger> pollTriggerFromWord(std::string_view word) { return valueIn(triggerWords, word); }
 
 Json toJson(const RefreshSnapshot& snapshot) {
     Json value = Json::object();

@@ -30,7 +30,6 @@ enum class PollTrigger { launch, timer, directoryChange, menuOpen, actionFinishe
 
 // "launch", "timer", "directory-change", "menu-open", "action-finished", "retry".
 std::string_view wireWord(PollTrigger trigger);
-std::optional<PollTrigger> pollTriggerFromWord(std::string_view word);
 
 // The snapshot outcome of one refresh: drawn (with the snapshot's sequence and age) or skipped.
 struct RefreshSnapshot {

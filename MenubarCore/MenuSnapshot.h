@@ -39,7 +39,6 @@ enum class SnapshotSkip { missing, unreadable, otherIdentity, stale, stopped, re
 
 // "missing", "unreadable", "other-identity", "stale", "stopped", "refresh-pending", "cli-changed".
 std::string_view wireWord(SnapshotSkip skip);
-std::optional<SnapshotSkip> snapshotSkipFromWord(std::string_view word);
 
 using SnapshotRead = std::variant<MenuSnapshot, SnapshotSkip>;  // draw or skip
 
