@@ -82,18 +82,13 @@ inline Spawned spawnProcess(const std::string& program, const std::vector<std::s
         return pipe(fds) == 0 && fcntl(fds[0], F_SETFD, FD_CLOEXEC) == 0 && fcntl(fds[1], F_SETFD, FD_CLOEXEC) == 0;
     };
     int inPipe[2] = {-1, -1}, outPipe[2] = {-1, -1}, errPipe[2] = {-1, -1};
-    if (!makePipe(outPipe)) return {};
-    if (withInput && !makePipe(inPipe)) return {};
-    if (errFile.empty() && !makePipe(errPipe)) return {};
+    if (!makePipe(outPipe) || (withInput && !makePipe(inPipe)) || (errFile.empty() && !makePipe(errPipe))) return {};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     if (withInput) posix_spawn_file_actions_adddup2(&actions, inPipe[0], 0);
     posix_spawn_file_actions_adddup2(&actions, outPipe[1], 1);
-    if (errFile.empty()) {
-        posix_spawn_file_actions_adddup2(&actions, errPipe[1], 2);
-    } else {
-        posix_spawn_file_actions_addopen(&actions, 2, errFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    }
+    if (errFile.empty()) posix_spawn_file_actions_adddup2(&actions, errPipe[1], 2);
+    else posix_spawn_file_actions_addopen(&actions, 2, errFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
     Spawned child;
     if (posix_spawn(&child.pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0) child.pid = -1;
     posix_spawn_file_actions_destroy(&actions);
@@ -105,35 +100,49 @@ inline Spawned spawnProcess(const std::string& program, const std::vector<std::s
     return child;
 }
 
+// Appends what `fd` has within `timeoutMs` to `sink`, closing it (to -1) at the end of the output;
+// false when nothing came.
+inline bool readSome(int& fd, std::string& sink, int timeoutMs) {
+    pollfd ready{fd, POLLIN, 0};
+    if (fd < 0 || poll(&ready, 1, timeoutMs) <= 0) return false;
+    char buffer[65536];
+    const ssize_t n = read(fd, buffer, sizeof buffer);
+    if (n > 0) sink.append(buffer, static_cast<size_t>(n));
+    if (n == 0) {
+        close(fd);
+        fd = -1;
+    }
+    return n > 0;
+}
+
+// Waits up to `limitSeconds` for `pid` to exit, calling `meanwhile` (which reads its output) in
+// between, and kills it then to catch hangs; its exit code, or -1 when killed or ended by a signal.
+inline int reap(pid_t pid, double limitSeconds, const std::function<void()>& meanwhile) {
+    const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
+    for (int status = 0;;) {
+        meanwhile();
+        if (waitpid(pid, &status, WNOHANG) == pid) return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        if (Clock::now() > deadline) {
+            kill(pid, SIGKILL);
+            waitpid(pid, nullptr, 0);
+            return -1;
+        }
+    }
+}
+
 // Waits for the child to exit, reading its output; kills it after `limitSeconds` to catch hangs.
 inline ProcessResult finish(Spawned child, double limitSeconds = 20) {
     ProcessResult result;
     if (child.inFd >= 0) close(child.inFd);
-    const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
-    pollfd fds[2] = {{child.outFd, POLLIN, 0}, {child.errFd, POLLIN, 0}};
-    std::string* sinks[2] = {&result.out, &result.err};
-    int open = (child.outFd >= 0) + (child.errFd >= 0);
-    while (open > 0 && Clock::now() < deadline) {
-        if (poll(fds, 2, 100) <= 0) continue;
-        for (int i = 0; i < 2; ++i) {
-            if (fds[i].fd < 0 || fds[i].revents == 0) continue;
-            char buffer[65536];
-            const ssize_t n = read(fds[i].fd, buffer, sizeof buffer);
-            if (n > 0) {
-                sinks[i]->append(buffer, static_cast<size_t>(n));
-            } else {
-                close(fds[i].fd);
-                fds[i].fd = -1;
-                --open;
-            }
-        }
+    auto readBoth = [&](int timeoutMs) {
+        const bool out = readSome(child.outFd, result.out, timeoutMs);
+        return readSome(child.errFd, result.err, timeoutMs) || out;
+    };
+    result.exitCode = reap(child.pid, limitSeconds, [&] { readBoth(20); });
+    while (readBoth(0)) {
     }
-    if (open > 0) kill(child.pid, SIGKILL);
-    for (auto& fd : fds)
-        if (fd.fd >= 0) close(fd.fd);
-    int status = 0;
-    waitpid(child.pid, &status, 0);
-    if (open == 0 && WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
+    for (int fd : {child.outFd, child.errFd})
+        if (fd >= 0) close(fd);
     return result;
 }
 
@@ -279,7 +288,6 @@ private:
 // ---- Frames -----------------------------------------------------------------------------------
 
 inline bool isFrame(const Json& line) { return line.contains("frame"); }
-inline bool isEvent(const Json& line, std::string_view name) { return line.value("event", "") == name; }
 
 // Everything a row says: its title, a custom row's text and its tool tip (which carries the
 // whole text of a row whose title is cut short).
@@ -347,7 +355,6 @@ public:
         // A command written after the app has gone must fail, not end the test process.
         signal(SIGPIPE, SIG_IGN);
         child_ = spawnProcess(exe, args, env, true, errFile.string());
-        if (child_.outFd >= 0) fcntl(child_.outFd, F_SETFL, O_NONBLOCK);
         return child_.pid > 0;
     }
     pid_t pid() const { return child_.pid; }
@@ -380,7 +387,7 @@ public:
         return waitFrame([&](const Json& frame) { return hasRow(frame, needle); }, limitSeconds);
     }
     std::optional<Json> waitEvent(std::string_view name, double limitSeconds = 10) {
-        return waitLine([&](const Json& line) { return isEvent(line, name); }, limitSeconds);
+        return waitLine([&](const Json& line) { return line.value("event", "") == name; }, limitSeconds);
     }
 
     // The newest frame printed so far (after reading whatever is ready).
@@ -390,38 +397,13 @@ public:
             if (isFrame(*it)) return *it;
         return Json::object();
     }
-    // Waits until the newest frame satisfies `matches`, whatever was waited for before.
-    std::optional<Json> waitLatestFrame(const std::function<bool(const Json&)>& matches, double limitSeconds = 10) {
-        const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
-        while (true) {
-            const Json frame = lastFrame();
-            if (isFrame(frame) && matches(frame)) return frame;
-            if (Clock::now() > deadline) return std::nullopt;
-            readSome(50);
-        }
-    }
     const std::vector<Json>& lines() const { return lines_; }
 
     // Waits for the exit (reading the rest of the output); -1 when it did not exit in time (it is
     // then killed) or ended by a signal.
     int waitExit(double limitSeconds = 10) {
-        const auto deadline = Clock::now() + std::chrono::duration<double>(limitSeconds);
-        int status = 0;
-        while (!exited_) {
-            readSome(20);
-            const pid_t done = waitpid(child_.pid, &status, WNOHANG);
-            if (done == child_.pid) {
-                exited_ = true;
-                exitStatus_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-                break;
-            }
-            if (Clock::now() > deadline) {
-                kill(child_.pid, SIGKILL);
-                waitpid(child_.pid, nullptr, 0);
-                exited_ = true;
-                exitStatus_ = -1;
-            }
-        }
+        if (!exited_) exitStatus_ = reap(child_.pid, limitSeconds, [&] { readSome(20); });
+        exited_ = true;
         while (readSome(0)) {
         }
         return exitStatus_;
@@ -432,27 +414,13 @@ public:
 private:
     // Reads what is available within `timeoutMs`; false when nothing new came.
     bool readSome(int timeoutMs) {
-        if (child_.outFd < 0) return false;
-        pollfd fd{child_.outFd, POLLIN, 0};
-        if (poll(&fd, 1, timeoutMs) <= 0) return false;
-        char buffer[65536];
-        const ssize_t n = read(child_.outFd, buffer, sizeof buffer);
-        if (n <= 0) {
-            if (n == 0) {
-                close(child_.outFd);
-                child_.outFd = -1;
-            }
-            return false;
-        }
-        pending_.append(buffer, static_cast<size_t>(n));
-        bool added = false;
+        if (!harness::readSome(child_.outFd, pending_, timeoutMs)) return false;
         for (auto end = pending_.find('\n'); end != std::string::npos; end = pending_.find('\n')) {
             lines_.push_back(Json::parse(pending_.substr(0, end), nullptr, false));
             if (lines_.back().is_discarded()) lines_.back() = Json{{"unparsed", pending_.substr(0, end)}};
             pending_.erase(0, end + 1);
-            added = true;
         }
-        return added || n > 0;
+        return true;
     }
 
     Spawned child_;
