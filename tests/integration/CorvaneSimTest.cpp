@@ -39,8 +39,7 @@ protected:
     }
 
     ProcessResult run(const std::vector<std::string>& args, std::vector<std::string> env = {}) {
-        env.push_back("CORVANE_SIM_HOME=" + home.string());
-        return finish(spawnProcess(CORVANE_SIM_EXE, args, env));
+        return finish(start(args, std::move(env)));
     }
     Spawned start(const std::vector<std::string>& args, std::vector<std::string> env = {}) {
         env.push_back("CORVANE_SIM_HOME=" + home.string());
@@ -93,18 +92,16 @@ TEST_F(CorvaneSim, DemoAnswerKeepsEveryRowThroughTheAppDecoder) {
     }
 }
 
+// The exit:N and contract2 faults are driven through the app by the end-to-end tests.
 TEST_F(CorvaneSim, MenuFaultsMisbehaveAsAdvertised) {
     // contract 0: stdout must not be JSON
-    const struct { const char* fault; int exitCode, contract; size_t minimumBytes; bool marker; } rows[] = {
-        {"exit:7", 7, 0, 0, true}, {"garbage", 0, 0, 1, false}, {"contract2", 0, 2, 1, false}, {"big:1", 0, 1, 1 << 20, false},
-    };
+    const struct { const char* fault; int contract; size_t minimumBytes; } rows[] = {{"garbage", 0, 1}, {"big:1", 1, 1 << 20}};
     for (const auto& row : rows) {
         const auto result = run({"menu"}, {std::string("CORVANE_SIM_FAULT=") + row.fault});
-        EXPECT_EQ(result.exitCode, row.exitCode) << row.fault;
+        EXPECT_EQ(result.exitCode, 0) << row.fault;
         EXPECT_GE(result.out.size(), row.minimumBytes) << row.fault;
         const Json answer = Json::parse(result.out, nullptr, false);
         EXPECT_EQ(answer.is_discarded() ? 0 : answer.value("contract", -1), row.contract) << row.fault;
-        EXPECT_EQ(result.err.find(R"(CORVANE_DIAGNOSTIC {"version":1,"failure":{)") != std::string::npos, row.marker) << row.fault;
     }
 }
 

@@ -44,22 +44,17 @@ double peakMegabytes(pid_t pid) {
 
 // The stand-in's answer: one row, and snapshot files in the CLI's own state folder.
 Json standInAnswer(const fs::path& state, double refreshSeconds) {
-    return {{"contract", 1},
-            {"appEnv", "production"},
-            {"cliVersion", "1.4.0"},
-            {"icon", "running"},
-            {"refreshSeconds", refreshSeconds},
-            {"watchPaths", Json::array()},
+    return {{"contract", 1}, {"appEnv", "production"}, {"cliVersion", "1.4.0"}, {"icon", "running"},
+            {"refreshSeconds", refreshSeconds}, {"watchPaths", Json::array()}, {"more", Json::array()},
             {"items", {{{"type", "action"}, {"title", standInRow}, {"run", {"doctor"}}}}},
-            {"more", Json::array()},
-            {"snapshotFiles",
-             {{"snapshot", (state / "snapshot.json").string()},
-              {"refreshRequest", (state / "refresh-request").string()},
-              {"openRequest", (state / "open-request").string()}}},
+            {"snapshotFiles", {{"snapshot", (state / "snapshot.json").string()},
+                               {"refreshRequest", (state / "refresh-request").string()},
+                               {"openRequest", (state / "open-request").string()}}},
             {"snapshotIdentity", {{"apiUrl", "https://api"}, {"webUrl", "https://app"}}}};
 }
 
 const std::string brokenCli = "echo 'corvane: broken' >&2\nexit 3";
+const char* const tooLargeRow = "corvane menu answered with more than 16 MB. Reopen the menu to retry.";
 const Json tooLarge = {{"operation", "menu.poll"}, {"outcome", "failed"}, {"domain", "payload"}, {"code", "TOO_LARGE"}};
 
 struct Fault {
@@ -89,20 +84,16 @@ const Fault faults[] = {
      .setup = [](const SimWorld&, const fs::path& state) { mkfifo((state / "snapshot.json").c_str(), 0600); }},
     {.name = "snapshot is /dev/zero",
      .setup = [](const SimWorld&, const fs::path& state) { fs::create_symlink("/dev/zero", state / "snapshot.json"); }},
-    {.name = "snapshot of 100 MiB",
-     .setup =
-         [](const SimWorld&, const fs::path& state) {
-             std::ofstream(state / "snapshot.json") << "{";
-             fs::resize_file(state / "snapshot.json", 100u << 20);
-         }},
+    {.name = "snapshot of 100 MiB", .setup = [](const SimWorld&, const fs::path& state) {
+         std::ofstream(state / "snapshot.json") << "{";
+         fs::resize_file(state / "snapshot.json", 100u << 20);
+     }},
     {.name = "open request is a FIFO",
      .setup = [](const SimWorld&, const fs::path& state) { mkfifo((state / "open-request").c_str(), 0600); }},
-    {.name = "detected-clients record is a FIFO",
-     .setup =
-         [](const SimWorld& w, const fs::path&) {
-             fs::create_directories(w.home / ".config/corvane/state");
-             mkfifo((w.home / ".config/corvane/state/detected-clients.json").c_str(), 0600);
-         }},
+    {.name = "detected-clients record is a FIFO", .setup = [](const SimWorld& w, const fs::path&) {
+         fs::create_directories(w.home / ".config/corvane/state");
+         mkfifo((w.home / ".config/corvane/state/detected-clients.json").c_str(), 0600);
+     }},
     {.name = "refreshSeconds 1e10", .refreshSeconds = 1e10},
     {.name = "refreshSeconds 0.001", .refreshSeconds = 0.001, .shown = "", .maxRunsIn3Seconds = 5},
     {.name = "refreshSeconds -5", .refreshSeconds = -5, .shown = "The Corvane CLI isn't responding"},
@@ -110,30 +101,20 @@ const Fault faults[] = {
      .menu = "trap '' TERM\nsleep 300 &\n(trap '' TERM; sleep 300) &\nwhile :; do sleep 1; done",
      .shown = "Connecting to the Corvane CLI"},
     // The answer is cut off at its cap, so memory stays bounded however much the CLI writes.
-    {.name = "endless stdout",
-     .menu = "exec cat /dev/zero",
-     .shown = "corvane menu answered with more than 16 MB. Reopen the menu to retry.",
-     .shownWithinSeconds = 20,
+    {.name = "endless stdout", .menu = "exec cat /dev/zero", .shown = tooLargeRow, .shownWithinSeconds = 20,
      .lastDiagnostic = tooLarge},
-    {.name = "endless stdout from a grandchild, SIGTERM ignored",
-     .menu = "trap '' TERM\n(cat /dev/zero) &\nwait",
-     .shown = "corvane menu answered with more than 16 MB. Reopen the menu to retry.",
-     .shownWithinSeconds = 20,
-     .lastDiagnostic = tooLarge},
+    {.name = "endless stdout from a grandchild, SIGTERM ignored", .menu = "trap '' TERM\n(cat /dev/zero) &\nwait",
+     .shown = tooLargeRow, .shownWithinSeconds = 20, .lastDiagnostic = tooLarge},
     // 500 lines of deeply nested markers (50 MB) on stderr cost a bounded search.
     {.name = "flood of damaged markers",
      .menu = "line=\"CORVANE_DIAGNOSTIC $(head -c 100000 /dev/zero | tr '\\0' '[')\"\n"
              "i=0; while [ $i -lt 500 ]; do echo \"$line\" >&2; i=$((i+1)); done\nexit 1",
-     .shown = "corvane menu exited 1: ",
-     .shownWithinSeconds = 60},
+     .shown = "corvane menu exited 1: ", .shownWithinSeconds = 60},
     // Log writes fail instead of ending the app with SIGXFSZ (512 bytes: the first lines pass).
-    {.name = "file-size limit",
-     .menu = brokenCli,
-     .shown = "corvane menu exited 3",
-     .shownWithinSeconds = 20,
-     .openings = 15,
-     .prelude = "ulimit -f 1"},
-    {.name = "disk full", .menu = brokenCli, .shown = "corvane menu exited 3", .shownWithinSeconds = 20, .openings = 15, .fullDisk = true},
+    {.name = "file-size limit", .menu = brokenCli, .shown = "corvane menu exited 3", .shownWithinSeconds = 20,
+     .openings = 15, .prelude = "ulimit -f 1"},
+    {.name = "disk full", .menu = brokenCli, .shown = "corvane menu exited 3", .shownWithinSeconds = 20,
+     .openings = 15, .fullDisk = true},
 };
 
 class FaultTest : public ::testing::TestWithParam<Fault> {
