@@ -10,6 +10,8 @@
 
 #include <dirent.h>
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -126,12 +128,7 @@ protected:
         }
     }
 
-    int menuRuns() const {
-        std::istringstream lines(readText(world.root / "runs"));
-        int count = 0;
-        for (std::string line; std::getline(lines, line);) ++count;
-        return count;
-    }
+    int menuRuns() const { return static_cast<int>(std::ranges::count(readText(world.root / "runs"), '\n')); }
 
     SimWorld world{CORVANE_SIM_EXE};
     const std::string mark = "CORVANE_FAULT_MARK=" + world.root.filename().string();

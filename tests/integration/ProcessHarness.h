@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -265,9 +266,7 @@ public:
         int count = 0;
         for (const auto& line : invocations()) {
             const Json argv = line.value("argv", Json::array());
-            bool matches = argv.size() >= prefix.size();
-            for (size_t i = 0; matches && i < prefix.size(); ++i) matches = argv[i] == prefix[i];
-            count += matches;
+            count += argv.size() >= prefix.size() && std::equal(prefix.begin(), prefix.end(), argv.begin());
         }
         return count;
     }
@@ -339,10 +338,7 @@ class HeadlessApp {
 public:
     HeadlessApp() = default;
     ~HeadlessApp() {
-        if (child_.pid > 0 && !exited_) {
-            kill(child_.pid, SIGKILL);
-            waitpid(child_.pid, nullptr, 0);
-        }
+        if (child_.pid > 0 && !exited_) reap(child_.pid, 0, [] {});
         for (int fd : {child_.inFd, child_.outFd})
             if (fd >= 0) close(fd);
     }
