@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <regex>
+
 namespace {
 
 using namespace harness;
@@ -165,12 +167,14 @@ TEST_F(HeadlessAppTest, UnusableCliShowsTheAppsOwnRowsAndTheirAction) {
         const char* fault;
         const char* title;
         const char* subtitle;
+        const char* action;  // the title the row gives its action
         const char* copied;  // what picking the row puts on the clipboard
     } rows[] = {
         {"no CLI", true, "none", "The Corvane CLI isn't installed", "Install the CLI to connect this app.",
-         "npm install -g @usecorvane/cli && corvane init"},
+         "Copy Install Command", "npm install -g @usecorvane/cli && corvane init"},
         {"newer contract", false, "contract2", "This app is too old for the installed Corvane CLI",
-         "The CLI now speaks menu format 2; this app speaks 1. Update the app.", "Corvane menu bar app "},
+         "The CLI now speaks menu format 2; this app speaks 1. Update the app.", "Copy Diagnostics",
+         "Corvane menu bar app "},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -184,6 +188,7 @@ TEST_F(HeadlessAppTest, UnusableCliShowsTheAppsOwnRowsAndTheirAction) {
         EXPECT_TRUE(hasRow(*frame, row.subtitle)) << frame->dump();
         EXPECT_EQ((*frame)["icon"], "unknown");
         EXPECT_EQ(world.countRuns({"menu"}), row.missingCli ? 0 : 1);
+        EXPECT_EQ(HeadlessAppTest::row(*frame, row.title)->value("action", ""), row.action);
 
         app.send("pick " + *rowPath((*frame)["items"], row.title));
         const auto copied = app.waitEvent("copy");
@@ -266,6 +271,100 @@ TEST_F(HeadlessAppTest, UpdateFromTheMenuIsShownUntilTheNextMenuCloses) {
     ASSERT_TRUE(closed);
     EXPECT_EQ((*closed)["menuOpen"], false);
     EXPECT_TRUE(hasRow(*closed, demoSession));
+}
+
+// The stale row says how long the CLI has been silent as of each opening, not as of the render
+// that first showed it.
+TEST_F(HeadlessAppTest, TheStaleRowsAgeIsCurrentAtEachOpening) {
+    launchToPayload({"CORVANE_SIM_REFRESH_SECONDS=1"});
+    ASSERT_EQ(world.sim({"sim", "fault", "hang"}).exitCode, 0);
+    auto ageAtNextOpening = [&] {
+        std::this_thread::sleep_for(std::chrono::seconds(3));
+        app.send("open");
+        const auto frame = app.waitFrame([](const Json& f) { return f["menuOpen"] == true && hasRow(f, "No answer for "); });
+        app.send("close");
+        const std::string text = frame ? rowText(*row(*frame, "No answer for ")) : "";
+        std::smatch age;
+        return std::regex_search(text, age, std::regex("No answer for ([0-9]+) seconds?\\.")) ? std::stoi(age[1]) : -1;
+    };
+    const int first = ageAtNextOpening();
+    EXPECT_GE(first, 2) << app.lastFrame().dump();
+    EXPECT_GE(ageAtNextOpening(), first + 2) << app.lastFrame().dump();
+}
+
+// An open menu whose sessions change shape keeps its rows until it closes, but each row shows its
+// own session's status: B's new status never lands on A's row.
+TEST_F(HeadlessAppTest, AnOpenMenuShowsEachSessionsOwnStatus) {
+    auto answer = [](std::vector<std::pair<std::string, std::string>> sessions) {
+        Json items = Json::array({{{"type", "header"}, {"title", "Agents"}}});
+        for (const auto& session : sessions) {
+            const std::string id = session.first;
+            items.push_back({{"type", "action"}, {"title", "Session " + id}, {"run", {"session", "open", id}},
+                             {"agent", {{"id", id}, {"icon", "claude"}, {"status", "working"}, {"statusLabel", session.second}}}});
+        }
+        return Json{{"contract", 1}, {"appEnv", "production"}, {"cliVersion", "1.4.2"}, {"icon", "running"},
+                    {"refreshSeconds", 1}, {"watchPaths", Json::array()}, {"items", items}, {"more", Json::array()}}
+            .dump();
+    };
+    const fs::path scenario = world.root / "scenario.json", next = world.root / "scenario.next";
+    std::ofstream(scenario) << answer({{"a", "A 1m"}, {"b", "B 1m"}, {"c", "C 1m"}});
+    launch({"CORVANE_SIM_SCENARIO=" + scenario.string()});
+    ASSERT_TRUE(app.waitFrameWith("Session c")) << app.errors();
+    app.send("open");
+    ASSERT_TRUE(app.waitFrame([](const Json& f) { return f["menuOpen"] == true; }));
+
+    std::ofstream(next) << answer({{"b", "B idle 2m"}, {"c", "C 2m"}});
+    fs::rename(next, scenario);
+    auto shown = [](const Json& frame, std::string_view title) {
+        const Json* found = row(frame, title);
+        return found ? rowText(*found) : std::string("(none)");
+    };
+    const auto open = app.waitFrame([&](const Json& f) { return shown(f, "Session b").find("B idle 2m") != std::string::npos; });
+    ASSERT_TRUE(open) << app.lastFrame().dump();
+    EXPECT_EQ((*open)["menuOpen"], true);
+    EXPECT_THAT(shown(*open, "Session a"), testing::HasSubstr("A 1m"));
+    EXPECT_THAT(shown(*open, "Session c"), testing::HasSubstr("C 2m"));
+
+    app.send("close");
+    const auto closed = app.waitFrame([](const Json& f) { return f["menuOpen"] == false && !hasRow(f, "Session a"); });
+    ASSERT_TRUE(closed) << app.lastFrame().dump();
+    EXPECT_THAT(shown(*closed, "Session b"), testing::HasSubstr("B idle 2m"));
+}
+
+// "Retry" after a failed CLI update starts the update the way its row does: the block says it is
+// updating again and the CLI is asked a second time.
+TEST_F(HeadlessAppTest, RetryingAFailedUpdateShowsItUpdatingAgain) {
+    launchToPayload({"CORVANE_SIM_UPDATE_SECONDS=1", "CORVANE_SIM_UPDATE_FAIL=1"});
+    pick("Corvane CLI 1.5.0 is available. Update?");
+    ASSERT_TRUE(app.waitFrame([](const Json& f) { return hasRow(f, "Updating CLI…") && f["icon"] == "running"; }));
+    const auto failed = app.waitFrame([](const Json& f) { return hasRow(f, "CLI update failed") && hasRow(f, "Retry", true); }, 15);
+    ASSERT_TRUE(failed) << app.lastFrame().dump();
+    EXPECT_EQ((*failed)["icon"], "attention");
+
+    pick("Retry", true);
+    const auto again = app.waitFrameWith("Updating CLI…");
+    ASSERT_TRUE(again) << app.lastFrame().dump();
+    EXPECT_EQ((*again)["icon"], "running");
+    EXPECT_FALSE(hasRow(*again, "CLI update failed")) << again->dump();
+    EXPECT_TRUE(waitFor([&] { return world.countRuns({"update"}) == 2; }));
+}
+
+// A keyboard highlight belongs to one opening of the menu.
+TEST_F(HeadlessAppTest, TheHighlightEndsWithTheMenu) {
+    launchToPayload();
+    const std::string path = *rowPath(app.lastFrame()["items"], demoSession);
+    auto highlighted = [&](bool marked) {
+        return app.waitFrame([&](const Json& f) {
+            const Json* session = rowAt(f["items"], path);
+            return f["menuOpen"] == true && session && session->value("highlighted", false) == marked;
+        });
+    };
+    app.send("open");
+    app.send("highlight " + path);
+    EXPECT_TRUE(highlighted(true));
+    app.send("close");
+    app.send("open");
+    EXPECT_TRUE(highlighted(false)) << app.lastFrame().dump();
 }
 
 TEST_F(HeadlessAppTest, EveryWayOutEndsCleanlyAndStopsARunningTask) {
