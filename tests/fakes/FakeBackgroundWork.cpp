@@ -8,10 +8,7 @@ namespace {
 class FakeSerialQueue : public SerialWorkQueue {
 public:
     explicit FakeSerialQueue(std::shared_ptr<FakeBackgroundWork::SerialState> state) : state_(std::move(state)) {}
-    ~FakeSerialQueue() override {
-        state_->alive = false;
-        state_->jobs.clear();
-    }
+    ~FakeSerialQueue() override { state_->jobs.clear(); }
     bool tryEnqueue(Job job) override {
         if (state_->jobs.size() >= state_->limit) return false;
         state_->jobs.push_back(std::move(job));
@@ -55,7 +52,7 @@ std::size_t FakeBackgroundWork::runSerial() {
     std::size_t ran = 0;
     for (std::size_t i = 0; i < queues_.size(); ++i) {
         auto state = queues_[i];
-        if (!state->alive || state->jobs.empty()) continue;
+        if (state->jobs.empty()) continue;  // none, or its queue is gone
         // The job counts as pending while it runs, as on a real queue.
         Job job = state->jobs.front();
         if (job) job();

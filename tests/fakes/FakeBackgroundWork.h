@@ -31,7 +31,6 @@ public:
     struct SerialState {
         std::size_t limit = 0;
         std::deque<Job> jobs;
-        bool alive = true;
     };
 
 private:
