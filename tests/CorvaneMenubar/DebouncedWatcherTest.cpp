@@ -51,7 +51,6 @@ TEST(DebouncedWatcher, UnopenablePathGivesNoWatcherAndDestroyingStopsTheWatch) {
     Rig rig;
     rig.fs.unopenable.insert("/gone");
     EXPECT_EQ(rig.watch("/gone"), nullptr);
-    EXPECT_TRUE(rig.fs.watchedPaths().empty());
 
     auto watcher = rig.watch("/w");
     rig.fs.trigger("/w");

@@ -33,7 +33,6 @@ TEST(TextMeasure, ClustersKeepMarksSequencesFlagsAndSyllablesWhole) {
         const auto got = graphemeClusters(text);
         EXPECT_EQ(std::vector<std::string>(got.begin(), got.end()), clusters) << text;
     }
-    EXPECT_EQ(FixedWidthTextMeasure(7).width("e\u0301\u2026", FontRole::system11), 14.0);
 }
 
 // A shell's menu reduced to its mirror: the list the hooks build, step by step.
