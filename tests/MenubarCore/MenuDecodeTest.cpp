@@ -41,12 +41,15 @@ std::string describe(const MenuDecodeResult& result) {
     return "payload";
 }
 
-std::vector<MenuItem> rowsOf(const Json& items) {
-    auto result = decode(answerWith({{"items", items}}));
+// The payload `bytes` decode to; an answer that does not decode fails the test and reads as an empty payload.
+MenuPayload decoded(const std::string& bytes) {
+    auto result = decode(bytes);
     auto* payload = payloadOf(result);
-    EXPECT_TRUE(payload) << describe(result) << " for " << items.dump();
-    return payload ? payload->items : std::vector<MenuItem>{};
+    EXPECT_TRUE(payload) << describe(result) << " for " << bytes.substr(0, 300);
+    return payload ? *payload : MenuPayload{};
 }
+
+std::vector<MenuItem> rowsOf(const Json& items) { return decoded(answerWith({{"items", items}})).items; }
 
 MenuAction act(std::string title, MenuVerb verb, std::optional<Arguments> report = {},
                std::optional<std::string> badge = {}) {
@@ -62,12 +65,9 @@ Json item(const char* type, Json fields) {
 
 TEST(MenuDecode, StrictAtTheTop) {
     struct Row { std::string bytes, expected; };  // expected: "mismatch: N" or the start of "invalid: ..."
-    Json noItems = base();
-    noItems["contract"] = 2;
-    noItems.erase("items");
-    const Row rows[] = {
+    const Row rows[] = {  // a null in the changes removes the key
         {answerWith({{"contract", 2}}), "mismatch: 2"},
-        {noItems.dump(), "invalid: items: missing"},
+        {answerWith({{"contract", 2}, {"items", nullptr}}), "invalid: items: missing"},
         {answerWith({{"contract", "1"}}), "invalid: contract: expected an integer, found a string"},
         {R"({"contract": 9223372036854775808})", "invalid: contract: expected an integer"},
         {answerWith({{"cliVersion", nullptr}}), "invalid: cliVersion: missing"},
@@ -101,22 +101,19 @@ TEST(MenuDecode, LenientKeysNeverFailTheAnswer) {
         {{"items", {item("status", {{"title", "T"}, {"dismiss", {{"items", {1}}}}})}}},
     };
     for (const auto& changes : damaged) {
-        auto result = decode(answerWith(changes));
-        auto* p = payloadOf(result);
-        ASSERT_TRUE(p) << changes.dump() << ": " << describe(result);
-        EXPECT_TRUE(!p->cliUpToDateAt && !p->snapshotFiles && !p->snapshotIdentity && !p->desktopDiagnostic && !p->refreshReport);
-        EXPECT_LE(p->items.size(), 1u);
+        const MenuPayload p = decoded(answerWith(changes));
+        EXPECT_TRUE(!p.cliUpToDateAt && !p.snapshotFiles && !p.snapshotIdentity && !p.desktopDiagnostic && !p.refreshReport)
+            << changes.dump();
+        EXPECT_LE(p.items.size(), 1u) << changes.dump();
     }
-    auto result = decode(answerWith({{"icon", "sleeping"}, {"cliUpToDateAt", "2025-03-01T09:00:00.5Z"}, {"unknownKey", {1}},
-                                     {"snapshotFiles", {{"snapshot", "/s"}, {"refreshRequest", "/r"}, {"openRequest", "/o"}}},
-                                     {"snapshotIdentity", {{"apiUrl", "https://api"}, {"webUrl", "https://web"},
-                                                           {"enrollment", {{"machineId", "m1"}}}}}}));
-    auto* payload = payloadOf(result);
-    ASSERT_TRUE(payload) << describe(result);
-    EXPECT_FALSE(payload->icon);
-    EXPECT_EQ(payload->cliUpToDateAt, parseMenuTime("2025-03-01T09:00:00.500Z"));
-    EXPECT_EQ(payload->snapshotFiles, (SnapshotFiles{"/s", "/r", "/o"}));
-    EXPECT_EQ(payload->snapshotIdentity,
+    const MenuPayload payload = decoded(answerWith(
+        {{"icon", "sleeping"}, {"cliUpToDateAt", "2025-03-01T09:00:00.5Z"}, {"unknownKey", {1}},
+         {"snapshotFiles", {{"snapshot", "/s"}, {"refreshRequest", "/r"}, {"openRequest", "/o"}}},
+         {"snapshotIdentity", {{"apiUrl", "https://api"}, {"webUrl", "https://web"}, {"enrollment", {{"machineId", "m1"}}}}}}));
+    EXPECT_FALSE(payload.icon);
+    EXPECT_EQ(payload.cliUpToDateAt, parseMenuTime("2025-03-01T09:00:00.500Z"));
+    EXPECT_EQ(payload.snapshotFiles, (SnapshotFiles{"/s", "/r", "/o"}));
+    EXPECT_EQ(payload.snapshotIdentity,
               (SnapshotIdentity{"production", "1.4.2", "https://api", "https://web", SnapshotEnrollment{"m1", {}}}));
 }
 
@@ -217,11 +214,8 @@ TEST(MenuDecode, SplicesTheUpdateBlock) {
         {{"itemCount", 9223372036854775807LL}}, {{"state", "succeeded"}}, {{"logPath", "logs/update.log"}},
         {{"run", {"update"}}}, {{"run", {"--background", "update"}}}, {{"target", 3}}};
     for (const auto& patch : refused) rows.push_back({with(patch), unspliced});
-    for (const auto& row : rows) {
-        auto result = decode(answerWith({{"items", items}, {"cliUpdate", row.block}}));
-        ASSERT_TRUE(payloadOf(result)) << describe(result);
-        EXPECT_EQ(payloadOf(result)->items, row.expected) << row.block.dump();
-    }
+    for (const auto& row : rows)
+        EXPECT_EQ(decoded(answerWith({{"items", items}, {"cliUpdate", row.block}})).items, row.expected) << row.block.dump();
     // Rows inside the replaced range are still read strictly.
     Json badFallback = items;
     badFallback[2]["title"] = 1;
@@ -255,20 +249,19 @@ TEST(MenuDecode, ReadsTheDesktopDiagnosticFieldByField) {
          CliRefreshReport{{}, {{"agents", 200, "req-1", 86}, {"orgs", {}, {}, 3}, {"me", {}, {}, 0}}}},
     };
     for (const auto& row : rows) {
-        auto result = decode(answerWith({{"desktopDiagnostic", row.diagnostic}}));
-        ASSERT_TRUE(payloadOf(result)) << describe(result);
-        EXPECT_EQ(payloadOf(result)->desktopDiagnostic, row.expected) << row.diagnostic.dump();
-        EXPECT_EQ(payloadOf(result)->refreshReport, row.report) << row.diagnostic.dump();
+        const MenuPayload payload = decoded(answerWith({{"desktopDiagnostic", row.diagnostic}}));
+        EXPECT_EQ(payload.desktopDiagnostic, row.expected) << row.diagnostic.dump();
+        EXPECT_EQ(payload.refreshReport, row.report) << row.diagnostic.dump();
     }
 
     // Only the first 16 requests are looked at.
     Json many = Json::array();
     for (int i = 0; i < 40; ++i) many.push_back({{"route", "r"}, {"durationMs", i}});
     many[3] = "not a request";
-    auto result = decode(answerWith({{"desktopDiagnostic", {{"requests", many}}}}));
-    ASSERT_TRUE(payloadOf(result));
-    EXPECT_EQ(payloadOf(result)->refreshReport->requests.size(), 15u);
-    EXPECT_EQ(payloadOf(result)->refreshReport->requests.back().durationMs, 15);
+    const auto report = decoded(answerWith({{"desktopDiagnostic", {{"requests", many}}}})).refreshReport;
+    ASSERT_TRUE(report);
+    EXPECT_EQ(report->requests.size(), 15u);
+    EXPECT_EQ(report->requests.back().durationMs, 15);
 }
 
 int depthOf(const std::vector<MenuItem>& items) {
@@ -298,14 +291,12 @@ std::string nested(const std::string& open, const std::string& middle, const std
 
 TEST(MenuDecode, SurvivesHostileAnswers) {
     // 100,000 nested submenus: rows below the depth limit are dropped, nothing overflows the stack.
-    auto result = decode(answerWithItems(nested(R"({"type":"submenu","title":"S","items":[)", "", "]}", 100'000)));
-    ASSERT_TRUE(payloadOf(result)) << describe(result);
-    EXPECT_EQ(depthOf(payloadOf(result)->items), maxMenuDepth);
+    const std::string submenus = nested(R"({"type":"submenu","title":"S","items":[)", "", "]}", 100'000);
+    EXPECT_EQ(depthOf(decoded(answerWithItems(submenus)).items), maxMenuDepth);
     // The same through presentations and dismiss items.
-    result = decode(answerWithItems(
-        nested(R"({"type":"action","title":"A","url":"u","dismiss":{"title":"D","url":"v","presentation":)", "1", "}}", 100'000)));
-    ASSERT_TRUE(payloadOf(result)) << describe(result);
-    EXPECT_EQ(payloadOf(result)->items, std::vector<MenuItem>{actionRow("A", verb::Url{"u"})});
+    const std::string actions =
+        nested(R"({"type":"action","title":"A","url":"u","dismiss":{"title":"D","url":"v","presentation":)", "1", "}}", 100'000);
+    EXPECT_EQ(decoded(answerWithItems(actions)).items, std::vector<MenuItem>{actionRow("A", verb::Url{"u"})});
     // Deeply nested arrays are not an answer, and freeing them must not recurse either.
     const std::string arrays = nested("[", "", "]", 300'000);
     EXPECT_EQ(describe(decode(arrays)).substr(0, 16), "invalid: answer:");
