@@ -5,10 +5,9 @@
 #include <map>
 #include <set>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
+
+#include "CorvaneMenubar/TempFolder.h"
 
 namespace corvane::CliLocator {
 namespace {
@@ -64,7 +63,7 @@ TEST(CliLocatorTest, NvmFoldersComeNewestFirst) {
         fake.folders[nvmRoot] = listing;
         Names expected;
         for (const auto& name : newestFirst) expected.push_back(nvmRoot + "/" + name + "/bin");
-        EXPECT_EQ(nvmBinDirectories(fake.environment()), expected) << testing::PrintToString(listing);
+        EXPECT_EQ(nvmBinDirectories(fake.environment()), expected) << ::testing::PrintToString(listing);
     }
 }
 
@@ -170,8 +169,8 @@ TEST(CliLocatorTest, SearchPathJoinsFolderDirectoriesAndSystemFolders) {
 // The real environment against a temporary home folder.
 TEST(CliLocatorTest, RealEnvironmentFindsExecutableFiles) {
     namespace fs = std::filesystem;
-    fs::path home = fs::temp_directory_path() / ("corvane-locator-" + std::to_string(::getpid()));
-    fs::remove_all(home);
+    testing::TempFolder temp;
+    const fs::path home = temp.path();
     for (const char* folder : {".nvm/versions/node/v20.1.0/bin", ".nvm/versions/node/v9.0.0", "plain", "dir/corvane",
                                ".config/corvane/state"})
         fs::create_directories(home / folder);
@@ -185,18 +184,15 @@ TEST(CliLocatorTest, RealEnvironmentFindsExecutableFiles) {
     write(home / ".config/corvane/state/detected-clients.json",
           R"({"path":")" + (home / "dir").string() + ":" + (home / "plain").string() + R"("})", fs::perms::owner_all);
 
-    // A FIFO nobody writes (a plain read would block the poll forever), a folder and an oversized
-    // file read as missing records, at once.
-    ASSERT_EQ(::mkfifo((home / "fifo").c_str(), 0600), 0);
+    // Records are read within the locator's limit (FIFOs and folders are the bounded reader's own rows).
     std::ofstream(home / "huge") << "{";
     fs::resize_file(home / "huge", locatorRecordLimit + 1);
 
     auto environment = realLocatorEnvironment();
     environment.home = home.string();
-    for (const char* name : {"fifo", "dir", "huge"}) EXPECT_EQ(environment.readFile((home / name).string()), std::nullopt);
-    for (const auto& [name, executable] : std::vector<std::pair<const char*, bool>>{
-             {"link", true}, {"plain/corvane", false}, {"dir/corvane", false}, {"nothing", false}})
-        EXPECT_EQ(environment.isExecutableFile((home / name).string()), executable) << name;
+    EXPECT_EQ(environment.readFile((home / "huge").string()), std::nullopt);
+    // A link to a CLI counts; the locate below passes over the plain file, the folder and the missing files.
+    EXPECT_TRUE(environment.isExecutableFile((home / "link").string()));
     EXPECT_EQ(environment.listDirectory((home / ".nvm/versions/node").string()),
               (std::vector<std::string>{"v20.1.0", "v9.0.0"}));
     EXPECT_TRUE(environment.listDirectory((home / "absent").string()).empty());
@@ -208,7 +204,6 @@ TEST(CliLocatorTest, RealEnvironmentFindsExecutableFiles) {
     // The detected folders lead the search path even though neither held a usable CLI.
     const std::string head = nvmBin + ":" + (home / "dir").string() + ":" + (home / "plain").string() + ":";
     EXPECT_EQ(found->searchPath.rfind(head, 0), 0u) << found->searchPath;
-    fs::remove_all(home);
     // Missing functions count as nothing found, the explicit path included.
     EXPECT_EQ(locate("production", Environment{"/home/u", {}, {}, {}, "/x/corvane"}), std::nullopt);
 }
