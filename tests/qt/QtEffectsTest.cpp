@@ -1,8 +1,5 @@
 #include "QtEffects.h"
 
-#include <QClipboard>
-#include <QGuiApplication>
-
 #include <gtest/gtest.h>
 
 #include <set>
@@ -10,7 +7,9 @@
 namespace corvane {
 namespace {
 
-TEST(QtEffectsTest, TerminalIsTheFirstOneInstalledAndFailuresCarryTheirCodes) {
+// Which terminal is chosen is the terminal script's own table; here $TERMINAL reaches the choice
+// and each way of failing carries its code.
+TEST(QtEffectsTest, TerminalFollowsTheVariableAndFailuresCarryTheirCodes) {
     struct Case {
         std::optional<std::string> terminal;
         std::set<std::string> installed;
@@ -21,9 +20,7 @@ TEST(QtEffectsTest, TerminalIsTheFirstOneInstalledAndFailuresCarryTheirCodes) {
     const std::string line = "corvane login";
     const std::vector<Case> cases{
         {std::nullopt, {}, true, terminalNotFoundCode, {}},
-        {std::nullopt, {"konsole", "xterm"}, true, std::nullopt, {"konsole", "-e", "sh", "-c", line}},
         {"foot", {"foot", "xterm"}, true, std::nullopt, {"foot", "-e", "sh", "-c", line}},
-        {"missing-term", {"xterm"}, true, std::nullopt, {"xterm", "-e", "sh", "-c", line}},
         {std::nullopt, {"xterm"}, false, terminalStartFailedCode, {"xterm", "-e", "sh", "-c", line}},
     };
     for (const auto& c : cases) {
@@ -40,10 +37,8 @@ TEST(QtEffectsTest, TerminalIsTheFirstOneInstalledAndFailuresCarryTheirCodes) {
     }
 }
 
-TEST(QtEffectsTest, CopiesPlainTextAndFindsProgramsOnPath) {
+TEST(QtEffectsTest, FindsProgramsOnPathAndFocusingFallsBackWithoutAWindowSystem) {
     QtEffects effects;
-    effects.copyText("claude --resume 'a b'");
-    EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), "claude --resume 'a b'");
     EXPECT_TRUE(programIsOnPath("sh", "/nonexistent:/bin:/usr/bin"));
     EXPECT_TRUE(programIsOnPath("/bin/sh", ""));
     EXPECT_FALSE(programIsOnPath("sh", "/nonexistent"));

@@ -62,11 +62,10 @@ protected:
 TEST_F(QtStatusItemTest, IconFollowsTheDesktopsLookWithoutANewImage) {
     statusItem.setImage(IconRenderer::image(IconState::running, std::nullopt, false));
     ASSERT_TRUE(statusItem.hasImage());
-    const QColor light = appearance.panelTextColour();
+    // The panel's text colour of a light and then a dark scheme differ (the appearance test's rule).
     appearance.portalColorScheme(2u);
     EXPECT_EQ(bladePixel().rgb(), appearance.panelTextColour().rgb());
     appearance.portalColorScheme(1u);
-    EXPECT_NE(appearance.panelTextColour().rgb(), light.rgb());
     EXPECT_EQ(bladePixel().rgb(), appearance.panelTextColour().rgb()) << "re-tinted on the change";
 
     // The attention icon keeps its own colours on either panel.
