@@ -1,7 +1,6 @@
 #include "MenuSnapshot.h"
 
 #include <functional>
-#include <limits>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -107,16 +106,6 @@ TEST(MenuSnapshot, ReadRules) {
         EXPECT_EQ(std::get<SnapshotSkip>(readMenuSnapshot(std::string_view(bytes), expectedIdentity, {}, now, nullptr)),
                   SnapshotSkip::unreadable)
             << bytes;
-}
-
-TEST(MenuSnapshot, PayloadFreshness) {
-    const Instant success = *parseMenuTime("2025-03-01T10:00:00Z");
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    struct Row { double age, refreshSeconds; bool fresh; };
-    const Row rows[] = {{60, 30, true}, {60.001, 30, false}, {-5, 30, true}, {1, 0, false}, {1, nan, false}};
-    for (const auto& row : rows)
-        EXPECT_EQ(payloadIsFresh(success, row.refreshSeconds, plusSeconds(success, row.age)), row.fresh)
-            << row.age << " / " << row.refreshSeconds;
 }
 
 }  // namespace
