@@ -15,13 +15,6 @@ TEST(DiagnosticsReport, Lines) {
     const Row rows[] = {
         {"nothing optional", {"0.3.1", "staging", {}, {}, {}, "", copiedAt}, head + noPayload},
         {"empty failure detail", {"0.3.1", "staging", {}, {}, std::string(), "", copiedAt}, head + noPayload},
-        {"failure detail verbatim",
-         {"0.3.1", "staging", {}, {}, "corvane menu exited 2: menu.poll failed exit 2. Reopen the menu to retry.",
-          "", copiedAt},
-         head + "\nLast poll failure: corvane menu exited 2: menu.poll failed exit 2. Reopen the menu to retry." +
-             noPayload},
-        {"checked CLI version", {"0.3.1", "staging", "1.4.0-beta.2+7", {}, {}, "", copiedAt},
-         head + "\nCorvane CLI 1.4.0-beta.2+7" + noPayload},
         {"CLI version with a space", {"0.3.1", "staging", "1.4 beta", {}, {}, "", copiedAt},
          head + "\nCorvane CLI unrecognized" + noPayload},
         {"payload 90 s ago, then the log summary last",
