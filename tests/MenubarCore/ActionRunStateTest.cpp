@@ -40,8 +40,6 @@ TEST(ActionRunState, ItemsByPhaseAndVerb) {
           dismiss, separator}},
         {"failed background without fallback has four rows", act("Sync", backgroundNoFallback), failed,
          {problem("Sync"), retry, dismiss, separator}},
-        {"failed update has no terminal row", act("Update", verb::CliUpdate{}), failed,
-         {problem("Update"), retry, dismiss, separator}},
         {"failed terminal verb has no terminal row", act("Open", verb::Terminal{{"x"}}), failed,
          {problem("Open"), retry, dismiss, separator}},
         {"running background shows its progress and Cancel", act("Sync", backgroundWithFallback), running,
