@@ -103,7 +103,6 @@ TEST(ClientDiagnosticTest, CliMarkerLines) {
 
 TEST(ClientDiagnosticTest, SummariesListThePresentWords) {
     const std::vector<std::pair<ClientDiagnostic, std::string>> rows{
-        {ClientDiagnostic::appleEvent(-1743, Op::terminalOpen), "terminal.open denied AppleEvents -1743"},
         {{Op::menuAnalytics, Out::notNeeded, nullopt, nullopt, nullopt, nullopt}, "menu.analytics not-needed"},
         {{Op::claudeDesktopRegistry, Out::available, nullopt, "X", nullopt, "9"}, "claude.desktop-registry available X 9"},
         {{Op::terminalFocus, Out::missing, cocoa, "260", posix, "13"},
