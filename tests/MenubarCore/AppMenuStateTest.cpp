@@ -65,28 +65,27 @@ TEST(AppMenuState, BakesItsOwnRows) {
     const MenuAction diagnostics{"Copy Diagnostics", verb::Diagnostics{}, {}, {}, true};
     const std::string notResponding = "The Corvane CLI isn't responding";
     const Instant now = plusSeconds(launched, 185);
-    const row::Status neverAnswered{StatusMark::problem, notResponding, "It hasn't answered since this app started.", {},
-                                    diagnostics};
-    struct Row { AppMenuState state; std::optional<std::vector<MenuItem>> expected; };
+    // A problem row offers Copy Diagnostics unless it names another action.
+    const auto problem = [&](std::string title, std::string subtitle, std::optional<MenuAction> action = {}) {
+        return MenuItem(row::Status{StatusMark::problem, std::move(title), std::move(subtitle), {}, action.value_or(diagnostics)});
+    };
+    const auto muted = [](std::string title) { return MenuItem(row::Status{StatusMark::muted, std::move(title), {}, {}, {}}); };
+    const MenuItem neverAnswered = problem(notResponding, "It hasn't answered since this app started.");
+    using Rows = std::vector<MenuItem>;
+    struct Row { AppMenuState state; std::optional<Rows> expected; };
     const Row rows[] = {
         {appstate::Payload{payloadWith(60, MenuIcon::running)}, std::nullopt},
         {appstate::CliNotFound{},
-         std::vector<MenuItem>{row::Status{StatusMark::problem, "The Corvane CLI isn't installed",
-                                           "Install the CLI to connect this app.", {},
-                                           MenuAction{"Copy Install Command",
-                                                      verb::Copy{"npm install -g @usecorvane/cli && corvane init"}, {}, {}, true}}}},
-        {appstate::Checking{},
-         std::vector<MenuItem>{row::Status{StatusMark::muted, "Connecting to the Corvane CLI\xE2\x80\xA6", {}, {}, {}}}},
-        {appstate::ContractMismatch{2},
-         std::vector<MenuItem>{row::Status{StatusMark::problem, "This app is too old for the installed Corvane CLI",
-                                           "The CLI now speaks menu format 2; this app speaks 1. Update the app.", {},
-                                           diagnostics}}},
-        {appstate::Unresponsive{"corvane menu didn't answer within 90 seconds"}, std::vector<MenuItem>{
-             neverAnswered, row::Status{StatusMark::muted, "corvane menu didn't answer within 90 seconds", {}, {}, {}}}},
-        {appstate::Unresponsive{""}, std::vector<MenuItem>{neverAnswered}},
+         Rows{problem("The Corvane CLI isn't installed", "Install the CLI to connect this app.",
+                      MenuAction{"Copy Install Command", verb::Copy{"npm install -g @usecorvane/cli && corvane init"}, {}, {}, true})}},
+        {appstate::Checking{}, Rows{muted("Connecting to the Corvane CLI\xE2\x80\xA6")}},
+        {appstate::ContractMismatch{2}, Rows{problem("This app is too old for the installed Corvane CLI",
+                                                     "The CLI now speaks menu format 2; this app speaks 1. Update the app.")}},
+        {appstate::Unresponsive{"corvane menu didn't answer within 90 seconds"},
+         Rows{neverAnswered, muted("corvane menu didn't answer within 90 seconds")}},
+        {appstate::Unresponsive{""}, Rows{neverAnswered}},
         {appstate::StalePayload{payloadWith(60, MenuIcon::running), launched},
-         std::vector<MenuItem>{row::Status{StatusMark::problem, notResponding,
-                                           "No answer for 3 minutes. This menu can't show current status.", {}, diagnostics}}},
+         Rows{problem(notResponding, "No answer for 3 minutes. This menu can't show current status.")}},
     };
     for (const auto& row : rows) EXPECT_EQ(bakedMenuItems(row.state, now), row.expected) << stateName(row.state);
 }
