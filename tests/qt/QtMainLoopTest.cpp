@@ -1,8 +1,8 @@
 #include "QtMainLoop.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QEventLoop>
+#include <QTest>
 #include <QThread>
 #include <QTimer>
 
@@ -13,14 +13,6 @@
 
 namespace corvane {
 namespace {
-
-// Serves Qt events until `done` holds or `ms` passed.
-template <typename Done>
-void spin(Done done, int ms = 2000) {
-    QElapsedTimer clock;
-    clock.start();
-    while (!done() && clock.elapsed() < ms) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-}
 
 // The folder watcher posts from its own thread, also while a menu's nested loop runs.
 TEST(QtMainLoopTest, PostsInOrderFromAnyThreadToTheGuiThreadAndKeepsRunningInsideANestedLoop) {
@@ -65,8 +57,8 @@ TEST(QtMainLoopTest, HandlesCancelTimersAlsoFromInsideTheirOwnJobAndMayOutliveTh
     auto gone = loop->oneShot(0.001, [&] { ++cancelled; });
     gone.reset();
     auto once = loop->oneShot(0, [&] { ++oneShot; });
-    spin([&] { return oneShot > 0 && !self; });
-    spin([] { return false; }, 50);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return oneShot > 0 && !self; }));
+    QTest::qWait(50);
     EXPECT_EQ(selfCancelling, 1);
     EXPECT_EQ(cancelled, 0);
     EXPECT_EQ(oneShot, 1);
@@ -76,7 +68,7 @@ TEST(QtMainLoopTest, HandlesCancelTimersAlsoFromInsideTheirOwnJobAndMayOutliveTh
     auto orphan = loop->repeating(0.001, [&] { ++late; });
     loop.reset();
     orphan.reset();
-    spin([] { return false; }, 30);
+    QTest::qWait(30);
     EXPECT_EQ(late, 0);
 }
 

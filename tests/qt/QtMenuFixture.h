@@ -25,8 +25,8 @@ namespace corvane::qttest {
 
 using namespace testrows;
 
-class QtMenuFixture : public ::testing::Test {
-protected:
+// A menu builder on the Qt native menu that notes the title of each action it performs.
+struct QtBuiltMenu {
     QtNativeMenuFactory factory;
     QtTextMeasure measure;
     std::vector<std::string> performed;
@@ -35,6 +35,10 @@ protected:
                         MenuBuilderHooks{[this](const MenuAction& a) { performed.push_back(a.title); },
                                          [] { return true; }, [] {}, [] {}, [] {}, [this] { return reduceMotion; }},
                         "Corvane"};
+};
+
+class QtMenuFixture : public ::testing::Test, protected QtBuiltMenu {
+protected:
     MemoryStatusItem statusItem;
     QtMenuPresenter presenter{statusItem, QStringLiteral("Corvane"), QtMenuPresenter::Placement::popup};
 

@@ -8,39 +8,22 @@
 
 #include <gtest/gtest.h>
 
-#include "CorvaneMenubar/MenuRows.h"
 #include "IconRenderer.h"
-#include "MenuBuilder.h"
 #include "QtAppearance.h"
 #include "QtFallbackWindow.h"
-#include "QtMenuPresenter.h"
-#include "QtNativeMenuFactory.h"
-#include "QtTextMeasure.h"
+#include "QtMenuFixture.h"
 
 namespace corvane {
 namespace {
 
 using namespace testrows;
+using qttest::QtBuiltMenu;
 
-// Serves events until `done` holds (at most two seconds); returns `done()`.
-template <typename Done>
-bool eventually(Done done) {
-    for (int i = 0; i < 200 && !done(); ++i) QTest::qWait(10);
-    return done();
-}
-
-class QtStatusItemTest : public ::testing::Test {
+class QtStatusItemTest : public ::testing::Test, protected QtBuiltMenu {
 protected:
     QtAppearance appearance{false};
     QtStatusItem statusItem{appearance};
-    QtNativeMenuFactory factory;
-    QtTextMeasure measure;
-    std::vector<std::string> performed;
     int opened = 0;
-    MenuBuilder builder{factory, measure,
-                        MenuBuilderHooks{[this](const MenuAction& a) { performed.push_back(a.title); },
-                                         [] { return true; }, [] {}, [] {}, [] {}, [] { return false; }},
-                        "Corvane"};
 
     QtStatusItemTest() {
         statusItem.setEvents(StatusItemEvents{[this] { ++opened; }, {}, {}});
@@ -88,7 +71,7 @@ TEST_F(QtStatusItemTest, TrayCarriesTheMirrorAndAClickOpensThePopup) {
     EXPECT_EQ(opened, 1);
 
     statusItem.remove();
-    EXPECT_TRUE(eventually([&] { return !statusItem.presenter().isShown(); }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !statusItem.presenter().isShown(); }));
     statusItem.openMenu();
     QTest::qWait(20);
     EXPECT_FALSE(statusItem.presenter().isShown()) << "nothing opens once removed";
@@ -99,7 +82,7 @@ TEST_F(QtStatusItemTest, FallbackWindowListsTheRowsFollowsEditsAndChoosesRows) {
     EXPECT_TRUE(window.rowTexts().contains(QStringLiteral("Copy machine ID"))) << window.rowTexts().join(QLatin1Char('|')).toStdString();
 
     builder.submit(MenuBuild{{action("Open dashboard"), action("Copy machine ID"), action("Sync sessions now")}, {}, false});
-    EXPECT_TRUE(eventually([&] { return window.rowTexts().contains(QStringLiteral("Sync sessions now")); }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return window.rowTexts().contains(QStringLiteral("Sync sessions now")); }));
 
     auto* list = window.findChild<QListWidget*>();
     ASSERT_NE(list, nullptr);
