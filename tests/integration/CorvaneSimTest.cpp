@@ -48,7 +48,7 @@ protected:
         return child;
     }
 
-    TempFolder folder{"corvane-sim-test"};
+    corvane::testing::TempFolder folder;
     const fs::path home = folder.path();
     std::vector<pid_t> started;
 };

@@ -13,22 +13,13 @@ const std::string sample = std::string(CORVANE_TEST_DATA_DIR) + "/sample-menu.js
 
 class PrintMenu : public ::testing::Test {
 protected:
-    TempFolder dir{"print-menu-test"};
+    corvane::testing::TempFolder dir;
 
-    fs::path write(const std::string& name, const std::string& bytes) {
-        fs::path path = dir.path() / name;
-        std::ofstream(path, std::ios::binary) << bytes;
-        return path;
-    }
-
-    // Runs the app with `args`, `stdinBytes` on its standard input (read whole before any output).
+    // Runs the app with `args`, `stdinBytes` on its standard input (read whole before any output;
+    // a blocking pipe takes all of it in one write).
     ProcessResult run(const std::vector<std::string>& args, const std::string& stdinBytes = "") {
         Spawned child = spawnProcess(CORVANE_MENUBAR_EXE, args, {}, true);
-        for (size_t at = 0; at < stdinBytes.size();) {
-            const ssize_t n = ::write(child.inFd, stdinBytes.data() + at, stdinBytes.size() - at);
-            if (n <= 0) break;
-            at += static_cast<size_t>(n);
-        }
+        [[maybe_unused]] const auto written = ::write(child.inFd, stdinBytes.data(), stdinBytes.size());
         return finish(child, 60);
     }
 };
@@ -68,8 +59,9 @@ TEST_F(PrintMenu, RefusesWhatItCannotReadAndExplainsBadUsage) {
     deepText.replace(deepText.find("\"items\":[") + 9, 0, deep + ",");
     int files = 0;
     auto payload = [&](const std::string& bytes) {
-        const fs::path file = write("answer-" + std::to_string(++files) + ".json", bytes);
-        return std::vector<std::string>{"--print-menu", "--payload", file.string()};
+        const std::string file = dir / ("answer-" + std::to_string(++files) + ".json");
+        std::ofstream(file, std::ios::binary) << bytes;
+        return std::vector<std::string>{"--print-menu", "--payload", file};
     };
     struct Row { const char* name; std::vector<std::string> args; int exitCode; const char* stderrHas; };
     const Row rows[] = {

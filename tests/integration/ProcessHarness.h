@@ -6,6 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "../CorvaneMenubar/TempFolder.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -198,29 +200,11 @@ inline bool processAlive(pid_t pid) {
     return close != std::string::npos && close + 2 < text.size() && text[close + 2] != 'Z';
 }
 
-class TempFolder {
-public:
-    explicit TempFolder(const std::string& prefix) {
-        std::string pattern = (fs::temp_directory_path() / (prefix + "-XXXXXX")).string();
-        if (mkdtemp(pattern.data()) != nullptr) path_ = pattern;
-    }
-    ~TempFolder() {
-        std::error_code ignored;
-        if (!path_.empty()) fs::remove_all(path_, ignored);
-    }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-    const fs::path& path() const { return path_; }
-
-private:
-    fs::path path_;
-};
-
 // A private world for one app run: a home, XDG folders, the simulator's state folder and a
 // `corvane` link to the simulator that the app finds through CORVANE_CLI_PATH.
 class SimWorld {
 public:
-    explicit SimWorld(std::string simExe) : folder_("corvane-world"), simExe_(std::move(simExe)) {
+    explicit SimWorld(std::string simExe) : simExe_(std::move(simExe)) {
         root = folder_.path();
         home = root / "home";
         stateHome = root / "state";
@@ -279,7 +263,7 @@ public:
     std::vector<std::string> extraEnvironment;  // more variables for the app and the simulator
 
 private:
-    TempFolder folder_;
+    corvane::testing::TempFolder folder_;
     std::string simExe_;
     mutable int replacements_ = 0;
 };
