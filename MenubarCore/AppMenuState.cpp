@@ -4,6 +4,7 @@
 
 #include "CliInstall.h"
 #include "MenuDecode.h"
+#include "MenuSnapshot.h"
 #include "MenuTime.h"
 
 namespace corvane {
@@ -44,8 +45,8 @@ AppMenuState appMenuState(const AppStateInputs& inputs) {
     if (!inputs.cliLocated) return appstate::Checking{};
     if (!*inputs.cliLocated) return appstate::CliNotFound{};
     if (inputs.lastPayload && inputs.lastSuccessAt) {
-        const double age = secondsBetween(*inputs.lastSuccessAt, inputs.now);
-        if (age <= 2 * inputs.lastPayload->refreshSeconds) return appstate::Payload{*inputs.lastPayload};
+        if (payloadIsFresh(*inputs.lastSuccessAt, inputs.lastPayload->refreshSeconds, inputs.now))
+            return appstate::Payload{*inputs.lastPayload};
         return appstate::StalePayload{*inputs.lastPayload, *inputs.lastSuccessAt};
     }
     const double running = secondsBetween(inputs.launchedAt, inputs.now);
