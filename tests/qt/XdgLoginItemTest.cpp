@@ -59,8 +59,7 @@ TEST(XdgLoginItemTest, FirstLaunchCountsInstalledPrefixesOnly) {
     for (const Case& c : {Case{"/usr/bin/corvane-menubar", true}, Case{"/usr/local/bin/corvane-menubar", true},
                           Case{"/opt/corvane/bin/corvane-menubar", true}, Case{"/home/u/.local/bin/corvane-menubar", true},
                           Case{"/home/u/src/corvane/build/dev/CorvaneMenubar/corvane-menubar", false},
-                          Case{"/usr/binx/corvane-menubar", false}, Case{"/optional/corvane-menubar", false},
-                          Case{"/home/u/Downloads/corvane-menubar", false}}) {
+                          Case{"/usr/binx/corvane-menubar", false}, Case{"/optional/corvane-menubar", false}}) {
         const std::string seen = firstLaunchBundlePath(c.executable, "/home/u");
         EXPECT_EQ(seen.rfind("/Applications/", 0) == 0, c.installed) << c.executable << " -> " << seen;
     }
