@@ -86,6 +86,8 @@ inline Spawned spawnProcess(const std::string& program, const std::vector<std::s
     };
     int inPipe[2] = {-1, -1}, outPipe[2] = {-1, -1}, errPipe[2] = {-1, -1};
     if (!makePipe(outPipe) || (withInput && !makePipe(inPipe)) || (errFile.empty() && !makePipe(errPipe))) return {};
+    // Input written after the child has gone must fail, not end the test process.
+    if (withInput) signal(SIGPIPE, SIG_IGN);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     if (withInput) posix_spawn_file_actions_adddup2(&actions, inPipe[0], 0);
@@ -332,8 +334,6 @@ public:
     bool start(const std::string& exe, const std::vector<std::string>& env, const fs::path& errFile,
                std::vector<std::string> args = {"--headless"}) {
         errFile_ = errFile;
-        // A command written after the app has gone must fail, not end the test process.
-        signal(SIGPIPE, SIG_IGN);
         child_ = spawnProcess(exe, args, env, true, errFile.string());
         return child_.pid > 0;
     }
