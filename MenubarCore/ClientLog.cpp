@@ -141,7 +141,6 @@ int appendLine(const std::string& directory, std::string_view fileName, std::str
 
 std::string_view wireWord(PollTrigger trigger) { return wordIn(triggerWords, trigger); }
 
-
 Json toJson(const RefreshSnapshot& snapshot) {
     Json value = Json::object();
     value["outcome"] = snapshot.skipped ? wireWord(*snapshot.skipped) : std::string_view("drawn");

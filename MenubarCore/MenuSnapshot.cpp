@@ -54,7 +54,6 @@ std::optional<Instant> time(const Json& object, const char* key) {
 
 std::string_view wireWord(SnapshotSkip skip) { return wordIn(skipWords, skip); }
 
-
 std::optional<MenuSnapshot> decodeMenuSnapshot(std::string_view data, Instant now) {
     MenuDecodeResult decoded = decodeMenuPayload(data, now);
     auto* payload = std::get_if<MenuPayload>(&decoded);
