@@ -143,6 +143,8 @@ inline ProcessResult finish(Spawned child, double limitSeconds = 20) {
     ProcessResult result;
     if (child.inFd >= 0) close(child.inFd);
     auto readBoth = [&](int timeoutMs) {
+        // Both pipes at their end while the child lives on: wait instead of spinning on waitpid.
+        if (child.outFd < 0 && child.errFd < 0) std::this_thread::sleep_for(std::chrono::milliseconds(timeoutMs));
         const bool out = readSome(child.outFd, result.out, timeoutMs);
         return readSome(child.errFd, result.err, timeoutMs) || out;
     };
