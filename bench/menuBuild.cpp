@@ -10,11 +10,11 @@
 #include <string>
 
 #include "AppMenuState.h"
-#include "MenuBuilder.h"
+#include "menu/MenuBuilder.h"
 #include "MenuDecode.h"
 #include "MenuTime.h"
-#include "headless/MemoryMenu.h"
-#include "headless/MenuTreeJson.h"
+#include "menu/MemoryMenu.h"
+#include "menu/MenuTreeJson.h"
 
 namespace {
 

@@ -10,7 +10,7 @@ if(TARGET corvane-sim)
 endif()
 
 if(CORVANE_BUILD_QT)
-  set(corvane_packaging ${PROJECT_SOURCE_DIR}/CorvaneMenubar/qt/packaging)
+  set(corvane_packaging ${PROJECT_SOURCE_DIR}/CorvaneMenubar/platform/qt/packaging)
   configure_file(${corvane_packaging}/com.usecorvane.Menubar.desktop
                  ${PROJECT_BINARY_DIR}/packaging/com.usecorvane.Menubar.desktop COPYONLY)
   install(FILES ${PROJECT_BINARY_DIR}/packaging/com.usecorvane.Menubar.desktop

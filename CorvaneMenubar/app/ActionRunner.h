@@ -9,11 +9,11 @@
 #include <variant>
 
 #include "ActionRunState.h"
-#include "BackgroundWork.h"
+#include "seams/BackgroundWork.h"
 #include "CliLocator.h"
 #include "ClientDiagnostic.h"
-#include "Effects.h"
-#include "MainLoop.h"
+#include "seams/Effects.h"
+#include "seams/MainLoop.h"
 #include "MenuModel.h"
 #include "ProcessRunner.h"
 

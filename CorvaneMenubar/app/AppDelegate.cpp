@@ -16,7 +16,7 @@
 
 #include "BoundedFile.h"
 #include "FileTime.h"
-#include "IconRenderer.h"
+#include "menu/IconRenderer.h"
 #include "MenuDecode.h"
 #include "MenuTime.h"
 #include "Uuid.h"

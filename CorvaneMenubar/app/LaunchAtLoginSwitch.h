@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "Defaults.h"
+#include "seams/Defaults.h"
 #include "LaunchAtLogin.h"
-#include "LoginItem.h"
+#include "seams/LoginItem.h"
 
 namespace corvane {
 

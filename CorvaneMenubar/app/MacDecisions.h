@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "AgentRowLogic.h"
-#include "Effects.h"
-#include "LoginItem.h"
-#include "NativeMenu.h"
+#include "menu/AgentRowLogic.h"
+#include "seams/Effects.h"
+#include "seams/LoginItem.h"
+#include "menu/NativeMenu.h"
 
 namespace corvane {
 

@@ -12,12 +12,12 @@
 
 #include <fcntl.h>
 
-#include "ActionRunner.h"
-#include "AppDelegate.h"
+#include "app/ActionRunner.h"
+#include "app/AppDelegate.h"
 #include "ClientLog.h"
 #include "DemoCli.h"
-#include "HostPlatform.h"
-#include "LaunchAtLoginSwitch.h"
+#include "platform/posix/HostPlatform.h"
+#include "app/LaunchAtLoginSwitch.h"
 #include "ProcessRunner.h"
 
 namespace corvane {

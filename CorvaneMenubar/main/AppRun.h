@@ -3,7 +3,7 @@
 // The one composition root every shell runs through: the entry point picks a shell
 // (ShellChoice.h), and `runApp` does the rest on it.
 
-#include "Shell.h"
+#include "app/Shell.h"
 
 namespace corvane {
 

@@ -13,8 +13,8 @@
 
 #include <fcntl.h>
 
-#include "AppDelegate.h"
-#include "HostPlatform.h"
+#include "app/AppDelegate.h"
+#include "platform/posix/HostPlatform.h"
 #include "Variant.h"
 
 extern char** environ;

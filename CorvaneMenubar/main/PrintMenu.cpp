@@ -8,7 +8,7 @@
 #include <iterator>
 #include <sstream>
 
-#include "AppDelegate.h"
+#include "app/AppDelegate.h"
 #include "AppMenuState.h"
 #include "CliLocator.h"
 #include "MenuDecode.h"

@@ -20,12 +20,12 @@
 
 #include "AppRun.h"
 #include "DemoCli.h"
-#include "DesktopShell.h"
-#include "HostPlatform.h"
+#include "app/DesktopShell.h"
+#include "platform/posix/HostPlatform.h"
 #include "PrintMenu.h"
 #include "ShellChoice.h"
 #include "Variant.h"
-#include "headless/HeadlessShell.h"
+#include "platform/headless/HeadlessShell.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "headless/MemoryMenu.h"
+#include "MemoryMenu.h"
 
 namespace corvane {
 namespace {

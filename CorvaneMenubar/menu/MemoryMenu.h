@@ -11,7 +11,7 @@
 #include <string>
 
 #include "NativeMenu.h"
-#include "StatusItem.h"
+#include "seams/StatusItem.h"
 #include "VectorImage.h"
 
 namespace corvane {

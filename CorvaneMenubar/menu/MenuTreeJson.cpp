@@ -1,4 +1,4 @@
-#include "headless/MenuTreeJson.h"
+#include "MenuTreeJson.h"
 
 namespace corvane {
 namespace {

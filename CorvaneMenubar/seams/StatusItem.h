@@ -14,8 +14,8 @@
 #include <memory>
 #include <string>
 
-#include "NativeMenu.h"
-#include "VectorImage.h"
+#include "menu/NativeMenu.h"
+#include "menu/VectorImage.h"
 
 namespace corvane {
 

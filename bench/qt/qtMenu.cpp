@@ -18,14 +18,14 @@
 #include <cstring>
 #include <ctime>
 
-#include "MenuBuilder.h"
+#include "menu/MenuBuilder.h"
 #include "MenuDecode.h"
-#include "headless/MemoryMenu.h"
-#include "qt/QtMenuPresenter.h"
-#include "qt/QtNativeMenu.h"
-#include "qt/QtNativeMenuFactory.h"
-#include "qt/QtPopupMenu.h"
-#include "qt/QtTextMeasure.h"
+#include "menu/MemoryMenu.h"
+#include "platform/qt/QtMenuPresenter.h"
+#include "platform/qt/QtNativeMenu.h"
+#include "platform/qt/QtNativeMenuFactory.h"
+#include "platform/qt/QtPopupMenu.h"
+#include "platform/qt/QtTextMeasure.h"
 
 using namespace corvane;
 

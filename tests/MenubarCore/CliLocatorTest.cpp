@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "CorvaneMenubar/TempFolder.h"
+#include "support/TempFolder.h"
 
 namespace corvane::CliLocator {
 namespace {

@@ -18,7 +18,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "CorvaneMenubar/TempFolder.h"
+#include "support/TempFolder.h"
 #include "ProcessRunner.h"
 
 namespace corvane {

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "Appearance.h"
+#include "seams/Appearance.h"
 
 namespace corvane {
 

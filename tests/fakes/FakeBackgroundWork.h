@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "BackgroundWork.h"
+#include "seams/BackgroundWork.h"
 
 namespace corvane {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <variant>
 
-#include "Defaults.h"
+#include "seams/Defaults.h"
 
 namespace corvane {
 

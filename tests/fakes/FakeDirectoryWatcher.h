@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "DirectoryWatcher.h"
+#include "seams/DirectoryWatcher.h"
 
 namespace corvane {
 

@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "Effects.h"
+#include "seams/Effects.h"
 
 namespace corvane {
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "LoginItem.h"
+#include "seams/LoginItem.h"
 
 namespace corvane {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <mutex>
 
-#include "MainLoop.h"
+#include "seams/MainLoop.h"
 
 namespace corvane {
 

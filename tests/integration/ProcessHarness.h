@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "../CorvaneMenubar/TempFolder.h"
+#include "support/TempFolder.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "MenuModel.h"
-#include "NativeMenu.h"
+#include "menu/NativeMenu.h"
 
 namespace corvane::testrows {
 

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Usage: ci-check.sh [FILE.mm or folder...]        (default: CorvaneMenubar/macos)
+# Usage: ci-check.sh [FILE.mm or folder...]        (default: CorvaneMenubar/platform/macos)
 # The CI step: every .mm must pass check.sh with -Werror; mistakes.mm must fail with exactly the
 # errors it expects (clang -verify), which proves the check still bites; then the report of the
 # macOS names the files use that only the shim declares, for a reviewer to confirm against the
@@ -8,7 +8,7 @@
 set -u
 here=$(cd "$(dirname "$0")" && pwd)
 repo=$(cd "$here/../.." && pwd)
-[ $# -gt 0 ] || set -- "$repo/CorvaneMenubar/macos"
+[ $# -gt 0 ] || set -- "$repo/CorvaneMenubar/platform/macos"
 work=$(mktemp -d); trap 'rm -rf "$work"' EXIT
 files=$(for a in "$@"; do if [ -d "$a" ]; then find "$a" -name '*.mm' | sort; else echo "$a"; fi; done)
 count=0; failed=0

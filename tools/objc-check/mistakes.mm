@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "MainLoop.h"
+#include "seams/MainLoop.h"
 
 // C++ name lookup in bridge code: an Objective-C overload in the shell's namespace hides the
 // portable function of the same name.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Appearance.h"
+#include "seams/Appearance.h"
 
 namespace corvane {
 

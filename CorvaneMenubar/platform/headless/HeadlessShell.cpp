@@ -1,4 +1,4 @@
-#include "headless/HeadlessShell.h"
+#include "HeadlessShell.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -14,18 +14,18 @@
 
 #include <nlohmann/json.hpp>
 
-#include "HostPlatform.h"
-#include "headless/FixedAppearance.h"
-#include "headless/HeadlessLoginItem.h"
-#include "headless/HeadlessMainLoop.h"
-#include "headless/JsonFileDefaults.h"
-#include "headless/LineSink.h"
-#include "headless/MemoryMenu.h"
-#include "headless/MenuTreeJson.h"
-#include "headless/PrintingEffects.h"
-#include "headless/SystemDirectoryWatcher.h"
-#include "headless/TerminalScreen.h"
-#include "headless/ThreadBackgroundWork.h"
+#include "platform/posix/HostPlatform.h"
+#include "FixedAppearance.h"
+#include "HeadlessLoginItem.h"
+#include "HeadlessMainLoop.h"
+#include "platform/posix/JsonFileDefaults.h"
+#include "LineSink.h"
+#include "menu/MemoryMenu.h"
+#include "menu/MenuTreeJson.h"
+#include "PrintingEffects.h"
+#include "platform/posix/SystemDirectoryWatcher.h"
+#include "TerminalScreen.h"
+#include "platform/posix/ThreadBackgroundWork.h"
 
 namespace corvane {
 namespace {

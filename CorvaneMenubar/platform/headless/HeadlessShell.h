@@ -40,7 +40,7 @@
 #include <memory>
 #include <string>
 
-#include "Shell.h"
+#include "app/Shell.h"
 
 namespace corvane {
 

@@ -3,7 +3,7 @@
 #include <functional>
 #include <string_view>
 
-#include "Effects.h"
+#include "seams/Effects.h"
 
 namespace corvane {
 

@@ -1,4 +1,4 @@
-#include "headless/TerminalScreen.h"
+#include "TerminalScreen.h"
 
 #include <cstdio>
 

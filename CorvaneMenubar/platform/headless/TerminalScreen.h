@@ -26,7 +26,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "headless/LineSink.h"
+#include "LineSink.h"
 
 namespace corvane {
 

@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "AgentRowLogic.h"
-#include "NativeMenu.h"
+#include "menu/AgentRowLogic.h"
+#include "menu/NativeMenu.h"
 
 // One agent session: the harness icon, the session's title and status, and two targets, the
 // session's harness app (the row's left part) and Corvane (the lightning button at the right).

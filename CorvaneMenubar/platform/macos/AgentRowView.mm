@@ -6,7 +6,7 @@
 #import "MacNativeMenu.h"
 #import "PassiveImageView.h"
 
-#include "MacDecisions.h"
+#include "app/MacDecisions.h"
 
 using namespace corvane;
 using corvane::mac::toNS;

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "NativeMenu.h"
-#include "TextMeasure.h"
+#include "menu/NativeMenu.h"
+#include "menu/TextMeasure.h"
 
 namespace corvane::mac {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "LoginItem.h"
+#include "seams/LoginItem.h"
 
 namespace corvane::mac {
 

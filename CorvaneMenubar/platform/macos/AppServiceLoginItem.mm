@@ -3,7 +3,7 @@
 #import <ServiceManagement/ServiceManagement.h>
 
 #import "AppKitText.h"
-#include "MacDecisions.h"
+#include "app/MacDecisions.h"
 
 namespace corvane::mac {
 

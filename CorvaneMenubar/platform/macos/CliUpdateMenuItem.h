@@ -2,7 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
-#include "NativeMenu.h"
+#include "menu/NativeMenu.h"
 
 // A row of the CLI update block: the update itself (`notice`), which shows the update view while
 // the update cannot start, or "View update log" (`log`). The two rows of a block keep their

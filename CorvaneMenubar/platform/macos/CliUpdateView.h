@@ -2,7 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
-#include "NativeMenu.h"
+#include "menu/NativeMenu.h"
 
 // The CLI update row while the update cannot start: a title, a subtitle and a small spinner that
 // turns only while the update installs, the view is in a window and Reduce Motion is off (the

@@ -3,8 +3,8 @@
 #import "AppKitText.h"
 #import "RowLayoutDrawing.h"
 
-#include "CliUpdateRow.h"
-#include "RowLayout.h"
+#include "menu/CliUpdateRow.h"
+#include "menu/RowLayout.h"
 
 using namespace corvane;
 using corvane::mac::toNS;

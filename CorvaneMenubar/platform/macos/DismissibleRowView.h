@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "NativeMenu.h"
+#include "menu/NativeMenu.h"
 
 // A static row (status or connection) with a dismiss button at its right. A click on the row
 // performs its repair action when it has one; the button (or Option-Return) dismisses it. The

@@ -4,7 +4,7 @@
 #import "MacNativeMenu.h"
 #import "RowLayoutDrawing.h"
 
-#include "RowLayout.h"
+#include "menu/RowLayout.h"
 
 using namespace corvane;
 using corvane::mac::toNS;

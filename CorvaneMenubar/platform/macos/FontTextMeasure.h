@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "TextMeasure.h"
+#include "menu/TextMeasure.h"
 
 namespace corvane::mac {
 

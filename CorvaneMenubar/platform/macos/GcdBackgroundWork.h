@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BackgroundWork.h"
+#include "seams/BackgroundWork.h"
 
 namespace corvane::mac {
 

@@ -2,7 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
-#include "NativeMenu.h"
+#include "menu/NativeMenu.h"
 
 // A static row of the menu (header, section label, status, connection): a plain AppKit view that
 // draws the row where the portable row layout puts each part. Flipped, as wide as the menu, as

@@ -3,8 +3,8 @@
 #import "AppKitText.h"
 #import "RowLayoutDrawing.h"
 
-#include "MenuBuilder.h"
-#include "RowLayout.h"
+#include "menu/MenuBuilder.h"
+#include "menu/RowLayout.h"
 
 using namespace corvane;
 

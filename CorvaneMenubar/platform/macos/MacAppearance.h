@@ -4,7 +4,7 @@
 
 #import <AppKit/AppKit.h>
 
-#include "Appearance.h"
+#include "seams/Appearance.h"
 
 namespace corvane::mac {
 

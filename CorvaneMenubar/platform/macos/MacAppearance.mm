@@ -1,7 +1,7 @@
 #import "MacAppearance.h"
 
 #import "AppKitText.h"
-#include "MacDecisions.h"
+#include "app/MacDecisions.h"
 
 static void* const CorvaneAppearanceContext = (void*)&CorvaneAppearanceContext;
 

@@ -2,8 +2,8 @@
 
 #import <AppKit/AppKit.h>
 
-#include "Effects.h"
-#include "MacDecisions.h"
+#include "seams/Effects.h"
+#include "app/MacDecisions.h"
 
 namespace corvane::mac {
 

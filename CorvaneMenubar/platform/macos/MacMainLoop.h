@@ -3,7 +3,7 @@
 #include <atomic>
 #include <memory>
 
-#include "MainLoop.h"
+#include "seams/MainLoop.h"
 
 namespace corvane::mac {
 

@@ -9,7 +9,7 @@
 #include <functional>
 #include <memory>
 
-#include "NativeMenu.h"
+#include "menu/NativeMenu.h"
 
 @class CorvaneMenuDelegate;
 @class CorvaneItemTarget;

@@ -14,8 +14,8 @@
 #include <utility>
 #include <variant>
 
-#include "MacDecisions.h"
-#include "MenuBuilder.h"
+#include "app/MacDecisions.h"
+#include "menu/MenuBuilder.h"
 
 using corvane::mac::MacMenuItem;
 using corvane::mac::MacNativeMenu;

@@ -16,8 +16,8 @@
 #import "UserDefaultsStore.h"
 #import "VnodeDirectoryWatcher.h"
 
-#include "DesktopShell.h"
-#include "MacDecisions.h"
+#include "app/DesktopShell.h"
+#include "app/MacDecisions.h"
 
 using namespace corvane;
 using corvane::mac::fromNS;

@@ -2,7 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
-#include "StatusItem.h"
+#include "seams/StatusItem.h"
 
 namespace corvane::mac {
 

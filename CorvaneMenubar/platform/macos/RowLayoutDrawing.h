@@ -2,7 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
-#include "RowLayout.h"
+#include "menu/RowLayout.h"
 
 namespace corvane::mac {
 

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "NativeMenu.h"
+#include "menu/NativeMenu.h"
 
 // A clickable status row: a native item made from a status text, its detail lines and an action
 // title, carrying the row's identity and line count. Its view draws the lines, the action's title

@@ -3,9 +3,9 @@
 #import "MacNativeMenu.h"
 #import "RowLayoutDrawing.h"
 
-#include "MacDecisions.h"
-#include "MenuBuilder.h"
-#include "RowLayout.h"
+#include "app/MacDecisions.h"
+#include "menu/MenuBuilder.h"
+#include "menu/RowLayout.h"
 
 using namespace corvane;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Defaults.h"
+#include "seams/Defaults.h"
 
 namespace corvane::mac {
 

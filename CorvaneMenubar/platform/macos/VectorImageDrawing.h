@@ -2,7 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
-#include "VectorImage.h"
+#include "menu/VectorImage.h"
 
 namespace corvane::mac {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DirectoryWatcher.h"
+#include "seams/DirectoryWatcher.h"
 
 namespace corvane::mac {
 

@@ -1,6 +1,6 @@
 // A build without a desktop shell: the entry point always runs the headless shell.
 
-#include "DesktopShell.h"
+#include "app/DesktopShell.h"
 
 namespace corvane {
 

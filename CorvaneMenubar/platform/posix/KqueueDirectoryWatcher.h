@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "DirectoryWatcher.h"
-#include "MainLoop.h"
+#include "seams/DirectoryWatcher.h"
+#include "seams/MainLoop.h"
 
 namespace corvane {
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "DirectoryWatcher.h"
-#include "MainLoop.h"
+#include "seams/DirectoryWatcher.h"
+#include "seams/MainLoop.h"
 
 namespace corvane {
 

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "BackgroundWork.h"
+#include "seams/BackgroundWork.h"
 
 namespace corvane {
 

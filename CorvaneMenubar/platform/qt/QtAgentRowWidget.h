@@ -10,7 +10,7 @@
 #include <QIcon>
 #include <optional>
 
-#include "AgentRowLogic.h"
+#include "menu/AgentRowLogic.h"
 #include "QtRowWidget.h"
 
 namespace corvane {

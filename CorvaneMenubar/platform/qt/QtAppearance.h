@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-#include "Appearance.h"
+#include "seams/Appearance.h"
 
 namespace corvane {
 

@@ -6,7 +6,7 @@
 
 #include <QTimer>
 
-#include "CliUpdateRow.h"
+#include "menu/CliUpdateRow.h"
 #include "QtRowWidget.h"
 
 namespace corvane {

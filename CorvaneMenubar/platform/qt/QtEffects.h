@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Effects.h"
+#include "seams/Effects.h"
 
 namespace corvane {
 

@@ -7,7 +7,7 @@
 #include <QStandardPaths>
 #include <map>
 
-#include "AgentRowLogic.h"
+#include "menu/AgentRowLogic.h"
 
 namespace corvane {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "MainLoop.h"
+#include "seams/MainLoop.h"
 
 class QObject;
 

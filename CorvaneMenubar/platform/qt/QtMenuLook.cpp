@@ -9,7 +9,7 @@
 #include <QWidget>
 #include <cmath>
 
-#include "IconRenderer.h"
+#include "menu/IconRenderer.h"
 #include "QtTextMeasure.h"
 #include <QFontMetricsF>
 #include <map>

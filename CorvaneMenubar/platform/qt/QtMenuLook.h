@@ -10,8 +10,8 @@
 #include <QPalette>
 
 #include "MenuModel.h"
-#include "RowLayout.h"
-#include "TextMeasure.h"
+#include "menu/RowLayout.h"
+#include "menu/TextMeasure.h"
 
 class QPainter;
 class QRectF;

@@ -17,8 +17,8 @@
 #include <QString>
 #include <memory>
 
-#include "NativeMenu.h"
-#include "StatusItem.h"
+#include "menu/NativeMenu.h"
+#include "seams/StatusItem.h"
 
 class QMenu;
 class QObject;

@@ -6,7 +6,7 @@
 #include <QTimer>
 #include <QWidgetAction>
 
-#include "MenuBuilder.h"
+#include "menu/MenuBuilder.h"
 #include "QtNativeMenuItem.h"
 #include "QtPopupMenu.h"
 

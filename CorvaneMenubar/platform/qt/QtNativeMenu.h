@@ -11,7 +11,7 @@
 #include <functional>
 #include <memory>
 
-#include "NativeMenu.h"
+#include "menu/NativeMenu.h"
 
 class QAction;
 class QMenu;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NativeMenu.h"
+#include "menu/NativeMenu.h"
 
 namespace corvane {
 

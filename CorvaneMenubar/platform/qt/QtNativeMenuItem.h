@@ -12,7 +12,7 @@
 #include <QPointer>
 #include <memory>
 
-#include "NativeMenu.h"
+#include "menu/NativeMenu.h"
 
 class QAction;
 class QWidgetAction;

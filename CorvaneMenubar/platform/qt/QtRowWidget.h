@@ -7,8 +7,8 @@
 #include <QSize>
 #include <QWidget>
 
-#include "NativeMenu.h"
-#include "RowLayout.h"
+#include "menu/NativeMenu.h"
+#include "menu/RowLayout.h"
 
 class QMenu;
 

@@ -10,8 +10,8 @@
 #include <malloc.h>
 #include <syslog.h>
 
-#include "DesktopShell.h"
-#include "HostPlatform.h"
+#include "app/DesktopShell.h"
+#include "platform/posix/HostPlatform.h"
 #include "QtAppearance.h"
 #include "QtEffects.h"
 #include "QtFallbackWindow.h"
@@ -21,9 +21,9 @@
 #include "QtTextMeasure.h"
 #include "SingleInstance.h"
 #include "XdgLoginItem.h"
-#include "headless/SystemDirectoryWatcher.h"
-#include "headless/JsonFileDefaults.h"
-#include "headless/ThreadBackgroundWork.h"
+#include "platform/posix/SystemDirectoryWatcher.h"
+#include "platform/posix/JsonFileDefaults.h"
+#include "platform/posix/ThreadBackgroundWork.h"
 
 namespace corvane {
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "Shell.h"
+#include "app/Shell.h"
 
 namespace corvane {
 

@@ -9,9 +9,9 @@
 #include <memory>
 #include <optional>
 
-#include "Appearance.h"
-#include "StatusItem.h"
-#include "VectorImage.h"
+#include "seams/Appearance.h"
+#include "seams/StatusItem.h"
+#include "menu/VectorImage.h"
 
 class QDBusServiceWatcher;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TextMeasure.h"
+#include "menu/TextMeasure.h"
 
 namespace corvane {
 

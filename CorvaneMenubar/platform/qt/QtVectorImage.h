@@ -10,7 +10,7 @@
 
 #include <vector>
 
-#include "VectorImage.h"
+#include "menu/VectorImage.h"
 
 namespace corvane {
 

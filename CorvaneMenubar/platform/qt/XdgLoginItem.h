@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "LoginItem.h"
+#include "seams/LoginItem.h"
 
 namespace corvane {
 

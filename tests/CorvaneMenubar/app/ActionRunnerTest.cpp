@@ -1,4 +1,4 @@
-#include "ActionRunner.h"
+#include "app/ActionRunner.h"
 
 #include <atomic>
 #include <chrono>
@@ -10,11 +10,11 @@
 
 #include <gtest/gtest.h>
 
-#include "CorvaneMenubar/TempFolder.h"
+#include "support/TempFolder.h"
 #include "fakes/FakeBackgroundWork.h"
 #include "fakes/FakeEffects.h"
 #include "fakes/FakeMainLoop.h"
-#include "headless/ThreadBackgroundWork.h"
+#include "platform/posix/ThreadBackgroundWork.h"
 
 namespace corvane {
 namespace {

@@ -1,4 +1,4 @@
-#include "AppDelegate.h"
+#include "app/AppDelegate.h"
 
 #include <atomic>
 #include <deque>
@@ -12,7 +12,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "CorvaneMenubar/TempFolder.h"
+#include "support/TempFolder.h"
 #include "MenuTime.h"
 #include "fakes/FakeAppearance.h"
 #include "fakes/FakeBackgroundWork.h"
@@ -21,8 +21,8 @@
 #include "fakes/FakeEffects.h"
 #include "fakes/FakeLoginItem.h"
 #include "fakes/FakeMainLoop.h"
-#include "headless/MemoryMenu.h"
-#include "headless/MenuTreeJson.h"
+#include "menu/MemoryMenu.h"
+#include "menu/MenuTreeJson.h"
 
 namespace corvane {
 namespace {

@@ -1,4 +1,4 @@
-#include "DebouncedWatcher.h"
+#include "app/DebouncedWatcher.h"
 
 #include <gtest/gtest.h>
 

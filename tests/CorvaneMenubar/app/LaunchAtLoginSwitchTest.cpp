@@ -1,4 +1,4 @@
-#include "LaunchAtLoginSwitch.h"
+#include "app/LaunchAtLoginSwitch.h"
 
 #include <gtest/gtest.h>
 

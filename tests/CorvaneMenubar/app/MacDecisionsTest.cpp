@@ -4,9 +4,9 @@
 #include <regex>
 #include <sstream>
 
-#include "ActionRunner.h"
-#include "MacDecisions.h"
-#include "MenuRows.h"
+#include "app/ActionRunner.h"
+#include "app/MacDecisions.h"
+#include "support/MenuRows.h"
 #include "TerminalScript.h"
 
 namespace corvane {
@@ -74,7 +74,7 @@ TEST(MacDecisions, MenuInput) {
 // The bundle's Info.plist template must hold exactly the decided entries: a key added to one and
 // not the other, or a changed value, fails here rather than on a Mac.
 TEST(MacDecisions, InfoPlistTemplateHoldsTheDecidedEntries) {
-    std::ifstream file(std::string(CORVANE_TEST_DATA_DIR) + "/../../CorvaneMenubar/macos/Info.plist.in");
+    std::ifstream file(std::string(CORVANE_TEST_DATA_DIR) + "/../../CorvaneMenubar/platform/macos/Info.plist.in");
     ASSERT_TRUE(file) << "Info.plist.in not found";
     std::stringstream text;
     text << file.rdbuf();

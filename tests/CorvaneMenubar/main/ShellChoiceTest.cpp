@@ -1,4 +1,4 @@
-#include "ShellChoice.h"
+#include "main/ShellChoice.h"
 
 #include <gtest/gtest.h>
 

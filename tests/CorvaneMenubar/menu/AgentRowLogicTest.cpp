@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
-#include "AgentRowLogic.h"
-#include "MenuRows.h"
+#include "menu/AgentRowLogic.h"
+#include "support/MenuRows.h"
 
 namespace corvane {
 namespace {

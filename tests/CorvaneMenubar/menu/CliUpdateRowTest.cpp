@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "CliUpdateRow.h"
-#include "MenuBuilder.h"
-#include "MenuRows.h"
-#include "headless/MemoryMenu.h"
+#include "menu/CliUpdateRow.h"
+#include "menu/MenuBuilder.h"
+#include "support/MenuRows.h"
+#include "menu/MemoryMenu.h"
 
 namespace corvane {
 namespace {

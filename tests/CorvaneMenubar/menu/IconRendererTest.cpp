@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "IconRenderer.h"
+#include "menu/IconRenderer.h"
 
 namespace corvane {
 namespace {

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "MenuBuilder.h"
-#include "MenuRows.h"
-#include "MenuText.h"
-#include "headless/MemoryMenu.h"
+#include "menu/MenuBuilder.h"
+#include "support/MenuRows.h"
+#include "menu/MenuText.h"
+#include "menu/MemoryMenu.h"
 
 namespace corvane {
 namespace {

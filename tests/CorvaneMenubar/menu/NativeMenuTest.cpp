@@ -3,10 +3,10 @@
 #include <map>
 #include <tuple>
 
-#include "NativeMenu.h"
-#include "TextMeasure.h"
-#include "headless/MemoryMenu.h"
-#include "headless/MenuTreeJson.h"
+#include "menu/NativeMenu.h"
+#include "menu/TextMeasure.h"
+#include "menu/MemoryMenu.h"
+#include "menu/MenuTreeJson.h"
 
 namespace corvane {
 namespace {

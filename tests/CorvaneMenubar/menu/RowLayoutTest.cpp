@@ -2,8 +2,8 @@
 
 #include <sstream>
 
-#include "MenuRows.h"
-#include "RowLayout.h"
+#include "support/MenuRows.h"
+#include "menu/RowLayout.h"
 
 namespace corvane {
 namespace {

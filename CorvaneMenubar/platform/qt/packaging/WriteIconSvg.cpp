@@ -4,7 +4,7 @@
 #include <fstream>
 #include <iostream>
 
-#include "IconRenderer.h"
+#include "menu/IconRenderer.h"
 
 int main(int argc, char** argv) {
     if (argc != 2) {

@@ -1,4 +1,4 @@
-#include "headless/HeadlessMainLoop.h"
+#include "platform/headless/HeadlessMainLoop.h"
 
 #include <gtest/gtest.h>
 

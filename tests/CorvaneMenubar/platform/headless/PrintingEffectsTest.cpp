@@ -1,4 +1,4 @@
-#include "headless/PrintingEffects.h"
+#include "platform/headless/PrintingEffects.h"
 
 #include <gtest/gtest.h>
 

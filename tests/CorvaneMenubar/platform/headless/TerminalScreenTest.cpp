@@ -1,4 +1,4 @@
-#include "headless/TerminalScreen.h"
+#include "platform/headless/TerminalScreen.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "headless/JsonFileDefaults.h"
+#include "platform/posix/JsonFileDefaults.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "TempFolder.h"
+#include "support/TempFolder.h"
 
 namespace corvane {
 namespace {

@@ -1,4 +1,4 @@
-#include "headless/SystemDirectoryWatcher.h"
+#include "platform/posix/SystemDirectoryWatcher.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <fstream>
 #include <thread>
 
-#include "TempFolder.h"
+#include "support/TempFolder.h"
 #include "fakes/FakeMainLoop.h"
 
 namespace corvane {

@@ -1,4 +1,4 @@
-#include "headless/ThreadBackgroundWork.h"
+#include "platform/posix/ThreadBackgroundWork.h"
 
 #include <gtest/gtest.h>
 

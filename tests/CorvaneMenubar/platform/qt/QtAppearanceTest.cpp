@@ -1,4 +1,4 @@
-#include "QtAppearance.h"
+#include "platform/qt/QtAppearance.h"
 
 #include <QGuiApplication>
 #include <QPalette>

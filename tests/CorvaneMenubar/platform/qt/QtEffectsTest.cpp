@@ -1,4 +1,4 @@
-#include "QtEffects.h"
+#include "platform/qt/QtEffects.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "QtMainLoop.h"
+#include "platform/qt/QtMainLoop.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

@@ -9,17 +9,17 @@
 #include <QWidgetAction>
 #include <gtest/gtest.h>
 
-#include "CorvaneMenubar/MenuRows.h"
-#include "MenuBuilder.h"
-#include "headless/MemoryMenu.h"
-#include "qt/QtAgentRowWidget.h"
-#include "qt/QtNativeMenu.h"
-#include "qt/QtNativeMenuFactory.h"
-#include "qt/QtNativeMenuItem.h"
-#include "qt/QtMenuPresenter.h"
-#include "qt/QtPopupMenu.h"
-#include "qt/QtRowWidget.h"
-#include "qt/QtTextMeasure.h"
+#include "support/MenuRows.h"
+#include "menu/MenuBuilder.h"
+#include "menu/MemoryMenu.h"
+#include "platform/qt/QtAgentRowWidget.h"
+#include "platform/qt/QtNativeMenu.h"
+#include "platform/qt/QtNativeMenuFactory.h"
+#include "platform/qt/QtNativeMenuItem.h"
+#include "platform/qt/QtMenuPresenter.h"
+#include "platform/qt/QtPopupMenu.h"
+#include "platform/qt/QtRowWidget.h"
+#include "platform/qt/QtTextMeasure.h"
 
 namespace corvane::qttest {
 

@@ -1,6 +1,6 @@
 #include "QtMenuFixture.h"
 
-#include "qt/QtCliUpdateWidget.h"
+#include "platform/qt/QtCliUpdateWidget.h"
 
 namespace corvane::qttest {
 namespace {

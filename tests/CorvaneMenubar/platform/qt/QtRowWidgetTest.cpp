@@ -6,7 +6,7 @@
 #include <QStyleFactory>
 
 #include "MenuDecode.h"
-#include "qt/QtMenuLook.h"
+#include "platform/qt/QtMenuLook.h"
 
 namespace corvane::qttest {
 namespace {

@@ -1,4 +1,4 @@
-#include "QtStatusItem.h"
+#include "platform/qt/QtStatusItem.h"
 
 #include <QApplication>
 #include <QListWidget>
@@ -8,9 +8,9 @@
 
 #include <gtest/gtest.h>
 
-#include "IconRenderer.h"
-#include "QtAppearance.h"
-#include "QtFallbackWindow.h"
+#include "menu/IconRenderer.h"
+#include "platform/qt/QtAppearance.h"
+#include "platform/qt/QtFallbackWindow.h"
 #include "QtMenuFixture.h"
 
 namespace corvane {

@@ -1,8 +1,8 @@
-#include "QtVectorImage.h"
+#include "platform/qt/QtVectorImage.h"
 
 #include <gtest/gtest.h>
 
-#include "IconRenderer.h"
+#include "menu/IconRenderer.h"
 
 namespace corvane {
 namespace {

@@ -1,11 +1,11 @@
-#include "SingleInstance.h"
+#include "platform/qt/SingleInstance.h"
 
 #include <QFile>
 #include <QTest>
 
 #include <gtest/gtest.h>
 
-#include "CorvaneMenubar/TempFolder.h"
+#include "support/TempFolder.h"
 
 namespace corvane {
 namespace {

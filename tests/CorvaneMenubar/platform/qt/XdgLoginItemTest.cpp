@@ -1,4 +1,4 @@
-#include "XdgLoginItem.h"
+#include "platform/qt/XdgLoginItem.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <iterator>
 #include <unistd.h>
 
-#include "CorvaneMenubar/TempFolder.h"
+#include "support/TempFolder.h"
 
 namespace corvane {
 namespace {
