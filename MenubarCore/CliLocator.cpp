@@ -15,6 +15,7 @@
 #include <nlohmann/json.hpp>
 
 #include "BoundedFile.h"
+#include "FileFacts.h"
 
 namespace corvane::CliLocator {
 namespace {
@@ -222,12 +223,6 @@ std::string homeDirectory() {
     return home;
 }
 
-bool isExecutableRegularFile(const std::string& path) {
-    struct stat info {};
-    if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return false;
-    return ::access(path.c_str(), X_OK) == 0;
-}
-
 std::vector<std::string> directoryEntries(const std::string& path) {
     std::vector<std::string> names;
     DIR* directory = ::opendir(path.c_str());
@@ -250,7 +245,7 @@ Environment realLocatorEnvironment() {
     Environment environment;
     environment.home = homeDirectory();
     environment.readFile = [](const std::string& path) { return readBoundedFile(path, locatorRecordLimit); };
-    environment.isExecutableFile = isExecutableRegularFile;
+    environment.isExecutableFile = isExecutableFile;
     environment.listDirectory = directoryEntries;
     if (const char* value = std::getenv("CORVANE_CLI_PATH")) environment.explicitPath = std::string(value);
     return environment;

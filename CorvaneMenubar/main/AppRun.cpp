@@ -145,7 +145,7 @@ int runApp(Shell& shell, const RunOptions& options) {
     // a bounded time to do so. A job that still runs then is left behind: everything that matters
     // is already written.
     const auto& runState = runner->state();
-    const bool busy = app->pollInFlight() || (runState && runState->isRunning());
+    const bool busy = app->pollCycle().pollInFlight() || (runState && runState->isRunning());
     if (busy && !seams.background.waitUntilIdle(ActionRunner::stopWaitLimit)) {
         std::fflush(nullptr);
         demo.stop();

@@ -13,7 +13,7 @@
 
 #include <fcntl.h>
 
-#include "app/AppDelegate.h"
+#include "FileFacts.h"
 #include "platform/posix/HostPlatform.h"
 #include "Variant.h"
 

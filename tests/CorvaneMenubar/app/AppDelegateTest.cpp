@@ -130,16 +130,16 @@ TEST(AppDelegate, LaunchRunsTheFirstPollOffTheMainThreadAndQueuesTriggersMeanwhi
     h.app->applicationDidFinishLaunching();
     EXPECT_TRUE(std::holds_alternative<appstate::Checking>(*h.app->renderedState()));
     EXPECT_EQ(h.work.priorities(), std::vector<WorkPriority>{WorkPriority::utility});
-    h.app->refresh(PollTrigger::timer);
-    h.app->refresh(PollTrigger::directoryChange);
-    EXPECT_EQ(h.app->queuedPollTrigger(), PollTrigger::timer);
+    h.app->pollCycle().refresh(PollTrigger::timer);
+    h.app->pollCycle().refresh(PollTrigger::directoryChange);
+    EXPECT_EQ(h.app->pollCycle().queuedPollTrigger(), PollTrigger::timer);
     h.finishPoll();
     ASSERT_EQ(h.runs.size(), 1u);
     EXPECT_EQ(h.runs[0].arguments, std::vector<std::string>{"menu"});
     EXPECT_EQ(h.runs[0].refreshId.size(), 36u);
-    EXPECT_FALSE(h.app->queuedPollTrigger());
-    EXPECT_TRUE(h.app->pollInFlight());
-    EXPECT_EQ(h.app->pollTrigger(), PollTrigger::timer);
+    EXPECT_FALSE(h.app->pollCycle().queuedPollTrigger());
+    EXPECT_TRUE(h.app->pollCycle().pollInFlight());
+    EXPECT_EQ(h.app->pollCycle().pollTrigger(), PollTrigger::timer);
 }
 
 TEST(AppDelegate, EachFailureIsWordedAndCountedAndTheStreakRetriesOnce) {
@@ -177,7 +177,7 @@ TEST(AppDelegate, EachFailureIsWordedAndCountedAndTheStreakRetriesOnce) {
         h.cliInstalled = c.result.has_value();
         if (c.result) h.answers = {*c.result, *c.result, *c.result};
         h.launch();
-        EXPECT_EQ(h.app->lastFailureDetail().value_or(""), c.detail);
+        EXPECT_EQ(h.app->pollCycle().lastFailureDetail().value_or(""), c.detail);
         h.loop.advance(4.9);
         EXPECT_EQ(h.work.heldCount(), 0u);
         h.loop.advance(0.1);
@@ -187,9 +187,9 @@ TEST(AppDelegate, EachFailureIsWordedAndCountedAndTheStreakRetriesOnce) {
             EXPECT_EQ(h.menu()[0].value("toolTip", "").rfind(c.firstRow, 0), 0u) << h.menuText();
             continue;
         }
-        EXPECT_EQ(h.app->pollTrigger(), PollTrigger::retry);
+        EXPECT_EQ(h.app->pollCycle().pollTrigger(), PollTrigger::retry);
         h.finishPoll();
-        EXPECT_EQ(h.app->consecutivePollFailures(), 2);
+        EXPECT_EQ(h.app->pollCycle().consecutivePollFailures(), 2);
         auto text = h.menuText();
         EXPECT_NE(text.find(c.firstRow), std::string::npos);
         EXPECT_NE(text.find(c.detail), std::string::npos) << text;
@@ -250,7 +250,7 @@ TEST(AppDelegate, MenuOpeningsWithinFiveSecondsRunOnceUnlessTheSnapshotAsksForAn
         h.statusItem.reportMenuWillOpen();
         h.settle();
         EXPECT_EQ(h.runs.size(), 2u);
-        EXPECT_EQ(h.app->pollSnapshotSkip(), skip);
+        EXPECT_EQ(h.app->pollCycle().pollSnapshotSkip(), skip);
         h.statusItem.reportMenuDidClose();
         h.loop.advance(3);
         h.statusItem.reportMenuWillOpen();
@@ -270,9 +270,9 @@ TEST(AppDelegate, ASnapshotIsReadOffTheMainThreadDrawnWithoutAProcessAndLoggedOn
     h.writeSnapshot("boot-1", 4, "From snapshot");
     std::size_t linesBefore = h.refreshLines();
 
-    h.app->refresh(PollTrigger::timer);
+    h.app->pollCycle().refresh(PollTrigger::timer);
     EXPECT_EQ(h.menuText().find("From snapshot"), std::string::npos) << "read on the main thread";
-    h.app->refresh(PollTrigger::directoryChange);  // during the read: queued
+    h.app->pollCycle().refresh(PollTrigger::directoryChange);  // during the read: queued
     h.settle();
     EXPECT_NE(h.menuText().find("From snapshot"), std::string::npos);
     EXPECT_EQ(h.refreshLines(), linesBefore + 1);
@@ -280,8 +280,8 @@ TEST(AppDelegate, ASnapshotIsReadOffTheMainThreadDrawnWithoutAProcessAndLoggedOn
     EXPECT_EQ(h.runs.size(), 1u);
 
     setModified(h.cliPath, plusSeconds(h.loop.now(), -7200));
-    h.app->refresh(PollTrigger::timer);
-    EXPECT_EQ(h.app->pollSnapshotSkip(), SnapshotSkip::cliChanged);
+    h.app->pollCycle().refresh(PollTrigger::timer);
+    EXPECT_EQ(h.app->pollCycle().pollSnapshotSkip(), SnapshotSkip::cliChanged);
 }
 
 TEST(AppDelegate, AnOpenMenuIsRewrittenInPlaceAndAStructuralChangeWaitsForTheClose) {
@@ -301,7 +301,7 @@ TEST(AppDelegate, AnOpenMenuIsRewrittenInPlaceAndAStructuralChangeWaitsForTheClo
     EXPECT_EQ(live->items(), before);
     EXPECT_EQ(h.factory.counters().itemsRemoved, removedBefore);
 
-    h.app->pollNow(PollTrigger::timer, std::nullopt);
+    h.app->pollCycle().pollNow(PollTrigger::timer, std::nullopt);
     h.finishPoll();
     EXPECT_EQ(live->count(), before.size());
     h.statusItem.reportMenuDidClose();
@@ -362,14 +362,14 @@ TEST(AppDelegate, OnlyAPollStartedAfterTheUpdateBeganConfirmsIt) {
         return exited(0, "");
     };
     h.launch();
-    h.app->pollNow(PollTrigger::timer, std::nullopt);  // in flight when the update starts
+    h.app->pollCycle().pollNow(PollTrigger::timer, std::nullopt);  // in flight when the update starts
     CliUpdate offer{CliUpdatePhase::available, "1.5.0", "1.4.0", std::nullopt, false, {"update", "--background"},
                     "/tmp/update.log"};
     h.app->perform(cliUpdateAction(offer));
     ASSERT_TRUE(h.app->updatePresentation().isInstalling());
     h.finishPoll();
     EXPECT_TRUE(h.app->updatePresentation().isInstalling()) << "an answer from before the update moved it";
-    h.app->pollNow(PollTrigger::timer, std::nullopt);
+    h.app->pollCycle().pollNow(PollTrigger::timer, std::nullopt);
     h.work.runAll();
     h.loop.runPending();
     ASSERT_TRUE(h.app->updatePresentation().update);
@@ -385,7 +385,7 @@ TEST(AppDelegate, TerminationStopsTimersWatchersTheRunningPollAndRemovesTheStatu
     EXPECT_EQ(h.watcher.watchedPaths(), std::vector<std::string>{h.temp.path()});
     // A poll whose process hangs is stopped, and waited for, before termination returns.
     h.hang = true;
-    h.app->pollNow(PollTrigger::timer, std::nullopt);
+    h.app->pollCycle().pollNow(PollTrigger::timer, std::nullopt);
     std::thread hop([&] { h.work.runNext(); });
     while (!h.hanging) std::this_thread::yield();
     h.app->applicationWillTerminate();
@@ -406,15 +406,15 @@ TEST(AppDelegate, TheRefreshTimerIntervalIsHeldWithinBounds) {
         asking["refreshSeconds"] = asked;
         h.answers = {answered(asking)};
         h.launch();
-        ASSERT_TRUE(h.app->lastPayload());
-        EXPECT_EQ(h.app->lastPayload()->refreshSeconds, asked);
+        ASSERT_TRUE(h.app->pollCycle().lastPayload());
+        EXPECT_EQ(h.app->pollCycle().lastPayload()->refreshSeconds, asked);
         h.loop.advance(used / 2);
-        h.app->scheduleRefresh(asked);
+        h.app->pollCycle().scheduleRefresh(asked);
         h.loop.advance(used / 2 - 0.25);
         EXPECT_EQ(h.work.heldCount(), 0u);
         h.loop.advance(0.5);
         EXPECT_EQ(h.work.heldCount(), 1u);
-        EXPECT_EQ(h.app->pollTrigger(), PollTrigger::timer);
+        EXPECT_EQ(h.app->pollCycle().pollTrigger(), PollTrigger::timer);
     }
 }
 
