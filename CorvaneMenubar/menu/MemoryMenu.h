@@ -11,7 +11,6 @@
 #include <string>
 
 #include "NativeMenu.h"
-#include "seams/StatusItem.h"
 #include "VectorImage.h"
 
 namespace corvane {
@@ -45,27 +44,6 @@ public:
 private:
     std::shared_ptr<MemoryMenuCounters> counters_;
     std::shared_ptr<std::function<void()>> close_ = std::make_shared<std::function<void()>>();
-};
-
-// The headless status item: remembers what it was given.
-class MemoryStatusItem final : public StatusItem {
-public:
-    void setImage(const VectorImage& image) override { image_ = image; }
-    bool hasImage() const override { return image_.has_value(); }
-    void setToolTip(const std::string& toolTip) override { toolTip_ = toolTip; }
-    void setMenu(std::shared_ptr<NativeMenu> menu) override { menu_ = std::move(menu); }
-    std::shared_ptr<NativeMenu> menu() const override { return menu_; }
-    void remove() override { removed_ = true; }
-
-    const std::optional<VectorImage>& image() const { return image_; }
-    const std::string& toolTip() const { return toolTip_; }
-    bool removed() const { return removed_; }
-
-private:
-    std::optional<VectorImage> image_;
-    std::string toolTip_;
-    std::shared_ptr<NativeMenu> menu_;
-    bool removed_ = false;
 };
 
 }  // namespace corvane

@@ -21,6 +21,7 @@
 #include "menu/MenuBuilder.h"
 #include "MenuDecode.h"
 #include "menu/MemoryMenu.h"
+#include "platform/headless/MemoryStatusItem.h"
 #include "platform/qt/QtMenuPresenter.h"
 #include "platform/qt/QtNativeMenu.h"
 #include "platform/qt/QtNativeMenuFactory.h"

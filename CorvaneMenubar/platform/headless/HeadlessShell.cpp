@@ -21,6 +21,7 @@
 #include "platform/posix/JsonFileDefaults.h"
 #include "LineSink.h"
 #include "menu/MemoryMenu.h"
+#include "MemoryStatusItem.h"
 #include "menu/MenuTreeJson.h"
 #include "PrintingEffects.h"
 #include "platform/posix/SystemDirectoryWatcher.h"

@@ -22,6 +22,7 @@
 #include "fakes/FakeLoginItem.h"
 #include "fakes/FakeMainLoop.h"
 #include "menu/MemoryMenu.h"
+#include "platform/headless/MemoryStatusItem.h"
 #include "menu/MenuTreeJson.h"
 
 namespace corvane {

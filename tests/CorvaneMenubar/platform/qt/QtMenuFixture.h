@@ -12,6 +12,7 @@
 #include "support/MenuRows.h"
 #include "menu/MenuBuilder.h"
 #include "menu/MemoryMenu.h"
+#include "platform/headless/MemoryStatusItem.h"
 #include "platform/qt/QtAgentRowWidget.h"
 #include "platform/qt/QtNativeMenu.h"
 #include "platform/qt/QtNativeMenuFactory.h"
