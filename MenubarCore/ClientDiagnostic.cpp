@@ -95,30 +95,100 @@ std::string ClientDiagnostic::summary() const {
 
 namespace {
 
-// Whether the objects and arrays of the JSON text `text` nest deeper than `limit`; brackets
-// inside strings do not count. One pass, no allocation.
-bool nestsDeeperThan(std::string_view text, int limit) {
-    int depth = 0;
-    bool inString = false;
-    bool escaped = false;
-    for (char c : text) {
-        if (inString) {
-            if (escaped)
-                escaped = false;
-            else if (c == '\\')
-                escaped = true;
-            else if (c == '"')
-                inString = false;
-        } else if (c == '"') {
-            inString = true;
-        } else if (c == '{' || c == '[') {
-            if (++depth > limit) return true;
-        } else if (c == '}' || c == ']') {
-            --depth;
+// Reads a marker's envelope as the JSON parser walks it, keeping only what the app uses:
+// "version" and the three words of "failure". Extra keys (a long cause, a stack, nested details)
+// are walked past and never stored, so a valid envelope is read whatever else it carries; the
+// line itself is bounded by the stderr tail the runner keeps. The walk keeps no recursion, so
+// deep nesting costs only its length. A key given twice counts with its last value.
+class MarkerEnvelope final : public nlohmann::json_sax<nlohmann::json> {
+public:
+    // Longer words than this cannot pass the checks that follow (a code is at most 32 characters).
+    static constexpr std::size_t longestWord = 64;
+
+    bool null() override { return value(nullptr); }
+    bool boolean(bool) override { return value(nullptr); }
+    bool number_integer(number_integer_t number) override { return value(nullptr, number == 1); }
+    bool number_unsigned(number_unsigned_t number) override { return value(nullptr, number == 1); }
+    bool number_float(number_float_t, const string_t&) override { return value(nullptr); }
+    bool string(string_t& text) override { return value(&text); }
+    bool binary(binary_t&) override { return value(nullptr); }
+    bool start_object(std::size_t) override {
+        if (depth_ == 0) rootIsObject_ = true;
+        const bool opensFailure = slot_ == Slot::failure;
+        value(nullptr);
+        if (opensFailure) {
+            failureIsObject_ = true;
+            inFailure_ = true;
+            outcome_ = domain_ = code_ = std::nullopt;
         }
+        ++depth_;
+        return true;
     }
-    return false;
-}
+    bool end_object() override {
+        if (--depth_ == 1) inFailure_ = false;
+        return true;
+    }
+    bool start_array(std::size_t) override {
+        value(nullptr);
+        ++depth_;
+        return true;
+    }
+    bool end_array() override {
+        --depth_;
+        return true;
+    }
+    bool key(string_t& name) override {
+        slot_ = Slot::none;
+        if (depth_ == 1) {
+            if (name == "version") slot_ = Slot::version;
+            if (name == "failure") slot_ = Slot::failure;
+        } else if (depth_ == 2 && inFailure_) {
+            if (name == "outcome") slot_ = Slot::outcome;
+            if (name == "domain") slot_ = Slot::domain;
+            if (name == "code") slot_ = Slot::code;
+        }
+        return true;
+    }
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
+
+    // The envelope's outcome, domain and code when it is an object with version 1 and a failure
+    // object holding the three as words; the words are checked by the caller.
+    std::optional<std::array<std::string, 3>> words() const {
+        if (!rootIsObject_ || !versionIsOne_ || !failureIsObject_ || !outcome_ || !domain_ || !code_)
+            return std::nullopt;
+        return std::array<std::string, 3>{*outcome_, *domain_, *code_};
+    }
+
+private:
+    enum class Slot { none, version, failure, outcome, domain, code };
+
+    // A value at the current depth: it fills the field its key named (`text` for a string,
+    // `isOne` for an integer equal to 1) and nothing else.
+    bool value(string_t* text, bool isOne = false) {
+        const Slot slot = std::exchange(slot_, Slot::none);
+        auto word = [&]() -> std::optional<std::string> {
+            if (!text || text->size() > longestWord) return std::nullopt;
+            return std::move(*text);
+        };
+        switch (slot) {
+            case Slot::version: versionIsOne_ = isOne; break;
+            case Slot::failure: failureIsObject_ = false; break;  // start_object sets it again
+            case Slot::outcome: outcome_ = word(); break;
+            case Slot::domain: domain_ = word(); break;
+            case Slot::code: code_ = word(); break;
+            case Slot::none: break;
+        }
+        return true;
+    }
+
+    int depth_ = 0;
+    Slot slot_ = Slot::none;
+    bool rootIsObject_ = false;
+    bool versionIsOne_ = false;
+    bool failureIsObject_ = false;
+    bool inFailure_ = false;
+    std::optional<std::string> outcome_, domain_, code_;
+};
 
 }  // namespace
 
@@ -126,33 +196,20 @@ std::optional<ClientDiagnostic> cliFailureDiagnostic(DiagnosticOperation operati
                                                      const std::optional<std::string>& stderrText) {
     if (!stderrText) return std::nullopt;
     std::string_view rest(*stderrText);
-    std::size_t markersSeen = 0;
-    // Walk the lines from the last to the first; the last valid marker wins.
-    while (!rest.empty() && markersSeen < maxCliMarkerLines) {
+    // Walk the lines from the last to the first; the last valid marker wins. Every line is
+    // looked at once, so the cost follows the length of stderr (whose tail the runner bounds).
+    while (!rest.empty()) {
         std::size_t cut = rest.rfind('\n');
         std::string_view line = cut == std::string_view::npos ? rest : rest.substr(cut + 1);
         rest = cut == std::string_view::npos ? std::string_view{} : rest.substr(0, cut);
         if (line.substr(0, cliDiagnosticMarker.size()) != cliDiagnosticMarker) continue;
-        ++markersSeen;
         const std::string_view body = line.substr(cliDiagnosticMarker.size());
-        if (body.size() > maxCliMarkerBytes || nestsDeeperThan(body, maxCliMarkerDepth)) continue;
 
-        nlohmann::json envelope = nlohmann::json::parse(body, nullptr, false);
-        if (!envelope.is_object()) continue;
-        auto version = envelope.find("version");
-        auto failure = envelope.find("failure");
-        if (version == envelope.end() || !version->is_number_integer() || *version != 1) continue;
-        if (failure == envelope.end() || !failure->is_object()) continue;
-        auto outcomeIt = failure->find("outcome");
-        auto domainIt = failure->find("domain");
-        auto codeIt = failure->find("code");
-        if (outcomeIt == failure->end() || !outcomeIt->is_string()) continue;
-        if (domainIt == failure->end() || !domainIt->is_string()) continue;
-        if (codeIt == failure->end() || !codeIt->is_string()) continue;
-
-        const auto& outcomeWord = outcomeIt->get_ref<const std::string&>();
-        const auto& domain = domainIt->get_ref<const std::string&>();
-        const auto& code = codeIt->get_ref<const std::string&>();
+        MarkerEnvelope envelope;
+        if (!nlohmann::json::sax_parse(body.begin(), body.end(), &envelope)) continue;
+        const auto words = envelope.words();
+        if (!words) continue;
+        const auto& [outcomeWord, domain, code] = *words;
         auto outcome = diagnosticOutcomeFromWord(outcomeWord);
         if (!outcome || !(*outcome == DiagnosticOutcome::missing || *outcome == DiagnosticOutcome::denied ||
                           *outcome == DiagnosticOutcome::failed))

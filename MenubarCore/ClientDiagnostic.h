@@ -75,19 +75,13 @@ struct ClientDiagnostic {
 };
 
 // The CLI's structured failure on stderr: the last valid "CORVANE_DIAGNOSTIC {json}" line wins;
-// invalid marker lines and everything else on stderr are ignored. Whatever stderr holds, the
-// cost stays bounded: only the last `maxCliMarkerLines` marker lines are looked at, and a
-// marker longer than `maxCliMarkerBytes` or nested deeper than `maxCliMarkerDepth` is skipped
-// before it reaches the JSON parser.
+// invalid marker lines and everything else on stderr are ignored. Only the envelope's version and
+// the failure's outcome, domain and code are kept; any other keys, however long or deep, are read
+// past, so the cost follows the length of `stderrText`.
 std::optional<ClientDiagnostic> cliFailureDiagnostic(DiagnosticOperation operation,
                                                      const std::optional<std::string>& stderrText);
 
 inline constexpr std::string_view cliDiagnosticMarker = "CORVANE_DIAGNOSTIC ";
-// A real marker is one short line ({"version":1,"failure":{three words}}, depth 2); these leave
-// ample room for that and none for abuse.
-inline constexpr std::size_t maxCliMarkerLines = 16;
-inline constexpr std::size_t maxCliMarkerBytes = 4096;
-inline constexpr int maxCliMarkerDepth = 4;
 
 // JSON form: keys are the field names; optional strings only when present. Decoding requires
 // operation and outcome as known wire words; anything malformed gives nothing.

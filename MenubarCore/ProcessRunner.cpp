@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 #include <utility>
@@ -14,6 +15,7 @@
 #include <sys/select.h>
 #include <spawn.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -383,6 +385,80 @@ struct OutputPipe {
     }
 };
 
+// Standard error of a run whose output is discarded: an unlinked file of ours, which a child
+// can write to even after the app has gone. Only the last `limit` bytes are ever read; the part
+// before them is punched out of the file as it grows (the child appends, so nothing moves), which
+// keeps the disk space bounded too where the file system can punch holes.
+class TailFile {
+public:
+    explicit TailFile(std::size_t limit) : limit_(limit) {}
+
+    // False when no file could be made; the child's stderr then goes to /dev/null.
+    bool create() {
+        const char* folder = std::getenv("TMPDIR");
+        std::string path = (folder && *folder == '/' ? std::string(folder) : std::string("/tmp")) + "/corvane-err.XXXXXX";
+        {
+            std::lock_guard guard(descriptorLock());
+            file_ = Descriptor(::mkstemp(path.data()));
+            if (!file_.valid()) return false;
+            setCloseOnExec(file_.get());
+        }
+        ::unlink(path.c_str());
+        const int flags = ::fcntl(file_.get(), F_GETFL);
+        if (flags < 0 || ::fcntl(file_.get(), F_SETFL, flags | O_APPEND) != 0) file_.reset();
+        file_ = aboveStandardStreams(std::move(file_));
+        return file_.valid();
+    }
+    int get() const { return file_.get(); }
+
+    // Frees what lies before the last `limit` bytes, in whole 64 KiB blocks.
+    void trim() {
+        constexpr std::size_t block = 65536;
+        const std::size_t size = this->size();
+        if (size < 2 * limit_) return;
+        const std::size_t end = (size - limit_) / block * block;
+        if (end <= punched_) return;
+#if defined(__linux__)
+        ::fallocate(file_.get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, static_cast<off_t>(punched_),
+                    static_cast<off_t>(end - punched_));
+#elif defined(__APPLE__)
+        fpunchhole_t hole{};
+        hole.fp_offset = static_cast<off_t>(punched_);
+        hole.fp_length = static_cast<off_t>(end - punched_);
+        ::fcntl(file_.get(), F_PUNCHHOLE, &hole);
+#endif
+        punched_ = end;
+    }
+
+    // The last `limit` bytes written, from a line start when they hold one.
+    std::string take() const {
+        const std::size_t total = size();
+        const std::size_t count = std::min(total, limit_);
+        std::string bytes(count, '\0');
+        std::size_t got = 0;
+        while (got < count) {
+            const ssize_t n = ::pread(file_.get(), bytes.data() + got, count - got, static_cast<off_t>(total - count + got));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) break;
+            got += static_cast<std::size_t>(n);
+        }
+        bytes.resize(got);
+        if (count < total)
+            if (auto newline = bytes.find('\n'); newline != std::string::npos) bytes.erase(0, newline + 1);
+        return bytes;
+    }
+
+private:
+    std::size_t size() const {
+        struct stat info {};
+        return file_.valid() && ::fstat(file_.get(), &info) == 0 ? static_cast<std::size_t>(info.st_size) : 0;
+    }
+
+    std::size_t limit_;
+    Descriptor file_;
+    std::size_t punched_ = 0;
+};
+
 std::string decodedOutput(std::string bytes);
 
 // After the time limit the CLI gets this long to end on SIGTERM; a stop the app asks for (or an
@@ -391,6 +467,8 @@ constexpr auto terminateGrace = 5s;
 constexpr auto stopGrace = 200ms;
 constexpr auto killGrace = 5s;
 constexpr auto cancellationTick = 20ms;
+// How often a run with discarded output looks at the size of its stderr file.
+constexpr auto tailFileTick = 100ms;
 
 Clock::time_point deadlineAfter(double seconds) {
     if (!(seconds > 0)) return Clock::now();
@@ -473,7 +551,7 @@ private:
 ProcessRunner::Result ProcessRunner::run(const std::string& executable, const std::vector<std::string>& arguments,
                                          const std::string& searchPath, double timeoutSeconds,
                                          const std::map<std::string, std::string>& environment,
-                                         const RunCancellation* cancellation) {
+                                         const RunCancellation* cancellation, Output output) {
     constexpr auto operation = DiagnosticOperation::menuPoll;
     std::map<std::string, std::string> overrides = environment;
     overrides["PATH"] = searchPath;
@@ -481,16 +559,27 @@ ProcessRunner::Result ProcessRunner::run(const std::string& executable, const st
     const CStringArray argv = argumentArray(executable, arguments);
     const CStringArray envp = environmentArray(overrides);
 
+    const bool discard = output == Output::discard;
     OutputPipe out{OutputPipe::Keep::capped, maxStdoutBytes};
     OutputPipe err{OutputPipe::Keep::tail, maxStderrBytes};
+    TailFile errFile(maxStderrBytes);
     Descriptor outWrite;
     Descriptor errWrite;
-    if (!makePipe(out.readEnd, outWrite) || !makePipe(err.readEnd, errWrite)) return startFailure(operation, errno);
+    if (!discard && (!makePipe(out.readEnd, outWrite) || !makePipe(err.readEnd, errWrite)))
+        return startFailure(operation, errno);
 
     SpawnFileActions actions;
     actions.open(STDIN_FILENO, "/dev/null", O_RDONLY);
-    actions.dup2(outWrite.get(), STDOUT_FILENO);
-    actions.dup2(errWrite.get(), STDERR_FILENO);
+    if (!discard) {
+        actions.dup2(outWrite.get(), STDOUT_FILENO);
+        actions.dup2(errWrite.get(), STDERR_FILENO);
+    } else {
+        actions.open(STDOUT_FILENO, "/dev/null", O_WRONLY);
+        if (errFile.create())
+            actions.dup2(errFile.get(), STDERR_FILENO);
+        else
+            actions.open(STDERR_FILENO, "/dev/null", O_WRONLY);
+    }
     actions.closeFrom(3);
     // A process group of its own, so that stopping the CLI reaches everything it started.
     SpawnAttributes attributes(SpawnAttributes::Group::own);
@@ -525,8 +614,11 @@ ProcessRunner::Result ProcessRunner::run(const std::string& executable, const st
     Stop stop = Stop::none;
     const auto deadline = deadlineAfter(timeoutSeconds);
     for (;;) {
-        const auto sliceEnd = cancellation ? std::min(deadline, Clock::now() + cancellationTick) : deadline;
+        const auto sliceEnd = cancellation ? std::min(deadline, Clock::now() + cancellationTick)
+                              : discard    ? std::min(deadline, Clock::now() + tailFileTick)
+                                           : deadline;
         const bool ended = child.waitUntil(sliceEnd, collect, onReady, overflowed);
+        if (discard) errFile.trim();
         if (out.overflowed) {
             stop = Stop::outputLimit;
             break;
@@ -562,7 +654,7 @@ ProcessRunner::Result ProcessRunner::run(const std::string& executable, const st
 
     Outcome outcome;
     outcome.stdout = decodedOutput(out.take());
-    outcome.stderr = decodedOutput(err.take());
+    outcome.stderr = decodedOutput(discard ? errFile.take() : err.take());
     outcome.timedOut = stop == Stop::deadline;
     outcome.outputLimitExceeded = stop == Stop::outputLimit;
     outcome.exitCode = stop != Stop::none ? -1 : child.exitCode();

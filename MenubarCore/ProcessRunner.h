@@ -53,7 +53,7 @@ struct ProcessRunner {
         std::string stderr;  // the same, its last `maxStderrBytes` at most
         int exitCode = 0;  // the exit status, or the signal that ended the child; -1 when stopped
         bool timedOut = false;
-        // Stdout passed `maxStdoutBytes`: the run was stopped and `stdout` is empty.
+        // An answer passed `maxStdoutBytes`: the run was stopped and `stdout` is empty.
         bool outputLimitExceeded = false;
         bool operator==(const Outcome&) const = default;
     };
@@ -67,17 +67,28 @@ struct ProcessRunner {
 
     using Result = std::variant<Outcome, Failure>;
 
+    // What a run does with the child's output.
+    enum class Output {
+        // Stdout is the answer: kept up to `maxStdoutBytes`, past which the run is stopped.
+        answer,
+        // Stdout goes to /dev/null and the run ends as the command ends, however much it prints
+        // (actions, click reports). Stderr's tail goes to an unlinked file of ours rather than a
+        // pipe, so that a command the app leaves running when it quits can still write to it.
+        discard,
+    };
+
     // Runs `executable` (an absolute path) with stdin from /dev/null and stdout and stderr
     // collected separately, in a process group of its own. The child's environment is ours, with
     // `environment` replacing entries, PATH = `searchPath` and CORVANE_NATIVE_DIAGNOSTICS=1.
     // When `timeoutSeconds` runs out the group gets SIGTERM, then SIGKILL once the child has
     // ended or 5 s later; the outcome is then -1, timed out. A `cancellation` (checked every
-    // 0.02 s) or stdout passing its cap stops the group the same way after 0.2 s; the outcome is
-    // -1, not timed out. A start failure is tagged with the poll operation whoever the caller is.
+    // 0.02 s) or an answer passing its cap stops the group the same way after 0.2 s; the outcome
+    // is -1, not timed out. A start failure is tagged with the poll operation whoever the caller
+    // is.
     static Result run(const std::string& executable, const std::vector<std::string>& arguments,
                       const std::string& searchPath, double timeoutSeconds,
                       const std::map<std::string, std::string>& environment = {},
-                      const RunCancellation* cancellation = nullptr);
+                      const RunCancellation* cancellation = nullptr, Output output = Output::answer);
 };
 
 struct BackgroundProcessRunner {

@@ -112,13 +112,15 @@ ActionRunner::RunCommand ActionRunner::processRunCommand(double foregroundLimit,
             return BackgroundProcessRunner::run(where.cliPath, arguments, where.searchPath, backgroundLimit,
                                                 *cancellation);
         }
-        return ProcessRunner::run(where.cliPath, arguments, where.searchPath, foregroundLimit, {}, cancellation.get());
+        return ProcessRunner::run(where.cliPath, arguments, where.searchPath, foregroundLimit, {}, nullptr,
+                                  ProcessRunner::Output::discard);
     };
 }
 
 ActionRunner::RunClickReport ActionRunner::processClickReport(double limit) {
     return [limit](const CliLocator::Located& where, const Arguments& arguments) {
-        return ProcessRunner::run(where.cliPath, arguments, where.searchPath, limit);
+        return ProcessRunner::run(where.cliPath, arguments, where.searchPath, limit, {}, nullptr,
+                                  ProcessRunner::Output::discard);
     };
 }
 
@@ -155,7 +157,7 @@ void ActionRunner::carryOut(const MenuAction& action) {
                 if (!state_ || state_->isRunning()) return;
                 const MenuAction failed = state_->action;  // runCli replaces the state it lives in
                 if (retry) return retry(failed);
-                carryOut(failed);
+                perform(failed);
             } else if constexpr (std::is_same_v<Verb, verb::CancelRun>) {
                 if (cancellation_) cancellation_->request();
             } else if constexpr (std::is_same_v<Verb, verb::DismissRun>) {
@@ -176,11 +178,13 @@ void ActionRunner::runCli(const MenuAction& action, const Arguments& arguments, 
         setState(ActionRunState{action, ActionRunState::Failed{std::string(cliMissingMessage)}});
         return;
     }
-    cancellation_ = std::make_shared<RunCancellation>();
-    completion_ = std::make_shared<Completion>();
+    auto cancellation = std::make_shared<RunCancellation>();
+    auto completion = std::make_shared<Completion>();
+    // Only a background run can be cancelled, by the user or at termination.
+    cancellation_ = background ? cancellation : nullptr;
+    completion_ = background ? completion : nullptr;
     auto job = [weak = weak_from_this(), loop = &mainLoop_, run = runCommand ? runCommand : processRunCommand(),
-                where = *located, arguments, background, cancellation = cancellation_, completion = completion_,
-                action]() mutable {
+                where = *located, arguments, background, cancellation, completion, action]() mutable {
         RunResult result = run(where, arguments, background, cancellation);
         completion->signal();
         auto message = failureMessage(result, cancellation->requested());
@@ -241,10 +245,10 @@ void ActionRunner::reportClick(const Arguments& arguments) {
                           located ? "QUEUE_FULL" : "CLI_MISSING"));
 }
 
-void ActionRunner::stop() {
+void ActionRunner::stop(double waitSeconds) {
     clickReports_->cancelAll();
     if (cancellation_) cancellation_->request();
-    if (completion_) completion_->waitFor(stopWaitLimit);
+    if (completion_) completion_->waitFor(waitSeconds);
 }
 
 void ActionRunner::setState(std::optional<ActionRunState> next) {

@@ -62,8 +62,10 @@ public:
     static std::shared_ptr<ActionRunner> create(MainLoop& mainLoop, BackgroundWork& background, Effects& effects);
 
     // The real runners: `BackgroundProcessRunner` under `backgroundLimit` for background actions,
-    // `ProcessRunner` under `foregroundLimit` with no extra environment otherwise; both stop on
-    // the run's cancellation.
+    // stopping on the run's cancellation; `ProcessRunner` under `foregroundLimit` with no extra
+    // environment otherwise, which no cancellation reaches (a foreground command, such as a CLI
+    // update, finishes on its own even after the app has quit). Actions and click reports discard
+    // their output as it comes, however much there is.
     static RunCommand processRunCommand(double foregroundLimit = foregroundActionLimit,
                                         double backgroundLimit = backgroundActionLimit);
     static RunClickReport processClickReport(double limit = clickReportLimit);
@@ -80,8 +82,8 @@ public:
     std::function<void()> onStateChanged;
     RunCommand runCommand;
     RunClickReport runClickReport;
-    // Carries out the failed run's action when the user picks "Retry", instead of the runner,
-    // when set: the app starts a CLI update's retry the way it starts the update itself.
+    // Performs the failed run's action when the user picks "Retry", instead of the runner, when
+    // set: the app starts a CLI update's retry the way it starts the update itself.
     std::function<void(const MenuAction& failed)> retry;
     // Replaces `bringForward` for `focus` actions when set.
     std::function<bool(const std::string& tty, std::int32_t appPid)> focusSession;
@@ -92,10 +94,11 @@ public:
 
     // The running CLI action, or the last one that failed; absent otherwise.
     const std::optional<ActionRunState>& state() const { return state_; }
+    // A CLI action is running in the foreground (no cancellation reaches it).
+    bool runsInForeground() const { return state_ && state_->isRunning() && !cancellation_; }
 
     // Reports the click when the row asks for it, then carries out the verb. Main thread.
-    // `retryRun` carries out the failed run's verb again without a second click report: the
-    // user picked "Retry", not the original row.
+    // `retryRun` performs the failed run's action again, its click report included.
     void perform(const MenuAction& action);
 
     // Starts `arguments` as the CLI run of `action`, unless a run is already going on (then
@@ -114,9 +117,9 @@ public:
     // or the queue is full) is dropped and reported as a failed `menuAnalytics` diagnostic.
     void reportClick(const Arguments& arguments);
 
-    // At termination: drops queued click reports, asks the running action to stop and waits for
-    // its process to end, at most `stopWaitLimit` seconds.
-    void stop();
+    // At termination: drops queued click reports, asks a running background action to stop and
+    // waits for its process to end, at most `waitSeconds`. A foreground action is left to finish.
+    void stop(double waitSeconds = stopWaitLimit);
 
 private:
     struct Token {};
@@ -140,6 +143,7 @@ private:
     Effects& effects_;
     std::unique_ptr<SerialWorkQueue> clickReports_;
     std::optional<ActionRunState> state_;
+    // The running background action's; a foreground run has neither.
     std::shared_ptr<RunCancellation> cancellation_;
     std::shared_ptr<Completion> completion_;
 };

@@ -1,5 +1,6 @@
 #include "AppDelegate.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <iterator>
 
@@ -150,12 +151,7 @@ void AppDelegate::wireActionRunner() {
         self->render();
     };
     actionRunner_->retry = [weak](const MenuAction& failed) {
-        auto self = weak.lock();
-        if (!self) return;
-        // The user picked "Retry", not the original row: no second click report.
-        MenuAction again = failed;
-        again.reportClick.reset();
-        self->perform(again);
+        if (auto self = weak.lock()) self->perform(failed);
     };
     actionRunner_->onRunFinished = [weak] {
         if (auto self = weak.lock()) self->pollCycle_->refresh(PollTrigger::actionFinished);
@@ -165,13 +161,22 @@ void AppDelegate::wireActionRunner() {
 void AppDelegate::applicationWillTerminate() {
     if (terminated_) return;
     terminated_ = true;
-    // A poll still running is stopped with its process, so the app can end now.
-    pollCycle_->stop();
+    // What matters is written first. Then the running poll and a background action are asked to
+    // stop their processes, and both are waited for within one deadline; a foreground command is
+    // left to finish on its own.
     clientLog_.flush(seams_.loop.now());
-    actionRunner_->stop();
+    terminationDeadline_ = seams_.loop.uptime() + terminationWaitSeconds;
+    pollCycle_->stop();
+    actionRunner_->stop(terminationWaitLeft());
+    pollCycle_->waitForStop(terminationWaitLeft());
     stalenessTimer_.reset();
     appearanceObservation_.reset();
     seams_.statusItem.remove();
+}
+
+double AppDelegate::terminationWaitLeft() const {
+    if (!terminationDeadline_) return terminationWaitSeconds;
+    return std::max(0.0, *terminationDeadline_ - seams_.loop.uptime());
 }
 
 DiagnosticsInput AppDelegate::diagnosticsInput(Instant now) const {
@@ -304,14 +309,19 @@ void AppDelegate::rebuildMenu(const AppMenuState& state) {
         if (build.moreItems) build.moreItems = runState->presenting(*build.moreItems);
     }
     build.checking = std::holds_alternative<appstate::Checking>(state);
-    menuBuilder_->submit(std::move(build));
-    seams_.statusItem.setMenu(menuBuilder_->menu());
+    const bool loginEnabled = launchAtLogin_.isEnabled();
+    // A build equal to the last one (the app rows' check mark included) leaves the menu alone.
+    if (!rebuiltOnce_ || build != submittedBuild_ || loginEnabled != renderedLaunchAtLogin_) {
+        submittedBuild_ = build;
+        menuBuilder_->submit(std::move(build));
+        seams_.statusItem.setMenu(menuBuilder_->menu());
+    }
 
     rebuiltOnce_ = true;
     renderedState_ = state;
     renderedActionState_ = runState;
     renderedUpdatePresentation_ = updatePresentation_;
-    renderedLaunchAtLogin_ = launchAtLogin_.isEnabled();
+    renderedLaunchAtLogin_ = loginEnabled;
     renderedLoggingFailure_ = loggingFailure;
 }
 

@@ -50,6 +50,9 @@
 namespace corvane {
 
 inline constexpr double stalenessSeconds = 15.0;
+// At termination the app waits at most this long, in all, for the running poll and a background
+// action to stop their processes (each stops within a fraction of a second once asked).
+inline constexpr double terminationWaitSeconds = 3.0;
 // The refresh interval while a CLI update installs, so its confirmation shows quickly.
 inline constexpr double installingRefreshSeconds = 5.0;
 inline constexpr std::string_view updatePresentationKeyPrefix = "cliUpdatePresentation.";
@@ -110,7 +113,11 @@ public:
 
     // Lifecycle.
     void applicationDidFinishLaunching();
+    // Flushes the log, then stops the running poll and a background action, waiting for them
+    // until `terminationWaitSeconds` after the call; a foreground action is left running.
     void applicationWillTerminate();
+    // What is left of that wait (all of it before termination).
+    double terminationWaitLeft() const;
 
     // The poll cycle the delegate owns.
     PollCycle& pollCycle() const { return *pollCycle_; }
@@ -178,11 +185,13 @@ private:
     bool renderedLaunchAtLogin_ = false;
     std::optional<ActionRunState> renderedActionState_;
     bool rebuiltOnce_ = false;
+    MenuBuild submittedBuild_;
     CliUpdatePresentation updatePresentation_;
     CliUpdatePresentation renderedUpdatePresentation_;
     std::optional<MenuAction> updateAction_;
     bool menuIsOpen_ = false;
     bool terminated_ = false;
+    std::optional<double> terminationDeadline_;  // uptime
     // Declared last, so it goes first: nothing it calls back into is gone before it.
     std::shared_ptr<PollCycle> pollCycle_;
 };

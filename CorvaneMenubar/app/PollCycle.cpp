@@ -123,66 +123,39 @@ void PollCycle::stop() {
     if (stopped_) return;
     stopped_ = true;
     if (pollCancellation_) pollCancellation_->request();
-    if (pollProgress_) pollProgress_->waitWhileRunning(pollStopWaitSeconds);
     refreshTimer_.reset();
     retryTimer_.reset();
     watchers_.clear();
     watchedPaths_.clear();
 }
 
+void PollCycle::waitForStop(double seconds) {
+    if (pollProgress_) pollProgress_->waitWhileRunning(seconds);
+}
+
 void PollCycle::refresh(PollTrigger trigger) {
     if (stopped_) return;
-    if (snapshotReadInFlight_) {
-        if (!queuedPollTrigger_) queuedPollTrigger_ = trigger;
-        return;
-    }
     if (pollInFlight_ || !snapshotSource_) return poll(trigger, std::nullopt);
 
     auto stamp = located_ ? cliFileStamp(located_->cliPath) : std::nullopt;
     if (stamp != answeredCli_) return poll(trigger, SnapshotSkip::cliChanged);
-    readSnapshot(trigger);
-}
 
-void PollCycle::readSnapshot(PollTrigger trigger) {
-    snapshotReadInFlight_ = true;
-    auto source = *snapshotSource_;
-    double startedUptime = seams_.loop.uptime();
-    MainLoop* loop = &seams_.loop;
-    seams_.background.run(WorkPriority::utility, [weak = weak_from_this(), loop, source, trigger, startedUptime,
-                                                  isRunning = operations_.isRunning] {
-        // Off the main thread: the file may be large, and decoding it takes a while.
-        const auto& [files, identity] = source;
-        auto data = readBoundedFile(files.snapshot, snapshotSizeLimit);
-        Instant now = loop->now();
-        auto requestedAt = modifiedTime(files.refreshRequest);
-        std::optional<std::string_view> bytes;
-        if (data) bytes = *data;
-        auto read = readMenuSnapshot(bytes, identity, requestedAt, now, isRunning);
-        loop->post([weak, source, read = std::move(read), trigger, now, startedUptime] {
-            auto self = weak.lock();
-            if (!self || self->stopped_) return;
-            self->finishSnapshotRead(source, read, trigger, now, startedUptime);
-        });
-    });
-}
-
-void PollCycle::finishSnapshotRead(const std::pair<SnapshotFiles, SnapshotIdentity>& source,
-                                     const SnapshotRead& read, PollTrigger trigger, Instant now,
-                                     double startedUptime) {
-    snapshotReadInFlight_ = false;
-    if (snapshotSource_ != source) {
-        // A process answer came in meanwhile and replaced the source this read was for.
-        refresh(trigger);
-    } else if (auto snapshot = std::get_if<MenuSnapshot>(&read)) {
-        draw(*snapshot, trigger, now, startedUptime);
-    } else {
-        poll(trigger, std::get<SnapshotSkip>(read));
-    }
-    runQueuedTrigger();
+    // Read here, before a menu that is opening begins tracking, so that it shows the snapshot as
+    // it is now; the read is bounded (`snapshotSizeLimit`, and a file that is not a regular file
+    // counts as none).
+    const auto& [files, identity] = *snapshotSource_;
+    const double startedUptime = seams_.loop.uptime();
+    const auto data = readBoundedFile(files.snapshot, snapshotSizeLimit);
+    const Instant now = seams_.loop.now();
+    std::optional<std::string_view> bytes;
+    if (data) bytes = *data;
+    auto read = readMenuSnapshot(bytes, identity, modifiedTime(files.refreshRequest), now, operations_.isRunning);
+    if (auto snapshot = std::get_if<MenuSnapshot>(&read)) return draw(*snapshot, trigger, now, startedUptime);
+    poll(trigger, std::get<SnapshotSkip>(read));
 }
 
 void PollCycle::runQueuedTrigger() {
-    if (!queuedPollTrigger_ || pollInFlight_ || snapshotReadInFlight_ || stopped_) return;
+    if (!queuedPollTrigger_ || pollInFlight_ || stopped_) return;
     auto trigger = *queuedPollTrigger_;
     queuedPollTrigger_.reset();
     seams_.loop.post(weakly([trigger](PollCycle& self) { self.refresh(trigger); }));
@@ -302,7 +275,7 @@ PollCycle::PayloadOutcome PollCycle::handleDecodedPayload(MenuDecodeResult decod
     const auto& payload = std::get<MenuPayload>(decoded);
     // A poll that started before an update run began must not move the update presentation.
     if (generation == owner_.updateGeneration()) owner_.observeUpdate(payload, now);
-    takePayload(payload, pollId_);
+    takePayload(payload, pollId_, now);
     if (payload.snapshotFiles && payload.snapshotIdentity) {
         snapshotSource_ = std::make_pair(*payload.snapshotFiles, *payload.snapshotIdentity);
     } else {
@@ -315,8 +288,7 @@ PollCycle::PayloadOutcome PollCycle::handleDecodedPayload(MenuDecodeResult decod
 // update's own launcher is not running: as long as it runs, its exit decides (a failure then
 // arrives through `launcherFailed`), and a "failed" row can only be left over from an earlier
 // attempt. Any other run state (none, the launcher's finished failure, another command) lets
-void PollCycle::takePayload(const MenuPayload& payload, const std::string& recordId) {
-    Instant now = seams_.loop.now();
+void PollCycle::takePayload(const MenuPayload& payload, const std::string& recordId, Instant now) {
     clientLog_.setCliVersion(payload.cliVersion);
     if (payload.desktopDiagnostic) clientLog_.record(recordId, now, *payload.desktopDiagnostic);
     lastPayload_ = payload;
@@ -332,7 +304,7 @@ void PollCycle::draw(const MenuSnapshot& snapshot, PollTrigger trigger, Instant 
     const auto& payload = snapshot.payload;
     owner_.observeUpdate(payload, now);
     auto recordId = makeUuid();
-    takePayload(payload, recordId);
+    takePayload(payload, recordId, now);
 
     std::pair<std::string, std::int64_t> drawn{snapshot.stamp.bootId, snapshot.stamp.sequence};
     if (drawnSnapshot_ != drawn) {

@@ -4,7 +4,7 @@
 // folding the answer or the failure into the facts the menu state is built from.
 //
 // Everything here runs on the main thread. Work leaves it only through `BackgroundWork` (one hop
-// per process poll or snapshot read) and comes back through `MainLoop::post`; every closure holds
+// per process poll) and comes back through `MainLoop::post`; every closure holds
 // the cycle weakly, so work that outlives it does nothing. No clock, thread or platform object is
 // touched directly: the seams supply them, which lets the whole cycle run against fakes in
 // virtual time.
@@ -46,9 +46,6 @@ inline constexpr double menuPollTimeoutSeconds = 90.0;
 // A second menu opening within this many seconds of the last process run starts none.
 inline constexpr double menuOpenDebounceSeconds = 5.0;
 inline constexpr double pollRetrySeconds = 5.0;
-// At termination the app waits at most this long for a running poll to stop its process (the
-// runner stops it within a fraction of a second once asked), so none outlives the app.
-inline constexpr double pollStopWaitSeconds = 1.0;
 // The interval that reaches the refresh timer stays within these bounds whatever the CLI asks
 // for, so a tiny value cannot run the CLI many times a second and a huge one cannot overflow a
 // shell's timer arithmetic. The payload keeps the CLI's own number for its freshness.
@@ -145,9 +142,11 @@ public:
     // Tells the CLI that the menu is being opened, through the request file its snapshot names.
     void requestSnapshotRefresh();
     AppMenuState currentState() const;
-    // At termination: a poll still running is stopped with its process (waiting for it at most
-    // `pollStopWaitSeconds`), and no timer, watcher or late answer starts anything again.
+    // At termination: a poll still running is asked to stop its process, and no timer, watcher
+    // or late answer starts anything again. `waitForStop` then waits for that process to end, at
+    // most `seconds`.
     void stop();
+    void waitForStop(double seconds);
 
     const std::optional<MenuPayload>& lastPayload() const { return lastPayload_; }
     const std::optional<Instant>& lastSuccessAt() const { return lastSuccessAt_; }
@@ -169,14 +168,10 @@ private:
         std::optional<CliRefreshReport> report;
     };
     PayloadOutcome handleDecodedPayload(MenuDecodeResult decoded, std::int64_t generation);
-    // Reads the snapshot file on the background hop and draws it, or polls with the skip reason.
-    void readSnapshot(PollTrigger trigger);
-    void finishSnapshotRead(const std::pair<SnapshotFiles, SnapshotIdentity>& source, const SnapshotRead& read,
-                            PollTrigger trigger, Instant now, double startedUptime);
-    // Starts the queued trigger once neither a process run nor a snapshot read is under way.
+    // Starts the queued trigger once no process run is under way.
     void runQueuedTrigger();
-    // Takes a payload as the answer (a process answer or a drawn snapshot).
-    void takePayload(const MenuPayload& payload, const std::string& recordId);
+    // Takes a payload as the answer (a process answer or a drawn snapshot) read at `now`.
+    void takePayload(const MenuPayload& payload, const std::string& recordId, Instant now);
     template <class F>
     Job weakly(F function);
 
@@ -203,7 +198,6 @@ private:
     std::optional<std::pair<std::string, std::int64_t>> drawnSnapshot_;
     std::optional<SnapshotSkip> pollSnapshotSkip_;
     bool pollInFlight_ = false;
-    bool snapshotReadInFlight_ = false;
     // The running poll's cancellation, requested at termination, and the hop's progress.
     struct PollProgress;
     std::shared_ptr<RunCancellation> pollCancellation_;

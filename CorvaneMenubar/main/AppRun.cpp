@@ -141,12 +141,12 @@ int runApp(Shell& shell, const RunOptions& options) {
         terminate();
     }
 
-    // The termination asked a running poll and action to stop their processes; their jobs get
-    // a bounded time to do so. A job that still runs then is left behind: everything that matters
-    // is already written.
+    // The termination asked a running poll and a background action to stop their processes; their
+    // jobs get what is left of its deadline. A job that still runs then, or a foreground action,
+    // is left behind: everything that matters is already written.
     const auto& runState = runner->state();
     const bool busy = app->pollCycle().pollInFlight() || (runState && runState->isRunning());
-    if (busy && !seams.background.waitUntilIdle(ActionRunner::stopWaitLimit)) {
+    if (busy && (runner->runsInForeground() || !seams.background.waitUntilIdle(app->terminationWaitLeft()))) {
         std::fflush(nullptr);
         demo.stop();
         std::_Exit(status);

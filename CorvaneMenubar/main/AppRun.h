@@ -22,10 +22,11 @@ struct RunOptions {
 // delegate, whose launch runs as the main loop's first job, and `Shell::exec`.
 //
 // The app ends through the Quit row, SIGTERM or SIGINT, or the shell's own `terminate` call: the
-// delegate's termination order runs once (it asks a running poll and action to stop their
-// processes), then `Shell::quit`. Their jobs get `ActionRunner::stopWaitLimit` to finish
-// (`BackgroundWork::waitUntilIdle`); a job still running then is left behind and the process
-// leaves at once, with everything written.
+// delegate's termination order runs once (it flushes the log, then asks a running poll and a
+// background action to stop their processes), then `Shell::quit`. Their jobs get what is left of
+// the termination's one deadline (`AppDelegate::terminationWaitLeft`) to finish; a job still
+// running then, or a foreground action (left to finish on its own), is left behind and the
+// process leaves at once, with everything written.
 int runApp(Shell& shell, const RunOptions& options);
 
 }  // namespace corvane

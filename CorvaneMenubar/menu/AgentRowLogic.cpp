@@ -15,16 +15,18 @@ std::optional<std::string> agentStatusText(const AgentRow& row) {
     return std::nullopt;
 }
 
-AgentTargetDescriptions describeTargets(const AgentRow& row) {
+AgentTargetDescriptions describeTargets(const AgentRow& row, const PlatformWords& words) {
     const auto status = agentStatusText(row);
     const std::string suffix = status ? ", " + *status : std::string();
     AgentTargetDescriptions out;
     out.harnessEnabled = row.harness.has_value();
     out.harnessToolTip = row.harness ? row.harness->title + ": " + row.corvane.title
-                                     : "This session cannot be opened in its harness on this Mac. Use the "
-                                       "lightning button to open Corvane.";
+                                     : "This session cannot be opened in its harness on " +
+                                           std::string(words.thisMachine) +
+                                           ". Use the lightning button to open Corvane.";
     out.harnessAccessibilityLabel = out.harnessToolTip + suffix;
-    out.corvaneToolTip = row.harness ? "Open in Corvane (Option-Return)" : "Open in Corvane (Return)";
+    out.corvaneToolTip = row.harness ? "Open in Corvane (" + std::string(words.alternateReturn) + ")"
+                                     : std::string("Open in Corvane (Return)");
     out.corvaneAccessibilityLabel = "Open in Corvane: " + row.corvane.title;
     return out;
 }
@@ -66,6 +68,20 @@ std::optional<std::string> firstAvailable(const std::vector<std::string>& candid
     for (const auto& candidate : candidates)
         if (available && available(candidate)) return candidate;
     return std::nullopt;
+}
+
+double pulseEase(double progress) {
+    // x(t) = 3(1-t)²t·0.42 + 3(1-t)t²·0.58 + t³ rises with t: find t by bisection, then
+    // y(t) = 3(1-t)t² + t³.
+    const double x = std::clamp(progress, 0.0, 1.0);
+    double low = 0, high = 1;
+    for (int i = 0; i < 40; ++i) {
+        const double t = (low + high) / 2;
+        const double at = 3 * (1 - t) * (1 - t) * t * 0.42 + 3 * (1 - t) * t * t * 0.58 + t * t * t;
+        (at < x ? low : high) = t;
+    }
+    const double t = (low + high) / 2;
+    return 3 * (1 - t) * t * t + t * t * t;
 }
 
 bool isWorking(const AgentRow& row) { return row.status == "working"; }

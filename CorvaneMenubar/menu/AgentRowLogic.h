@@ -13,6 +13,7 @@
 
 #include "MenuModel.h"
 #include "NativeMenu.h"
+#include "PlatformWords.h"
 #include "VectorImage.h"
 
 namespace corvane {
@@ -31,7 +32,8 @@ struct AgentTargetDescriptions {
     std::string corvaneAccessibilityLabel;
     bool operator==(const AgentTargetDescriptions&) const = default;
 };
-AgentTargetDescriptions describeTargets(const AgentRow& row);
+// Worded with the desktop's `words` ("on this Mac", "Option-Return" on a Mac).
+AgentTargetDescriptions describeTargets(const AgentRow& row, const PlatformWords& words);
 
 // The target drawn highlighted: the hovered one (the harness part only when the row has a
 // harness action); with nothing hovered and the keyboard highlight on the row, the target Return
@@ -60,13 +62,17 @@ std::optional<std::string> firstAvailable(const std::vector<std::string>& candid
                                           const std::function<bool(const std::string&)>& available);
 
 // Pulse: an opacity animation of the harness icon under the key "corvane.pulse", 1.0 to 0.25
-// over 0.5 s, reversing, repeating without end, ease-in-ease-out.
+// over 0.5 s, reversing, repeating without end, ease-in-ease-out (the cubic Bézier curve
+// (0.42, 0, 0.58, 1), the curve Core Animation names so; shells that animate by hand use
+// `pulseEase`).
 struct PulseAnimation {
     static constexpr std::string_view key = "corvane.pulse";
     static constexpr double fromOpacity = 1.0;
     static constexpr double toOpacity = 0.25;
     static constexpr double durationSeconds = 0.5;
 };
+// The ease-in-ease-out curve at `progress` (0 to 1, clamped): how far the opacity has moved.
+double pulseEase(double progress);
 bool isWorking(const AgentRow& row);
 // Whether the icon pulses now: a working session, in a window, reduce motion off.
 bool shouldPulse(const AgentRow& row, bool inWindow, bool reduceMotion);

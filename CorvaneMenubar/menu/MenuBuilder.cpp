@@ -223,7 +223,7 @@ MenuBuilder::ItemPtr MenuBuilder::statusActionItem(const std::string& identity, 
         auto live = hooks.lock();
         if (!live || !live->performAction) return;
         const auto chosen = activation.part == RowPart::dismiss ? dismiss : std::optional<MenuAction>(action);
-        if (!chosen) return;
+        if (!chosen || !chosen->isEnabled) return;
         closeMenuOf(sender);
         live->performAction(*chosen);
     });
@@ -231,8 +231,8 @@ MenuBuilder::ItemPtr MenuBuilder::statusActionItem(const std::string& identity, 
     item->setAttributedTitle(statusTitle(title, lines, measure_));
     item->setToolTip(displayText(lines && !lines->empty() ? title + "\n" + *lines : title, measure_));
     item->setRole(role::StatusAction{displayText(identity, measure_), statusLineCount(lines), dismiss,
-                                     displayText(action.title, measure_)});
-    item->setEnabled(action.isEnabled);
+                                     displayText(action.title, measure_), action.isEnabled});
+    item->setEnabled(action.isEnabled || (dismiss && dismiss->isEnabled));
     return item;
 }
 
@@ -249,7 +249,7 @@ MenuBuilder::ItemPtr MenuBuilder::dismissibleItem(const std::string& identity, c
         const auto* row = contentAs<DismissibleRowContent>(sender);
         if (!live || !live->performAction || !row) return;
         const auto chosen = activation.part == RowPart::dismiss ? std::optional<MenuAction>(row->dismiss) : row->repair;
-        if (!chosen) return;
+        if (!chosen || !chosen->isEnabled) return;
         closeMenuOf(sender);
         live->performAction(*chosen);
     });
@@ -464,17 +464,18 @@ void MenuBuilder::rewriteUpdateBlock(NativeMenu& menu, const NativeMenu& from) {
 }
 
 void MenuBuilder::rewriteSessionStatuses(NativeMenu& menu, const NativeMenu& from) {
-    std::unordered_map<std::string_view, const AgentRow*> fresh;
+    std::unordered_map<std::string_view, const AgentRowContent*> fresh;
     for (const auto& item : from.items())
-        if (const auto* agent = contentAs<AgentRowContent>(*item)) fresh.emplace(agent->row.id, &agent->row);
+        if (const auto* agent = contentAs<AgentRowContent>(*item)) fresh.emplace(agent->row.id, agent);
     for (const auto& item : menu.items()) {
         const auto* agent = contentAs<AgentRowContent>(*item);
         if (!agent) continue;
         const auto match = fresh.find(agent->row.id);
         if (match == fresh.end()) continue;
         AgentRowContent shown = *agent;
-        shown.row.status = match->second->status;
-        shown.row.statusLabel = match->second->statusLabel;
+        shown.row.status = match->second->row.status;
+        shown.row.statusLabel = match->second->row.statusLabel;
+        shown.reduceMotion = match->second->reduceMotion;  // the setting as of this build
         item->setContent(std::move(shown));
     }
 }

@@ -113,8 +113,8 @@ public:
     void rewriteInPlace(NativeMenu& menu, const std::vector<ItemPtr>& items);
     // The CLI update rows of `menu` take those of `from`, matched in order; extras are left.
     void rewriteUpdateBlock(NativeMenu& menu, const NativeMenu& from);
-    // The agent rows of `menu` take the status texts of the rows of `from` for the same session
-    // (`AgentRow.id`); a session missing from `from` keeps its status.
+    // The agent rows of `menu` take the status texts (and the reduce-motion setting) of the rows
+    // of `from` for the same session (`AgentRow.id`); a session missing from `from` keeps its own.
     static void rewriteSessionStatuses(NativeMenu& menu, const NativeMenu& from);
     // Makes `menu` hold the described `items`, reusing live items that are the same row (which
     // keeps an open submenu and the highlight alive) and materialising the others, then updates.

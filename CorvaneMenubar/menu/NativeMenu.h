@@ -80,11 +80,14 @@ struct Plain {
 // A clickable status: its title is an attributed title of `lineCount` lines joined by line feeds.
 // `actionTitle` names what choosing the row does ("Copy Install Command"); the shell shows it
 // with the row (a trailing hint, see `statusActionRowLayout`) and in the plain-text fallback.
+// The row's action and its dismiss are enabled each by its own flag (a running command disables
+// the action, not the dismiss); the item is enabled while either is.
 struct StatusAction {
     std::string identity;
     int lineCount = 1;
     std::optional<MenuAction> dismiss;  // offered by the row as its dismiss part
     std::string actionTitle;
+    bool actionEnabled = true;
     bool operator==(const StatusAction&) const = default;
 };
 enum class CliUpdateRole { notice, log };
@@ -131,7 +134,7 @@ using HostedRow = std::variant<hosted::Header, hosted::SectionLabel, hosted::Sta
 // Custom row content: what the shell draws instead of a plain title.
 struct AgentRowContent {
     AgentRow row;
-    bool reduceMotion = false;  // fixed when the row is made
+    bool reduceMotion = false;  // read when the row is made and at each rewrite
     bool operator==(const AgentRowContent&) const = default;
 };
 // The CLI update row while the update cannot start: title, subtitle and a spinner, which stays

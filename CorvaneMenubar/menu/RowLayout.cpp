@@ -122,7 +122,7 @@ RowLayout dismissibleRowLayout(const DismissibleRowContent& row, double width, b
                                const TextMeasure& measure) {
     const double buttonX = width - inset - buttonSize;
     auto out = lay(linesOf(row.content), width, buttonX - gap, highlighted, measure);
-    out.dismissButton = Rect{buttonX, titleY + (titleHeight - buttonSize) / 2, buttonSize, buttonSize};
+    if (row.dismiss.isEnabled) out.dismissButton = Rect{buttonX, titleY + (titleHeight - buttonSize) / 2, buttonSize, buttonSize};
     return out;
 }
 
@@ -137,8 +137,8 @@ RowLayout statusActionRowLayout(const NativeMenuItem& item, double width, const 
             for (auto& line : lines)
                 if (!line.empty()) in.below.push_back(std::move(line));
         }
-    if (status) in.trailing = status->actionTitle;
-    const bool dismissible = status && status->dismiss;
+    if (status && status->actionEnabled) in.trailing = status->actionTitle;
+    const bool dismissible = status && status->dismiss && status->dismiss->isEnabled;
     const double buttonX = width - inset - buttonSize;
     auto out = lay(in, width, dismissible ? buttonX - gap : width - inset, item.isHighlighted(), measure);
     if (dismissible) out.dismissButton = Rect{buttonX, titleY + (titleHeight - buttonSize) / 2, buttonSize, buttonSize};

@@ -85,11 +85,13 @@ ColourRole markColour(ConnectionMark mark);
 
 // The rows hosted as static content; a status row's subtitle lines each get a slot.
 RowLayout hostedRowLayout(const HostedRow& row, double width, const TextMeasure& measure);
-// A static row with a dismiss button at its right; the content's texts end before it.
+// A static row with a dismiss button at its right (none while the dismiss is disabled); the
+// content's texts end before it.
 RowLayout dismissibleRowLayout(const DismissibleRowContent& row, double width, bool highlighted,
                                const TextMeasure& measure);
 // A clickable status: its title line, its detail lines, the action's title as a trailing hint on
-// the first line, and a dismiss button when the row offers one.
+// the first line while the action is enabled, and a dismiss button when the row offers an enabled
+// one.
 // Reads the item's attributed title, role and highlight.
 RowLayout statusActionRowLayout(const NativeMenuItem& item, double width, const TextMeasure& measure);
 // The CLI update row while the update cannot start: title, subtitle and (while installing) the

@@ -53,7 +53,8 @@ std::string envelope(const std::string& outcome, const std::string& domain, cons
            domain + R"(","code":")" + code + R"("}})";
 }
 
-// Whatever stderr holds, only the last few short, shallow markers reach the JSON parser.
+// Only the envelope's version and the failure's three words count; whatever else a marker or
+// stderr holds is read past.
 TEST(ClientDiagnosticTest, CliMarkerLines) {
     auto found = [](Out outcome, const char* domain, const char* code) {
         return ClientDiagnostic{Op::menuPoll, outcome, domain, code, nullopt, nullopt};
@@ -67,12 +68,12 @@ TEST(ClientDiagnosticTest, CliMarkerLines) {
         for (std::size_t i = 0; i < count; ++i) text += line + "\n";
         return text;
     };
-    // Padding inside the failure keeps the envelope valid while making it long.
-    const auto padded = [](std::size_t size) {
-        std::string text = R"({"version":1,"failure":{"outcome":"failed","domain":"POSIX","code":"E","pad":""}})";
-        text.insert(text.size() - 3, std::string(size - text.size(), 'x'));
-        return marker(text);
+    // A long cause inside the failure, or deep details beside it, keep the envelope valid.
+    const auto withCause = [](std::size_t size) {
+        return marker(R"({"version":1,"failure":{"outcome":"failed","domain":"POSIX","code":"E","cause":")" +
+                      std::string(size, 'x') + R"("}})");
     };
+    const std::string deep = std::string(1000, '[') + std::string(1000, ']');
     const std::vector<std::tuple<const char*, std::optional<std::string>, std::optional<ClientDiagnostic>>> rows{
         {"absent", nullopt, nullopt}, {"plain output", "Error: something broke\n", nullopt},
         {"marker among other lines", "warn\n" + valid + "\nbye\n", enoent},
@@ -89,14 +90,18 @@ TEST(ClientDiagnosticTest, CliMarkerLines) {
         {"code as number", marker(R"({"version":1,"failure":{"outcome":"failed","domain":"POSIX","code":5}})"), nullopt},
         {"extra keys ignored",
          marker(R"({"version":1,"x":[1],"failure":{"outcome":"failed","domain":"POSIX","code":"E","path":"/u"}})"), failedE},
-        {"valid marker among the last ones", valid + "\n" + repeated(damaged, maxCliMarkerLines - 1), enoent},
-        {"valid marker before the last ones", valid + "\n" + repeated(damaged, maxCliMarkerLines), nullopt},
+        {"valid marker before many damaged ones", valid + "\n" + repeated(damaged, 100), enoent},
         {"other lines do not count", valid + "\n" + repeated("noise", 100'000), enoent},
         {"brackets inside strings do not nest", marker(R"({"version":1,"failure":)"
          R"({"outcome":"failed","domain":"POSIX","code":"E","note":"\\\"[[[[[[[[{{{{{{"}})"), failedE},
         {"deeply nested lines are skipped", valid + "\n" + repeated(marker(std::string(100'000, '[')), 10), enoent},
-        {"longest marker", padded(maxCliMarkerBytes), failedE},
-        {"over-long marker", padded(maxCliMarkerBytes + 1), nullopt},
+        {"cause of 10 KiB", withCause(10 * 1024), failedE},
+        {"deep details beside the failure",
+         marker(R"({"version":1,"detail":)" + deep + R"(,"failure":{"outcome":"failed","domain":"POSIX","code":"E"}})"),
+         failedE},
+        {"failure given twice: the last counts",
+         marker(R"({"version":1,"failure":{"outcome":"failed","domain":"POSIX","code":"E"},"failure":{"code":"E"}})"),
+         nullopt},
     };
     for (const auto& [name, text, expected] : rows) EXPECT_EQ(cliFailureDiagnostic(Op::menuPoll, text), expected) << name;
 }

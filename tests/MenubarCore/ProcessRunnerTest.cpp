@@ -197,21 +197,25 @@ TEST(ProcessRunnerTest, StoppingEndsTheWholeGroup) {
     }
 }
 
-// Stdout is kept up to its cap (past it the run stops and keeps nothing); stderr keeps its last
-// part from a line start; both streams are read at once so that the child never stalls, and
-// neither does a background child writing megabytes to its terminal.
+// An answer is kept up to its cap (past it the run stops and keeps nothing); discarded output
+// drains to its end however long; stderr keeps its last part from a line start; both streams are
+// read at once so that the child never stalls, and neither does a background child writing
+// megabytes to its terminal.
 TEST(ProcessRunnerTest, OutputIsBounded) {
+    using Output = ProcessRunner::Output;
     ScriptFolder folder;
     const std::size_t cap = ProcessRunner::maxStdoutBytes;
     const std::string atCap = "head -c " + std::to_string(cap) + " /dev/zero";
     const std::string lines = "yes 0123456789abcdef | head -c " + std::to_string(3 * ProcessRunner::maxStderrBytes);
-    struct Row { const char* name; std::string body; std::size_t stdoutSize; bool exceeded; };
+    struct Row { const char* name; std::string body; Output output; std::size_t stdoutSize; bool exceeded; };
     const std::vector<Row> rows{
-        {"both streams large", lines + " >&2 & " + atCap + "; wait", cap, false},
-        {"one byte past the cap", lines + " >&2 & " + atCap + "; echo; wait", 0, true},
+        {"both streams large", lines + " >&2 & " + atCap + "; wait", Output::answer, cap, false},
+        {"one byte past the cap", lines + " >&2 & " + atCap + "; echo; wait", Output::answer, 0, true},
+        {"discarded, 20 MiB", lines + " >&2 & head -c 20971520 /dev/zero; wait", Output::discard, 0, false},
     };
     for (const auto& row : rows) {
-        auto outcome = outcomeOf(ProcessRunner::run(folder.script("large", row.body), {}, testSearchPath, 60));
+        auto outcome = outcomeOf(
+            ProcessRunner::run(folder.script("large", row.body), {}, testSearchPath, 60, {}, nullptr, row.output));
         EXPECT_EQ(outcome.stdout.size(), row.stdoutSize) << row.name;
         EXPECT_EQ(outcome.outputLimitExceeded, row.exceeded) << row.name;
         EXPECT_EQ(outcome.exitCode, row.exceeded ? -1 : 0) << row.name;

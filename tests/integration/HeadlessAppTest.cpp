@@ -48,6 +48,16 @@ protected:
         return path ? rowAt(items, *path) : nullptr;
     }
 
+    // A CLI answer holding `items`, for CORVANE_SIM_SCENARIO; rewritten, it changes the answer.
+    fs::path scenario(const Json& items) const {
+        const fs::path path = world.root / "scenario.json";
+        std::ofstream(path) << Json{{"contract", 1}, {"appEnv", "production"}, {"cliVersion", "1.4.2"},
+                                    {"icon", "running"}, {"refreshSeconds", 30}, {"watchPaths", Json::array()},
+                                    {"items", items}, {"more", Json::array()}}
+                                   .dump();
+        return path;
+    }
+
     std::vector<Json> refreshesWith(const std::string& outcome) const {
         std::vector<Json> found;
         for (const auto& line : world.refreshLines())
@@ -96,9 +106,16 @@ TEST_F(HeadlessAppTest, SnapshotAnswersWithoutAProcessRunUntilTheCliIsReplaced) 
     ASSERT_EQ(world.sim({"snapshot-write-once", "--pid", pid}).exitCode, 0);
     ASSERT_TRUE(waitFor([&] { return refreshesWith("drawn").size() == 1; })) << "a changed watch folder draws the snapshot";
 
-    // Opening the menu tells the CLI and draws the same snapshot again, without a process run.
+    // Opening the menu tells the CLI and draws the snapshot as it is then, without a process run:
+    // a row the CLI added meanwhile (unannounced) shows in the opening's own frame.
+    Json snapshot = Json::parse(readText(world.simHome / "snapshot.json"));
+    snapshot["items"].push_back({{"type", "action"}, {"title", "Added while closed"}, {"copy", "x"}});
+    std::ofstream(world.root / "snapshot.next") << snapshot.dump();
+    fs::rename(world.root / "snapshot.next", world.simHome / "snapshot.json");
     app.send("open");
-    ASSERT_TRUE(app.waitFrame([](const Json& frame) { return frame["menuOpen"] == true; }));
+    const auto opened = app.waitFrame([](const Json& frame) { return frame["menuOpen"] == true; });
+    ASSERT_TRUE(opened);
+    EXPECT_TRUE(hasRow(*opened, "Added while closed")) << opened->dump();
     ASSERT_TRUE(waitFor([&] { return fs::exists(world.simHome / "open-request"); }));
     EXPECT_EQ(readText(world.simHome / "open-request").substr(0, 2), "20");
     app.send("close");
@@ -134,7 +151,8 @@ TEST_F(HeadlessAppTest, FailuresRetryOnceThenShowTheCliAsUnresponsive) {
     ASSERT_TRUE(frame) << app.errors();
     EXPECT_GE(secondsSince(launched), 4.5);
     EXPECT_TRUE(hasRow(*frame, "It hasn't answered since this app started."));
-    EXPECT_TRUE(hasRow(*frame, "corvane menu exited 4: ")) << frame->dump();
+    // The CLI's own code, read from a marker that also carries a long cause.
+    EXPECT_TRUE(hasRow(*frame, "corvane menu exited 4: menu.poll failed Corvane SIM_FAILURE")) << frame->dump();
 
     // No second retry in the same streak.
     std::this_thread::sleep_for(std::chrono::duration<double>(std::max(0.0, 7.5 - secondsSince(launched))));
@@ -239,6 +257,28 @@ TEST_F(HeadlessAppTest, BackgroundRunBlocksCliRowsAndCanBeCancelled) {
     EXPECT_TRUE(waitFor([&] { return !processAlive(task); }));
     ASSERT_NE(row(*cancelled, "Sync sessions now"), nullptr);
     EXPECT_EQ((*row(*cancelled, "Sync sessions now"))["enabled"], true);
+}
+
+// A foreground command ends as the command ends: however much it prints, and whether or not the
+// app is still there (quitting leaves it to finish; only a background run is stopped).
+TEST_F(HeadlessAppTest, AForegroundCommandRunsToItsEnd) {
+    const Json items = Json::array({{{"type", "action"}, {"title", "Export"}, {"run", {"print", "20"}}},
+                                    {{"type", "action"}, {"title", "Nap"}, {"run", {"sleep", "3"}}}});
+    launch({"CORVANE_SIM_SCENARIO=" + scenario(items).string()});
+    ASSERT_TRUE(app.waitFrameWith("Nap")) << app.errors();
+    pick("Export", true);
+    ASSERT_TRUE(app.waitFrameWith("Running: Export"));
+    const auto exported = app.waitFrame([](const Json& f) { return !hasRow(f, "Running: Export"); }, 30);
+    ASSERT_TRUE(exported);
+    EXPECT_FALSE(hasRow(*exported, "Couldn't finish")) << exported->dump();
+
+    pick("Nap", true);
+    ASSERT_TRUE(app.waitFrameWith("Running: Nap"));
+    ASSERT_TRUE(waitFor([&] { return world.countRuns({"sleep", "3"}) == 1; }));
+    app.send("quit");
+    EXPECT_EQ(app.waitExit(10), 0) << app.errors();
+    EXPECT_FALSE(world.exitStatus({"sleep", "3"}));
+    EXPECT_TRUE(waitFor([&] { return world.exitStatus({"sleep", "3"}) == 0; }, 10)) << "the command was stopped";
 }
 
 TEST_F(HeadlessAppTest, UpdateFromTheMenuIsShownUntilTheNextMenuCloses) {

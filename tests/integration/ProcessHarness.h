@@ -252,6 +252,12 @@ public:
     }
 
     std::vector<Json> invocations() const { return jsonLines(simHome / "invocations.jsonl"); }
+    // The exit status of the first simulator run with exactly these arguments that ran to its end.
+    std::optional<int> exitStatus(const std::vector<std::string>& argv) const {
+        for (const auto& line : jsonLines(simHome / "exits.jsonl"))
+            if (line.value("argv", Json::array()) == Json(argv)) return line.value("exit", -1);
+        return std::nullopt;
+    }
     // Simulator runs whose arguments begin with `prefix`.
     int countRuns(const std::vector<std::string>& prefix) const {
         int count = 0;

@@ -47,6 +47,8 @@ struct SimPaths {
     std::string home;
     std::string stateFile() const { return home + "/state.json"; }
     std::string invocationLog() const { return home + "/invocations.jsonl"; }
+    // One line per command that ran to its end (a command ended by a signal leaves none).
+    std::string exitLog() const { return home + "/exits.jsonl"; }
     std::string clickLog() const { return home + "/clicks.jsonl"; }
     std::string openRequestLog() const { return home + "/open-requests.jsonl"; }
     std::string faultFile() const { return home + "/fault"; }

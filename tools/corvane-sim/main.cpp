@@ -30,7 +30,9 @@ Commands the app runs:
   index rebuild                     work for CORVANE_SIM_TASK_SECONDS (3), exit 0
   agents resume | notices dismiss ID | init
                                     print a line, exit 0
-  sleep SECONDS                     sleep, then exit 0 (SIGTERM ends it)
+  sleep SECONDS                     sleep, then write a line to stdout and stderr and exit 0
+                                    (SIGTERM ends it)
+  print MB                          print MB MiB of text on stdout, exit 0
   --version                         print the installed version
   --help                            print this text
 
@@ -50,6 +52,9 @@ Test controls:
 
 Faults of `menu` (the fault file wins over CORVANE_SIM_FAULT):
   hang  ignore-term  exit:N  garbage  contract2  slow:S  big:MB  bigspace:MB
+  (exit:N ends with a diagnostic marker whose cause is a 10 KiB stack)
+
+Every command that runs to its end appends {"pid", "argv", "exit"} to exits.jsonl.
 
 Environment:
   CORVANE_SIM_HOME            state folder (default ~/.corvane-sim)
@@ -63,8 +68,13 @@ Environment:
   CORVANE_SIM_TASK_SECONDS    duration of `index rebuild` (3)
 )";
 
-constexpr const char* simulatedFailure =
-    R"(CORVANE_DIAGNOSTIC {"version":1,"failure":{"outcome":"failed","domain":"Corvane","code":"SIM_FAILURE"}})";
+// The marker of a failed `menu`, with a long cause as a CLI may add for its own support.
+std::string simulatedFailure() {
+    std::string stack;
+    while (stack.size() < 10 * 1024) stack += "    at refreshMenu (file:///usr/lib/corvane/dist/menu.js:42:17)\\n";
+    return R"(CORVANE_DIAGNOSTIC {"version":1,"failure":{"outcome":"failed","domain":"Corvane","code":"SIM_FAILURE",)"
+           R"("cause":{"message":"simulated failure","stack":")" + stack + R"("}}})";
+}
 
 int usageError(const std::string& message) {
     std::fprintf(stderr, "corvane-sim: %s\n\n%s", message.c_str(), usageText);
@@ -155,7 +165,7 @@ int menuCommand(const SimPaths& paths, const std::vector<std::string>& args) {
         hangForever();
     }
     if (word == "exit") {
-        std::fprintf(stderr, "corvane: simulated failure\n%s\n", simulatedFailure);
+        std::fprintf(stderr, "corvane: simulated failure\n%s\n", simulatedFailure().c_str());
         return number ? static_cast<int>(*number) : 1;
     }
     if (word == "garbage") {
@@ -320,6 +330,8 @@ void logInvocation(const SimPaths& paths, const std::vector<std::string>& args) 
 
 }  // namespace
 
+int runCommand(const SimPaths& paths, const std::vector<std::string>& all);
+
 int main(int argc, char** argv) {
     const std::vector<std::string> all(argv + 1, argv + argc);
     if (all.empty()) return usageError("a command is required");
@@ -335,6 +347,15 @@ int main(int argc, char** argv) {
         return 1;
     }
     logInvocation(*paths, all);
+    const int status = runCommand(*paths, all);
+    // Written last: output still buffered for a closed pipe ends the process before this line.
+    std::fflush(nullptr);
+    appendLine(paths->exitLog(), Json{{"pid", static_cast<int>(::getpid())}, {"argv", all}, {"exit", status}}.dump());
+    return status;
+}
+
+int runCommand(const SimPaths& paths, const std::vector<std::string>& all) {
+    const std::string& command = all[0];
     const std::vector<std::string> args(all.begin() + 1, all.end());
     auto is = [&](std::initializer_list<const char*> words) {
         if (args.size() + 1 != words.size()) return false;
@@ -347,20 +368,20 @@ int main(int argc, char** argv) {
     };
 
     if (command == "--version" || command == "version") {
-        std::printf("%s\n", loadState(*paths).version.c_str());
+        std::printf("%s\n", loadState(paths).version.c_str());
         return 0;
     }
-    if (command == "menu") return menuCommand(*paths, args);
-    if (command == "snapshot-writer") return writerCommand(*paths, args);
-    if (command == "snapshot-write-once") return writeOnceCommand(*paths, args);
-    if (command == "update") return updateCommand(*paths, args);
-    if (command == "sim") return simCommand(*paths, args);
+    if (command == "menu") return menuCommand(paths, args);
+    if (command == "snapshot-writer") return writerCommand(paths, args);
+    if (command == "snapshot-write-once") return writeOnceCommand(paths, args);
+    if (command == "update") return updateCommand(paths, args);
+    if (command == "sim") return simCommand(paths, args);
     if (command == "report-agent-click") {
         const Json line = {{"at", isoTime(nowSeconds())}, {"args", args}};
-        return appendLine(paths->clickLog(), line.dump()) ? 0 : 1;
+        return appendLine(paths.clickLog(), line.dump()) ? 0 : 1;
     }
     if (is({"sessions", "sync"})) {
-        announceChange(*paths);
+        announceChange(paths);
         std::printf("Synced 3 sessions.\n");
         return 0;
     }
@@ -385,12 +406,12 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (is({"agents", "resume"})) {
-        announceChange(*paths);
+        announceChange(paths);
         std::printf("Resumed 1 agent.\n");
         return 0;
     }
     if (command == "notices" && args.size() == 2 && args[0] == "dismiss") {
-        announceChange(*paths);
+        announceChange(paths);
         std::printf("Dismissed %s.\n", args[1].c_str());
         return 0;
     }
@@ -403,6 +424,19 @@ int main(int argc, char** argv) {
         if (!seconds || *seconds < 0) return usageError("sleep: expected a number of seconds");
         sleepUnlessStopped(*seconds);  // SIGTERM keeps its default action and ends the process
         std::printf("Slept %s s.\n", args[0].c_str());
+        std::fprintf(stderr, "corvane-sim: slept %s s\n", args[0].c_str());
+        return 0;
+    }
+    if (command == "print" && args.size() == 1) {
+        const auto megabytes = parseNumber(args[0]);
+        if (!megabytes || *megabytes < 0) return usageError("print: expected a number of MiB");
+        const std::string line = std::string(63, 'x') + "\n";
+        for (auto left = static_cast<size_t>(*megabytes * 1024 * 1024); left > 0;) {
+            const size_t count = std::min(left, line.size());
+            if (std::fwrite(line.data(), 1, count, stdout) != count) return 1;
+            left -= count;
+        }
+        std::fflush(stdout);
         return 0;
     }
     std::string joined;

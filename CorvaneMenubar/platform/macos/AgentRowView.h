@@ -19,8 +19,8 @@
 // Not made from archives: stops the program.
 - (instancetype)initWithCoder:(NSCoder*)coder;
 // Shows another row in place: descriptions refreshed, the pulse restarted only when the working
-// state changed.
-- (void)showRow:(const corvane::AgentRow&)row;
+// state or the reduce-motion setting changed.
+- (void)showRow:(const corvane::AgentRow&)row reduceMotion:(BOOL)reduceMotion;
 // The menu's keyboard highlight entered or left the row.
 - (void)updateHighlight:(BOOL)highlighted;
 @end

@@ -85,8 +85,9 @@ NSRect nsRect(const Rect& rect) { return NSMakeRect(rect.x, rect.y, rect.width, 
     return YES;
 }
 
-- (void)showRow:(const AgentRow&)row {
-    const bool restartPulse = pulseNeedsRestart(_row, row);
+- (void)showRow:(const AgentRow&)row reduceMotion:(BOOL)reduceMotion {
+    const bool restartPulse = pulseNeedsRestart(_row, row) || reduceMotion != _reduceMotion;
+    _reduceMotion = reduceMotion;
     const bool newIcon = row.icon != _row.icon;
     _row = row;
     if (newIcon) _iconView.image = harnessIcon(_row.icon);
@@ -96,7 +97,7 @@ NSRect nsRect(const Rect& rect) { return NSMakeRect(rect.x, rect.y, rect.width, 
 }
 
 - (void)describeTargets {
-    const auto descriptions = corvane::describeTargets(_row);
+    const auto descriptions = corvane::describeTargets(_row, corvane::macWords);
     _harnessButton.enabled = descriptions.harnessEnabled ? YES : NO;
     _harnessButton.toolTip = toNS(descriptions.harnessToolTip);
     _harnessButton.accessibilityLabel = toNS(descriptions.harnessAccessibilityLabel);

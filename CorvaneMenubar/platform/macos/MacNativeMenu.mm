@@ -162,7 +162,7 @@ void MacMenuItem::applyContent() {
             using C = std::decay_t<decltype(c)>;
             if constexpr (std::is_same_v<C, AgentRowContent>) {
                 if ([current isKindOfClass:[AgentRowView class]])
-                    [static_cast<AgentRowView*>(current) showRow:c.row];
+                    [static_cast<AgentRowView*>(current) showRow:c.row reduceMotion:c.reduceMotion ? YES : NO];
                 else
                     item_.view = [[AgentRowView alloc] initWithFrame:rowFrame(*content()) content:c item:weak];
             } else if constexpr (std::is_same_v<C, CliUpdateViewContent>) {

@@ -10,6 +10,8 @@
 #include <cmath>
 #include <set>
 
+#include "platform/posix/HostPlatform.h"
+
 #include "QtHarnessIcon.h"
 #include "QtMenuLook.h"
 #include "QtNativeMenuItem.h"
@@ -51,8 +53,6 @@ QString qs(const std::string& text) { return QString::fromStdString(text); }
 
 QRectF qrect(const Rect& r) { return {r.x, r.y, r.width, r.height}; }
 
-double easeInOut(double x) { return x < 0.5 ? 2 * x * x : 1 - std::pow(-2 * x + 2, 2) / 2; }
-
 }  // namespace
 
 QtAgentRowWidget::QtAgentRowWidget(QtNativeMenuItem& item) : QtRowWidget(item) {}
@@ -71,7 +71,7 @@ void QtAgentRowWidget::sync() {
         iconWord_ = row.icon;
         icon_ = QtHarnessIcon::forWord(row.icon);
     }
-    const auto descriptions = describeTargets(row);
+    const auto descriptions = describeTargets(row, hostWords());
     setAccessibleName(QString::fromStdString(descriptions.harnessAccessibilityLabel));
     setAccessibleDescription(QString::fromStdString(descriptions.corvaneAccessibilityLabel));
     syncPulse(restart);
@@ -132,7 +132,7 @@ double QtAgentRowWidget::iconOpacity() const {
     // From full to faint over one duration, then back (reversing), without end.
     const double period = PulseAnimation::durationSeconds * 2000.0;
     const double phase = std::fmod(static_cast<double>(pulseClock_.elapsed()), period) / period * 2.0;
-    const double progress = easeInOut(phase <= 1.0 ? phase : 2.0 - phase);
+    const double progress = pulseEase(phase <= 1.0 ? phase : 2.0 - phase);
     return PulseAnimation::fromOpacity + (PulseAnimation::toOpacity - PulseAnimation::fromOpacity) * progress;
 }
 
@@ -178,7 +178,7 @@ void QtAgentRowWidget::mouseReleaseEvent(QMouseEvent* event) {
 bool QtAgentRowWidget::event(QEvent* event) {
     if (event->type() == QEvent::ToolTip) {
         const auto* help = static_cast<QHelpEvent*>(event);
-        const auto descriptions = describeTargets(shown_);
+        const auto descriptions = describeTargets(shown_, hostWords());
         const auto target = targetAt(help->pos());
         if (!target) {
             QToolTip::hideText();

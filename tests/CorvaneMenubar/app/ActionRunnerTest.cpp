@@ -162,7 +162,9 @@ TEST(ActionRunner, OneRunAtATimeThenRetryAndDismiss) {
     EXPECT_EQ(h.runner->state(), (ActionRunState{clicked, ActionRunState::Running{}}));
     h.finishRuns();
     EXPECT_EQ(h.commands, (std::vector<Arguments>{{"doctor"}, {"doctor"}}));
-    EXPECT_EQ(h.work.runSerial(), 1u) << "a retry reports no second click";
+    while (h.work.runSerial() > 0) {
+    }
+    EXPECT_EQ(h.clicks.size(), 2u) << "a retry reports the click again";
     EXPECT_FALSE(h.runner->state());
 
     h.result = Outcome{"", "", 1, false};
@@ -264,15 +266,16 @@ TEST(ActionRunner, ResultAfterTheRunnerIsGoneIsDropped) {
     EXPECT_EQ(h.runsFinished, 0);
 }
 
-// At termination a hung CLI run, foreground or background, is stopped with everything it
-// started, even when it ignores SIGTERM.
-TEST(ActionRunner, StopEndsTheRunningProcess) {
+// At termination a hung background run is stopped with everything it started, even when it
+// ignores SIGTERM; a foreground run (a CLI update, say) is left to finish on its own.
+TEST(ActionRunner, StopEndsABackgroundRunAndLeavesAForegroundRun) {
     testing::TempFolder folder;
     const std::string script = folder / "corvane";
     const std::string grandchild = folder / "grandchild";
     std::ofstream(script) << "#!/bin/sh\ntrap '' TERM\nsleep 30 &\necho $! > '" << grandchild << "'\nwait\n";
     std::filesystem::permissions(script, std::filesystem::perms::owner_all);
-    for (const auto& action : {runAction(), syncAction()}) {
+    const std::pair<MenuAction, bool> rows[] = {{runAction(), false}, {syncAction(), true}};
+    for (const auto& [action, stopped] : rows) {
         SCOPED_TRACE(action.title);
         std::filesystem::remove(grandchild);
         FakeMainLoop loop;
@@ -287,22 +290,30 @@ TEST(ActionRunner, StopEndsTheRunningProcess) {
             std::ifstream(grandchild) >> pid;
         }
         ASSERT_FALSE(pid.empty());
-        const auto start = std::chrono::steady_clock::now();
         runner->stop();
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+        // Reaped by the shell's own parent once the group is gone; a zombie does not count.
+        auto gone = [&] {
+            std::ifstream stat("/proc/" + pid + "/stat");
+            std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+            return ::kill(std::stoi(pid), 0) != 0 || text.find(") Z") != std::string::npos;
+        };
+        if (!stopped) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(500));
+            EXPECT_FALSE(gone());
+            EXPECT_TRUE(runner->state() && runner->state()->isRunning());
+            ::kill(-::getpgid(std::stoi(pid)), SIGKILL);  // the test's own cleanup
+            continue;
+        }
         while (loop.runPending() == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
         ASSERT_TRUE(runner->state());
         EXPECT_EQ(runner->state()->phase,
                   ActionRunState::Phase{ActionRunState::Failed{std::string(ActionRunner::cancelledMessage)}});
-        // Reaped by the shell's own parent once the group is gone; a zombie does not count.
-        bool gone = false;
-        for (int i = 0; i < 300 && !gone; ++i) {
-            std::ifstream stat("/proc/" + pid + "/stat");
-            std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
-            gone = ::kill(std::stoi(pid), 0) != 0 || text.find(") Z") != std::string::npos;
-            if (!gone) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        bool ended = false;
+        for (int i = 0; i < 300 && !ended; ++i) {
+            ended = gone();
+            if (!ended) std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
-        EXPECT_TRUE(gone);
+        EXPECT_TRUE(ended);
     }
 }
 

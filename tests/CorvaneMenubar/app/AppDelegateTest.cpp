@@ -4,6 +4,7 @@
 #include <deque>
 #include <filesystem>
 #include <fcntl.h>
+#include <functional>
 #include <fstream>
 #include <sys/stat.h>
 #include <thread>
@@ -76,6 +77,7 @@ struct Harness {
     std::vector<MenuRun> runs;
     bool hang = false;  // the menu run blocks until it is cancelled
     std::atomic<bool> hanging{false};
+    std::function<void()> onCancelled;  // called on the hop once a hanging run sees its cancellation
 
     Harness() {
         writeFile(cliPath, "#!/bin/sh\n");
@@ -92,6 +94,7 @@ struct Harness {
             if (hang) {
                 hanging = true;
                 while (!cancel.requested()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                if (onCancelled) onCancelled();
             }
             if (answers.empty()) return answered(answer());
             auto next = answers.front();
@@ -108,13 +111,13 @@ struct Harness {
         app->applicationDidFinishLaunching();
         finishPoll();
     }
-    // Runs the oldest held hop (a process run or a snapshot read) and hands its result back.
+    // Runs the oldest held hop (a process run) and hands its result back.
     bool finishPoll() {
         bool ran = work.runNext();
         loop.runPending();
         return ran;
     }
-    // Runs hops until none is held: a snapshot read and the process run its skip starts.
+    // Runs hops until none is held.
     void settle() {
         do {
             finishPoll();
@@ -265,20 +268,28 @@ TEST(AppDelegate, MenuOpeningsWithinFiveSecondsRunOnceUnlessTheSnapshotAsksForAn
     }
 }
 
-TEST(AppDelegate, ASnapshotIsReadOffTheMainThreadDrawnWithoutAProcessAndLoggedOncePerGeneration) {
+// The snapshot is read and drawn at once (a menu that is opening shows it), without a process;
+// the payload counts as read at the read's time.
+TEST(AppDelegate, ASnapshotIsDrawnAtOnceWithoutAProcessAndLoggedOncePerGeneration) {
     SnapshotHarness h;
     h.launch();
     h.writeSnapshot("boot-1", 4, "From snapshot");
     std::size_t linesBefore = h.refreshLines();
 
+    h.loop.advance(20);
     h.app->pollCycle().refresh(PollTrigger::timer);
-    EXPECT_EQ(h.menuText().find("From snapshot"), std::string::npos) << "read on the main thread";
-    h.app->pollCycle().refresh(PollTrigger::directoryChange);  // during the read: queued
-    h.settle();
     EXPECT_NE(h.menuText().find("From snapshot"), std::string::npos);
+    EXPECT_EQ(h.app->pollCycle().lastSuccessAt(), h.loop.now());
+    h.app->pollCycle().refresh(PollTrigger::directoryChange);
+    EXPECT_EQ(h.work.heldCount(), 0u);
     EXPECT_EQ(h.refreshLines(), linesBefore + 1);
     EXPECT_NE(h.log->recentRefreshes().back().find("\"outcome\":\"drawn\""), std::string::npos);
     EXPECT_EQ(h.runs.size(), 1u);
+    // A snapshot drawn later than it was read counts from the read.
+    const auto readAt = plusSeconds(h.loop.now(), -1);
+    h.app->pollCycle().draw(MenuSnapshot{*h.app->pollCycle().lastPayload(), {}}, PollTrigger::timer, readAt,
+                            h.loop.uptime());
+    EXPECT_EQ(h.app->pollCycle().lastSuccessAt(), readAt);
 
     setModified(h.cliPath, plusSeconds(h.loop.now(), -7200));
     h.app->pollCycle().refresh(PollTrigger::timer);
@@ -377,20 +388,29 @@ TEST(AppDelegate, OnlyAPollStartedAfterTheUpdateBeganConfirmsIt) {
     EXPECT_EQ(h.app->updatePresentation().update->phase, CliUpdatePhase::succeeded);
 }
 
-TEST(AppDelegate, TerminationStopsTimersWatchersTheRunningPollAndRemovesTheStatusItem) {
+TEST(AppDelegate, TerminationFlushesTheLogStopsTimersWatchersTheRunningPollAndRemovesTheStatusItem) {
     Harness h;
     Json watching = answer();
     watching["watchPaths"] = {h.temp.path()};
     h.answers = {answered(watching)};
     h.launch();
     EXPECT_EQ(h.watcher.watchedPaths(), std::vector<std::string>{h.temp.path()});
+    // A repeated failure is written only by the flush, which comes before any wait.
+    const ClientDiagnostic failure{DiagnosticOperation::cliRun, DiagnosticOutcome::failed, "exit", "3", {}, {}};
+    h.log->record("1", h.loop.now(), failure);
+    h.log->record("2", h.loop.now(), failure);
+    std::size_t linesWhenStopped = 0;
+    h.onCancelled = [&] { linesWhenStopped = h.log->recent().size(); };
     // A poll whose process hangs is stopped, and waited for, before termination returns.
     h.hang = true;
     h.app->pollCycle().pollNow(PollTrigger::timer, std::nullopt);
     std::thread hop([&] { h.work.runNext(); });
     while (!h.hanging) std::this_thread::yield();
+    const std::size_t linesBefore = h.log->recent().size();
     h.app->applicationWillTerminate();
     hop.join();
+    EXPECT_GT(h.log->recent().size(), linesBefore);
+    EXPECT_EQ(linesWhenStopped, h.log->recent().size());
     EXPECT_TRUE(h.statusItem.removed());
     EXPECT_TRUE(h.watcher.watchedPaths().empty());
     EXPECT_EQ(h.loop.activeTimerCount(), 0u);
@@ -417,6 +437,21 @@ TEST(AppDelegate, TheRefreshTimerIntervalIsHeldWithinBounds) {
         EXPECT_EQ(h.work.heldCount(), 1u);
         EXPECT_EQ(h.app->pollCycle().pollTrigger(), PollTrigger::timer);
     }
+}
+
+// Renders that would build the same menu (a staleness tick, an opening, an answer with the same
+// rows) leave it alone.
+TEST(AppDelegate, RendersThatChangeNothingLeaveTheMenuAlone) {
+    Harness h;
+    h.launch();
+    h.factory.resetCounters();
+    h.loop.advance(stalenessSeconds);
+    h.statusItem.reportMenuWillOpen();
+    h.finishPoll();
+    h.statusItem.reportMenuDidClose();
+    h.loop.runPending();
+    EXPECT_EQ(h.runs.size(), 2u);
+    EXPECT_EQ(h.factory.counters().updates, 0u);
 }
 
 TEST(AppDelegate, TheStaleRowsAgeIsCurrentAtEachOpeningAndWhileOpen) {

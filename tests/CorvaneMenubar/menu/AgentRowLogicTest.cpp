@@ -19,17 +19,24 @@ AgentRow session(bool withHarness, std::optional<std::string> status = std::null
     return row;
 }
 
+// Each desktop keeps its own words for the machine and the option key.
 TEST(AgentRowLogic, TargetDescriptions) {
     const std::string cannot =
         "This session cannot be opened in its harness on this Mac. Use the lightning button to open Corvane.";
+    const std::string cannotHere =
+        "This session cannot be opened in its harness on this computer. Use the lightning button to open Corvane.";
     const std::string claude = "Open in Claude: Fix the build · 3m", corvane = "Open in Corvane: Fix the build · 3m";
-    const std::vector<std::pair<AgentRow, AgentTargetDescriptions>> rows = {
-        {session(true, "working"), {true, claude, claude + ", Working", "Open in Corvane (Option-Return)", corvane}},
-        {session(false, "working", "Waiting for you · 2m"),
+    const std::vector<std::tuple<AgentRow, PlatformWords, AgentTargetDescriptions>> rows = {
+        {session(true, "working"), macWords,
+         {true, claude, claude + ", Working", "Open in Corvane (Option-Return)", corvane}},
+        {session(false, "working", "Waiting for you · 2m"), macWords,
          {false, cannot, cannot + ", Waiting for you · 2m", "Open in Corvane (Return)", corvane}},
-        {session(true, "idle"), {true, claude, claude, "Open in Corvane (Option-Return)", corvane}},
+        {session(true, "idle"), macWords, {true, claude, claude, "Open in Corvane (Option-Return)", corvane}},
+        {session(true, "idle"), linuxWords, {true, claude, claude, "Open in Corvane (Alt+Return)", corvane}},
+        {session(false, "idle"), linuxWords, {false, cannotHere, cannotHere, "Open in Corvane (Return)", corvane}},
     };
-    for (const auto& [row, expected] : rows) EXPECT_EQ(describeTargets(row), expected) << expected.harnessToolTip;
+    for (const auto& [row, words, expected] : rows)
+        EXPECT_EQ(describeTargets(row, words), expected) << expected.harnessToolTip;
 }
 
 TEST(AgentRowLogic, HighlightAndChoice) {
@@ -91,6 +98,10 @@ TEST(AgentRowLogic, Pulse) {
     other.id = "s2";
     EXPECT_FALSE(pulseNeedsRestart(session(true, "working"), other));
     EXPECT_TRUE(pulseNeedsRestart(session(true, "working"), session(true, "paused")));
+
+    // The cubic ease-in-ease-out (0.42, 0, 0.58, 1): slower at the ends than a quadratic ease.
+    const std::pair<double, double> eased[] = {{-1, 0}, {0, 0}, {0.25, 0.129162}, {0.5, 0.5}, {0.9, 0.980278}, {2, 1}};
+    for (const auto& [progress, opacity] : eased) EXPECT_NEAR(pulseEase(progress), opacity, 1e-5) << progress;
 }
 
 TEST(AgentRowLogic, Geometry) {

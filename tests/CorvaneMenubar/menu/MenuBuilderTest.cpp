@@ -29,12 +29,12 @@ protected:
     MemoryMenuFactory factory;
     FixedWidthTextMeasure measure{10};  // 25 characters fit in 256 points
     std::vector<MenuAction> performed;
-    bool loginEnabled = false;
+    bool loginEnabled = false, reduceMotion = false;
     int toggles = 0, abouts = 0, quits = 0;
     MenuBuilder builder{factory, measure,
                         MenuBuilderHooks{[this](const MenuAction& a) { performed.push_back(a); },
                                          [this] { return loginEnabled; }, [this] { ++toggles; },
-                                         [this] { ++abouts; }, [this] { ++quits; }, [] { return false; }},
+                                         [this] { ++abouts; }, [this] { ++quits; }, [this] { return reduceMotion; }},
                         "Corvane"};
 
     NativeMenu& live() { return *builder.menu(); }
@@ -155,6 +155,10 @@ TEST_F(MenuBuilderTest, RowsBecomeTheirNativeKinds) {
 
 TEST_F(MenuBuilderTest, CustomRowsCloseTheMenuAndPerformTheChosenPart) {
     const auto dismiss = urlAction("Dismiss");
+    auto disabled = [](MenuAction action) {
+        action.isEnabled = false;
+        return action;
+    };
     struct Row {
         MenuItem item;
         Activation activation;
@@ -169,6 +173,11 @@ TEST_F(MenuBuilderTest, CustomRowsCloseTheMenuAndPerformTheChosenPart) {
         {status("2 min", dismiss, urlAction("Fix")), {RowPart::dismiss, false}, "Dismiss"},
         {status("2 min", dismiss), {RowPart::dismiss, false}, "Dismiss"},  // a dismissible status
         {status("2 min", dismiss), {}, ""},                                // no repair action
+        // A running command disables the row's action; its dismiss keeps its own flag.
+        {status("2 min", dismiss, disabled(urlAction("Fix"))), {RowPart::dismiss, false}, "Dismiss"},
+        {status("2 min", dismiss, disabled(urlAction("Fix"))), {}, ""},
+        {status("2 min", disabled(dismiss), urlAction("Fix")), {RowPart::dismiss, false}, ""},
+        {status("2 min", disabled(dismiss)), {RowPart::dismiss, false}, ""},
     };
     for (const auto& row : rows) {
         performed.clear();
@@ -214,9 +223,11 @@ TEST_F(MenuBuilderTest, ShapeChangeWhileOpenWaitsForTheMenuToClose) {
     live().reportTrackingBegan();
     const MenuBuild next{{row::CliUpdate{update(CliUpdatePhase::available, true)},
                           agent("s1", "Fix the build", "idle", "Idle · 2m"), action("New session")}, more, false};
+    reduceMotion = true;
     builder.submit(next);
 
     EXPECT_EQ(identities(live()), before);  // no row added or replaced under the pointer
+    EXPECT_TRUE(agentAt(2).reduceMotion) << "the setting is read again at each rewrite";
     EXPECT_EQ(live().itemAt(0)->toolTip(), "Corvane CLI 1.4.0 is available. Another command is running.");
     EXPECT_FALSE(live().itemAt(0)->isEnabled());
     EXPECT_TRUE(live().itemAt(0)->hasContent() && !live().itemAt(0)->attributedTitle());  // now the view
