@@ -96,6 +96,27 @@ std::string terminalSafeText(std::string_view text) {
     return safe;
 }
 
+std::string escapeJsonControls(std::string_view json) {
+    static constexpr char hex[] = "0123456789abcdef";
+    std::string escaped;
+    escaped.reserve(json.size());
+    for (std::size_t at = 0; at < json.size(); ++at) {
+        const auto byte = static_cast<unsigned char>(json[at]);
+        const auto next = at + 1 < json.size() ? static_cast<unsigned char>(json[at + 1]) : 0;
+        // DEL and the two-byte forms of U+0080..U+009F occur only inside strings of valid JSON.
+        if (byte == 0x7F || (byte == 0xC2 && next >= 0x80 && next <= 0x9F)) {
+            const unsigned codePoint = byte == 0x7F ? 0x7F : next;
+            escaped += "\\u00";
+            escaped += hex[codePoint >> 4];
+            escaped += hex[codePoint & 0xF];
+            if (byte == 0xC2) ++at;
+        } else {
+            escaped += json[at];
+        }
+    }
+    return escaped;
+}
+
 bool isOpenableUrl(std::string_view url) {
     static constexpr std::array<std::string_view, 6> schemes{"http", "https", "claude", "codex", "cursor", "chatgpt"};
     if (url.size() > urlLengthLimit || holdsControlByte(url) || url.find(' ') != std::string_view::npos) return false;

@@ -16,6 +16,11 @@ namespace corvane {
 // the screen). Other text is kept byte for byte.
 std::string terminalSafeText(std::string_view text);
 
+// JSON text with DEL and the C1 controls (U+0080 to U+009F) inside its strings written as \u
+// escapes: the same JSON values, but nothing a terminal showing the lines would act on (JSON
+// itself escapes only the C0 controls).
+std::string escapeJsonControls(std::string_view json);
+
 // True when `text` holds a NUL byte (which would silently shorten it at the system's edge).
 constexpr bool holdsNul(std::string_view text) { return text.find('\0') != std::string_view::npos; }
 

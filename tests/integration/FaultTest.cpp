@@ -88,8 +88,6 @@ const Fault faults[] = {
          std::ofstream(state / "snapshot.json") << "{";
          fs::resize_file(state / "snapshot.json", 100u << 20);
      }},
-    {.name = "open request is a FIFO",
-     .setup = [](const SimWorld&, const fs::path& state) { mkfifo((state / "open-request").c_str(), 0600); }},
     {.name = "detected-clients record is a FIFO", .setup = [](const SimWorld& w, const fs::path&) {
          fs::create_directories(w.home / ".config/corvane/state");
          mkfifo((w.home / ".config/corvane/state/detected-clients.json").c_str(), 0600);
