@@ -69,10 +69,11 @@ bool replaceOwnedFile(const std::string& path, std::string_view bytes, unsigned 
     const std::string name = path.substr(slash + 1);
     if (name == "." || name == "..") return false;
     // The folder may be reached through links (the CLI's state folder often is); what counts is
-    // that nobody but this user can put or swap anything in it.
+    // that it is this user's and not open to everyone (a shared temporary folder). Group write is
+    // left alone: with per-user groups (umask 002) the CLI's own folders are made so.
     Descriptor folder(::open(slash == 0 ? "/" : path.substr(0, slash).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     struct stat info {};
-    if (folder.get() < 0 || ::fstat(folder.get(), &info) != 0 || info.st_uid != ::geteuid() || (info.st_mode & 022) != 0)
+    if (folder.get() < 0 || ::fstat(folder.get(), &info) != 0 || info.st_uid != ::geteuid() || (info.st_mode & 002) != 0)
         return false;
 
     if (::fstatat(folder.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0) {

@@ -19,8 +19,8 @@ namespace corvane {
 std::optional<std::string> readBoundedFile(const std::string& path, std::size_t limit);
 
 // Puts `bytes` at `path` (mode `mode`) through a new temporary file beside it and a rename, so no
-// existing file is ever truncated or written through. The folder must belong to this user and be
-// writable by nobody else. Something already at `path` is replaced only when it is a regular
+// existing file is ever truncated or written through. The folder must belong to this user and not
+// be writable by everyone. Something already at `path` is replaced only when it is a regular
 // file of this user of at most `limit` bytes whose content `mayReplace` accepts: a file the app
 // wrote there before, never one it did not create (a link, a FIFO, the user's ~/.bashrc named by
 // a hostile CLI). Never blocks; false on any refusal or failure, leaving the place as it was.
