@@ -1,5 +1,8 @@
 #include "BoundedFile.h"
 
+#include "UntrustedInput.h"
+#include "Uuid.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
@@ -59,21 +62,61 @@ std::optional<std::string> readBoundedFile(const std::string& path, std::size_t 
     return bytes;
 }
 
-bool replaceRegularFile(const std::string& path, std::string_view bytes, unsigned mode) {
-    if (path.empty()) return false;
-    Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY,
-                           static_cast<mode_t>(mode)));
+bool replaceOwnedFile(const std::string& path, std::string_view bytes, unsigned mode, std::size_t limit,
+                      const std::function<bool(std::string_view current)>& mayReplace) {
+    if (!isPlainAbsolutePath(path) || path.back() == '/') return false;
+    const std::size_t slash = path.rfind('/');
+    const std::string name = path.substr(slash + 1);
+    if (name == "." || name == "..") return false;
+    // The folder may be reached through links (the CLI's state folder often is); what counts is
+    // that it is this user's and not open to everyone (a shared temporary folder). Group write is
+    // left alone: with per-user groups (umask 002) the CLI's own folders are made so.
+    Descriptor folder(::open(slash == 0 ? "/" : path.substr(0, slash).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     struct stat info {};
-    // Truncating only after the type check leaves a FIFO or device untouched.
-    if (file.get() < 0 || !isRegular(file.get(), info) || ::ftruncate(file.get(), 0) != 0) return false;
-    ::fchmod(file.get(), static_cast<mode_t>(mode));
-    while (!bytes.empty()) {
-        auto written = ::write(file.get(), bytes.data(), bytes.size());
-        if (written < 0) {
-            if (errno == EINTR) continue;
+    if (folder.get() < 0 || ::fstat(folder.get(), &info) != 0 || info.st_uid != ::geteuid() || (info.st_mode & 002) != 0)
+        return false;
+
+    if (::fstatat(folder.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0) {
+        if (!S_ISREG(info.st_mode) || info.st_uid != ::geteuid()) return false;
+        Descriptor current(::openat(folder.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+        if (current.get() < 0 || !isRegular(current.get(), info) || info.st_size < 0 ||
+            static_cast<unsigned long long>(info.st_size) > limit)
+            return false;
+        std::string content(static_cast<std::size_t>(info.st_size) + 1, '\0');
+        ssize_t count;
+        do {
+            count = ::read(current.get(), content.data(), content.size());
+        } while (count < 0 && errno == EINTR);
+        if (count < 0 || static_cast<std::size_t>(count) > limit) return false;
+        content.resize(static_cast<std::size_t>(count));
+        if (!mayReplace || !mayReplace(content)) return false;
+    } else if (errno != ENOENT) {
+        return false;
+    }
+
+    const std::string temporary = "." + name + ".tmp-" + makeUuid();
+    {
+        Descriptor file(::openat(folder.get(), temporary.c_str(),
+                                 O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, static_cast<mode_t>(mode)));
+        if (file.get() < 0) return false;
+        bool written = ::fchmod(file.get(), static_cast<mode_t>(mode)) == 0;
+        while (written && !bytes.empty()) {
+            auto count = ::write(file.get(), bytes.data(), bytes.size());
+            if (count < 0 && errno == EINTR) continue;
+            if (count <= 0) {
+                written = false;
+                break;
+            }
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        }
+        if (!written) {
+            ::unlinkat(folder.get(), temporary.c_str(), 0);
             return false;
         }
-        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    if (::renameat(folder.get(), temporary.c_str(), folder.get(), name.c_str()) != 0) {
+        ::unlinkat(folder.get(), temporary.c_str(), 0);
+        return false;
     }
     return true;
 }

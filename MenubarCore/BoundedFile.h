@@ -6,6 +6,7 @@
 // block on the file's type, never read more than their bound and never throw.
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,9 +18,13 @@ namespace corvane {
 // opened non-blocking and close-on-exec, so a FIFO or device answers at once.
 std::optional<std::string> readBoundedFile(const std::string& path, std::size_t limit);
 
-// Replaces the content of the regular file at `path` with `bytes`, creating it with `mode` when
-// missing. A link at `path` is not followed and anything but a regular file is left alone (the
-// open is non-blocking, so a FIFO cannot hold the caller). False on any failure.
-bool replaceRegularFile(const std::string& path, std::string_view bytes, unsigned mode);
+// Puts `bytes` at `path` (mode `mode`) through a new temporary file beside it and a rename, so no
+// existing file is ever truncated or written through. The folder must belong to this user and not
+// be writable by everyone. Something already at `path` is replaced only when it is a regular
+// file of this user of at most `limit` bytes whose content `mayReplace` accepts: a file the app
+// wrote there before, never one it did not create (a link, a FIFO, the user's ~/.bashrc named by
+// a hostile CLI). Never blocks; false on any refusal or failure, leaving the place as it was.
+bool replaceOwnedFile(const std::string& path, std::string_view bytes, unsigned mode, std::size_t limit,
+                      const std::function<bool(std::string_view current)>& mayReplace);
 
 }  // namespace corvane

@@ -74,6 +74,14 @@ std::optional<std::int64_t> parseInteger(std::string_view text) {
     return value;
 }
 
+// A folder that may be searched for the CLI and given to children in their PATH: absolute, so
+// that it does not depend on the folder the app was started from (a "." recorded from a login
+// shell would run whatever `corvane` sits there), and free of ":", which would split it.
+bool isSearchableDirectory(std::string_view directory) {
+    return !directory.empty() && directory.front() == '/' && directory.find(':') == std::string_view::npos &&
+           directory.find('\0') == std::string_view::npos;
+}
+
 // The path without its last component: "/a/b" → "/a", "/a" → "/", "a" → "".
 std::string parentDirectory(std::string_view path) {
     while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
@@ -135,7 +143,7 @@ std::vector<std::string> candidateDirectories(const Environment& environment) {
     directories.push_back(environment.home + "/.local/bin");
     for (auto& directory : nvmBinDirectories(environment)) directories.push_back(std::move(directory));
 
-    std::erase_if(directories, [](const std::string& directory) { return directory.empty(); });
+    std::erase_if(directories, [](const std::string& directory) { return !isSearchableDirectory(directory); });
     return deduplicated(directories);
 }
 
@@ -172,6 +180,7 @@ Located located(const std::string& program, const std::optional<std::string>& fo
     entries.push_back(folder ? *folder : parentDirectory(program));
     entries.insert(entries.end(), directories.begin(), directories.end());
     for (auto directory : systemDirectories) entries.emplace_back(directory);
+    std::erase_if(entries, [](const std::string& entry) { return !isSearchableDirectory(entry); });
 
     std::string searchPath;
     for (const auto& entry : deduplicated(entries)) {
@@ -185,6 +194,7 @@ std::optional<Located> locate(std::string_view variant, const Environment& envir
     std::vector<std::string> directories;
     if (variant == "staging") directories.push_back(environment.home + "/.corvane-staging/bin");
     for (auto& directory : candidateDirectories(environment)) directories.push_back(std::move(directory));
+    std::erase_if(directories, [](const std::string& directory) { return !isSearchableDirectory(directory); });
     directories = deduplicated(directories);
 
     // An explicit path is the user's instruction: when it is unusable nothing else is tried.

@@ -41,7 +41,8 @@ struct Located {
 std::optional<Located> locate(std::string_view variant, const Environment& environment);
 
 // Folders searched for the CLI: the PATH recorded from the user's login shell, the Homebrew and
-// local folders, then nvm's node versions newest first. Empty entries and repeats dropped.
+// local folders, then nvm's node versions newest first. Only absolute folders without ":" are
+// kept (a relative entry would depend on the folder the app started in); repeats dropped.
 std::vector<std::string> candidateDirectories(const Environment& environment);
 
 // home/.nvm/versions/node/<version>/bin, newest version first (numeric order, not textual).
@@ -58,7 +59,7 @@ std::optional<std::string> recordedProgram(std::string_view appEnv, const Enviro
 bool isInsideVersionFolder(std::string_view name);
 
 // The program with a search path of its folder (its parent when none is given), the searched
-// folders and the system folders, repeats dropped.
+// folders and the system folders, repeats and anything but absolute folders dropped.
 Located located(const std::string& program, const std::optional<std::string>& folder,
                 const std::vector<std::string>& directories);
 

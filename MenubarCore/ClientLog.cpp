@@ -16,6 +16,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Patterns.h"
+#include "UntrustedInput.h"
 #include "Uuid.h"
 #include "WordTable.h"
 
@@ -51,26 +52,6 @@ std::string guardedVersion(const std::string& version) {
     return patterns::isVersionText(version) ? version : std::string("unrecognized");
 }
 
-// mkdir -p with mode 0700 for every folder it creates. Returns 0 or an errno. An existing entry
-// is accepted here; if it is not a folder, opening the lock file inside it fails instead.
-int makeDirectories(std::string path) {
-    while (path.size() > 1 && path.back() == '/') path.pop_back();
-    if (path.empty()) return ENOENT;
-    if (::mkdir(path.c_str(), 0700) == 0 || errno == EEXIST) return 0;
-    if (errno != ENOENT) return errno;
-    std::size_t slash = path.find_last_of('/');
-    if (slash == std::string::npos || slash == 0) return ENOENT;
-    if (int error = makeDirectories(path.substr(0, slash))) return error;
-    if (::mkdir(path.c_str(), 0700) == 0 || errno == EEXIST) return 0;
-    return errno;
-}
-
-// rename/unlink where a missing source just means there is nothing to move.
-int moveAside(const std::string& from, const std::string& to) {
-    if (::rename(from.c_str(), to.c_str()) == 0 || errno == ENOENT) return 0;
-    return errno;
-}
-
 int writeAll(int fd, std::string_view bytes) {
     while (!bytes.empty()) {
         ssize_t written = ::write(fd, bytes.data(), bytes.size());
@@ -84,38 +65,69 @@ int writeAll(int fd, std::string_view bytes) {
     return 0;
 }
 
+// Opens `name` inside the folder `folder` for writing, without following a link and without
+// blocking, and keeps it only when it is a regular file: a FIFO planted as a log file or as the
+// lock must never hold the app (without a reader its open fails at once; with one it is refused
+// here). Returns the descriptor, or -1 with errno set.
+int openRegularIn(int folder, std::string_view name, int flags) {
+    const std::string fileName(name);
+    const int fd = ::openat(folder, fileName.c_str(),
+                            flags | O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, 0600);
+    if (fd < 0) return -1;
+    struct stat info {};
+    int error = ::fstat(fd, &info) != 0 ? errno : S_ISREG(info.st_mode) ? 0 : EINVAL;
+    if (error == 0) return fd;
+    ::close(fd);
+    errno = error;
+    return -1;
+}
+
+// renameat where a missing source just means there is nothing to move.
+int moveAside(int folder, const std::string& from, const std::string& to) {
+    if (::renameat(folder, from.c_str(), folder, to.c_str()) == 0 || errno == ENOENT) return 0;
+    return errno;
+}
+
 // Appends one whole line to `directory/file` under the folder's advisory lock. Returns 0 or an
-// errno. The lock is tried once and never waited for: a busy lock loses the line. The size check
-// covers the whole line before writing, so a line is never split across a rotation.
+// errno. The folder must be the user's own and writable by nobody else (it is created so when
+// missing); every file in it is reached through the folder's descriptor, so a folder swapped for
+// a link meanwhile changes nothing. The lock is tried once and never waited for: a busy lock
+// loses the line. The size check covers the whole line before writing, so a line is never split
+// across a rotation.
 int appendLine(const std::string& directory, std::string_view fileName, std::string_view bytes,
                std::int64_t maxBytes) {
-    if (int error = makeDirectories(directory)) return error;
-
-    const std::string lockPath = directory + "/" + std::string(lockFileName);
-    int lockFd = ::open(lockPath.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (lockFd < 0) return errno;
+    const int folder = openTrustedFolder(directory, true, false);
+    if (folder < 0) return errno;
+    const int lockFd = openRegularIn(folder, lockFileName, 0);
+    if (lockFd < 0) {
+        const int error = errno;
+        ::close(folder);
+        return error;
+    }
     int locked;
     do {
         locked = ::flock(lockFd, LOCK_EX | LOCK_NB);
     } while (locked != 0 && errno == EINTR);
     if (locked != 0) {
-        int error = errno;
+        const int error = errno;
         ::close(lockFd);
+        ::close(folder);
         return error;
     }
 
     auto result = [&]() -> int {
-        const std::string path = directory + "/" + std::string(fileName);
+        const std::string name(fileName);
         struct stat info {};
-        const std::int64_t size = ::lstat(path.c_str(), &info) == 0 ? static_cast<std::int64_t>(info.st_size) : 0;
+        const std::int64_t size =
+            ::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 ? static_cast<std::int64_t>(info.st_size) : 0;
         if (size + static_cast<std::int64_t>(bytes.size()) > maxBytes) {
-            const std::string first = path + ".1";
-            const std::string second = path + ".2";
-            if (::unlink(second.c_str()) != 0 && errno != ENOENT) return errno;
-            if (int error = moveAside(first, second)) return error;
-            if (int error = moveAside(path, first)) return error;
+            const std::string first = name + ".1";
+            const std::string second = name + ".2";
+            if (::unlinkat(folder, second.c_str(), 0) != 0 && errno != ENOENT) return errno;
+            if (int error = moveAside(folder, first, second)) return error;
+            if (int error = moveAside(folder, name, first)) return error;
         }
-        int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+        const int fd = openRegularIn(folder, name, O_APPEND);
         if (fd < 0) return errno;
         int error = ::fchmod(fd, 0600) == 0 ? 0 : errno;
         struct stat before {};
@@ -134,6 +146,7 @@ int appendLine(const std::string& directory, std::string_view fileName, std::str
 
     ::flock(lockFd, LOCK_UN);
     ::close(lockFd);
+    ::close(folder);
     return result;
 }
 

@@ -1,5 +1,6 @@
 #include "MenuDecode.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -8,6 +9,7 @@
 
 #include "MenuTime.h"
 #include "Patterns.h"
+#include "UntrustedInput.h"
 
 namespace corvane {
 namespace {
@@ -90,16 +92,30 @@ std::optional<std::string> optionalString(const Json* value) {
     return std::nullopt;
 }
 
-// An array whose elements are all strings; anything else gives nothing.
+// An array whose elements are all strings without a NUL; anything else gives nothing. (A NUL
+// would silently cut an argument short where it reaches the system.)
 std::optional<Arguments> stringList(const Json* value) {
     if (!value || !value->is_array()) return std::nullopt;
     Arguments list;
     list.reserve(value->size());
     for (const Json& element : *value) {
-        if (!element.is_string()) return std::nullopt;
+        if (!element.is_string() || holdsNul(element.get_ref<const std::string&>())) return std::nullopt;
         list.push_back(element.get_ref<const std::string&>());
     }
     return list;
+}
+
+// "1234567" → "1,234,567".
+std::string groupedCount(std::size_t count) {
+    std::string digits = std::to_string(count);
+    for (auto at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, 1, ',');
+    return digits;
+}
+
+// The row that stands for the rows of one list left out past `maxMenuRows`.
+MenuItem leftOutRow(std::size_t count) {
+    return row::Status{StatusMark::muted, groupedCount(count) + (count == 1 ? " more row" : " more rows") + " not shown",
+                       "A menu shows at most " + groupedCount(maxMenuRows) + " rows.", std::nullopt, std::nullopt};
 }
 
 const Json* member(const Json& object, std::string_view key) {
@@ -153,18 +169,27 @@ public:
     bool menuItems(const Json& list, const Path& at, int depth, std::vector<MenuItem>& out) {
         if (depth > maxMenuDepth) return true;  // rows this deep are not shown (see maxMenuDepth)
         std::vector<MappedItem> mapped;
-        if (!mapAll(list, 0, list.size(), at, depth, mapped)) return false;
+        std::size_t leftOut = 0;
+        if (!mapAll(list, 0, list.size(), at, depth, mapped, leftOut)) return false;
         appendDeduped(mapped, 0, mapped.size(), out);
+        if (leftOut > 0) out.push_back(leftOutRow(leftOut));
         return true;
     }
 
+    // Maps the item objects of `list[begin, end)` into `out` until the answer's row budget is
+    // spent; the item objects after that are not read, only counted in `leftOut`.
     bool mapAll(const Json& list, std::size_t begin, std::size_t end, const Path& at, int depth,
-                std::vector<MappedItem>& out) {
-        out.reserve(out.size() + (end - begin));
+                std::vector<MappedItem>& out, std::size_t& leftOut) {
+        out.reserve(out.size() + std::min(end - begin, rowsLeft_));
         for (std::size_t i = begin; i < end; ++i) {
+            if (rowsLeft_ == 0) {
+                leftOut += end - i;
+                break;
+            }
             Path here = at.element(i);
             MappedItem item;
             if (!menuItem(list[i], here, depth, item)) return false;
+            if (item.row && rowsLeft_ > 0) --rowsLeft_;
             out.push_back(std::move(item));
         }
         return true;
@@ -285,7 +310,8 @@ private:
             const std::string* tty = stringOrNull(member(*raw.focus, "tty"));
             const Json* pid = member(*raw.focus, "appPid");
             std::optional<std::int64_t> appPid = pid ? wholeNumber(*pid) : std::nullopt;
-            if (tty && appPid && *appPid >= 1 && *appPid <= std::numeric_limits<std::int32_t>::max())
+            if (tty && isTtyName(*tty) && appPid && *appPid >= 1 &&
+                *appPid <= std::numeric_limits<std::int32_t>::max())
                 return verb::Focus{*tty, static_cast<std::int32_t>(*appPid), fallback};
         }
         if (raw.background && raw.background->is_object()) {
@@ -295,11 +321,13 @@ private:
             if (argv && !argv->empty() && progress && detail)
                 return verb::Background{BackgroundAction{std::move(*argv), *progress, *detail}, fallback};
         }
-        if (raw.run) return verb::Run{*stringList(raw.run)};
-        if (raw.terminal) return verb::Terminal{*stringList(raw.terminal)};
-        if (raw.url) return verb::Url{*raw.url};
-        if (raw.file) return verb::File{*raw.file};
-        if (raw.copy) return verb::Copy{*raw.copy};
+        // A verb whose text the app would not hand on as it is (a NUL in an argument, a URL or
+        // path the opener must not get) counts as absent, and the search goes on.
+        if (auto arguments = stringList(raw.run)) return verb::Run{std::move(*arguments)};
+        if (fallback) return verb::Terminal{std::move(*fallback)};
+        if (raw.url && isOpenableUrl(*raw.url)) return verb::Url{*raw.url};
+        if (raw.file && isOpenablePath(*raw.file)) return verb::File{*raw.file};
+        if (raw.copy && !holdsNul(*raw.copy) && raw.copy->size() <= copyTextLimit) return verb::Copy{*raw.copy};
         if (raw.diagnostics && *raw.diagnostics) return verb::Diagnostics{};
         return std::nullopt;
     }
@@ -407,6 +435,8 @@ private:
 
     Instant now_;
     Failure& failure_;
+    // Rows the answer may still add (shared by its main and "more" rows and every submenu).
+    std::size_t rowsLeft_ = maxMenuRows;
 };
 
 // ---- Lenient top-level blocks ----------------------------------------------------------------
@@ -457,6 +487,7 @@ std::optional<SnapshotFiles> snapshotFiles(const Json* value) {
     const std::string* refresh = stringOrNull(member(*value, "refreshRequest"));
     const std::string* open = stringOrNull(member(*value, "openRequest"));
     if (!snapshot || !refresh || !open) return std::nullopt;
+    if (!isPlainAbsolutePath(*snapshot) || !isPlainAbsolutePath(*refresh) || !isPlainAbsolutePath(*open)) return std::nullopt;
     return SnapshotFiles{*snapshot, *refresh, *open};
 }
 
@@ -577,11 +608,14 @@ public:
         if (!watch) return failed();
         if (!watch->is_array()) return invalid(top("watchPaths"), "an array of strings", watch);
         std::vector<std::string> watchPaths;
-        watchPaths.reserve(watch->size());
         for (std::size_t i = 0; i < watch->size(); ++i) {
             const Json& path = (*watch)[i];
             if (!path.is_string()) return invalid(top("watchPaths").element(i), "a string", &path);
-            watchPaths.push_back(path.get_ref<const std::string&>());
+            // Only absolute folders are watched, each once, and at most `maxWatchPaths` of them.
+            const auto& text = path.get_ref<const std::string&>();
+            if (watchPaths.size() < maxWatchPaths && isPlainAbsolutePath(text) &&
+                std::find(watchPaths.begin(), watchPaths.end(), text) == watchPaths.end())
+                watchPaths.push_back(text);
         }
 
         const Json* filesValue = member(root_, "snapshotFiles");
@@ -632,20 +666,23 @@ private:
         const bool splice = block && !isDone(block->state) && block->startIndex >= 0 && block->startIndex < count &&
                             block->itemCount >= 1 && block->itemCount <= count - block->startIndex &&
                             block->run.size() >= 2 && block->run[0] == "update" && block->run[1] == "--background" &&
-                            !block->logPath.empty() && block->logPath.front() == '/';
+                            isPlainAbsolutePath(block->logPath);
         std::vector<MappedItem> mapped;
-        if (!decoder_.mapAll(items, 0, items.size(), at, 1, mapped)) return false;
-        out.reserve(mapped.size());
+        std::size_t leftOut = 0;
+        if (!decoder_.mapAll(items, 0, items.size(), at, 1, mapped, leftOut)) return false;
+        out.reserve(mapped.size() + 2);
         if (!splice) {
             Decoder::appendDeduped(mapped, 0, mapped.size(), out);
-            return true;
+        } else {
+            // Past the row budget `mapped` is shorter than the item objects.
+            const auto start = std::min(static_cast<std::size_t>(block->startIndex), mapped.size());
+            const auto end = std::min(start + static_cast<std::size_t>(block->itemCount), mapped.size());
+            Decoder::appendDeduped(mapped, 0, start, out);
+            out.push_back(MenuItem(row::CliUpdate{CliUpdate{block->state, block->target, cliVersion, block->detail,
+                                                            false, block->run, block->logPath}}));
+            Decoder::appendDeduped(mapped, end, mapped.size(), out);
         }
-        const auto start = static_cast<std::size_t>(block->startIndex);
-        const auto end = start + static_cast<std::size_t>(block->itemCount);
-        Decoder::appendDeduped(mapped, 0, start, out);
-        out.push_back(MenuItem(row::CliUpdate{CliUpdate{block->state, block->target, cliVersion, block->detail, false,
-                                                        block->run, block->logPath}}));
-        Decoder::appendDeduped(mapped, end, mapped.size(), out);
+        if (leftOut > 0) out.push_back(leftOutRow(leftOut));
         return true;
     }
 

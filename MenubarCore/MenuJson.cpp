@@ -1,5 +1,7 @@
 #include "MenuJson.h"
 
+#include "UntrustedInput.h"
+
 namespace corvane {
 namespace {
 
@@ -103,7 +105,8 @@ private:
         text += kind;
         if (kind.size() < 11) text.append(11 - kind.size(), ' ');
         else text += ' ';
-        text += body;
+        // The tree is printed on a terminal: no control character of the CLI's reaches it.
+        text += terminalSafeText(body);
         text += '\n';
     }
     // A continuation line under the row above, aligned with its text.

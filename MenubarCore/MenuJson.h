@@ -28,7 +28,8 @@ nlohmann::json verbJson(const MenuVerb& verb);
 nlohmann::json cliUpdateJson(const CliUpdate& update);
 
 // An indented tree a person can read: one line per row, submenus indented by two spaces, an
-// action's verb after an arrow ("Open docs  → url https://…").
+// action's verb after an arrow ("Open docs  → url https://…"). Control characters in the rows'
+// texts are shown as U+FFFD, so the tree is safe to print on a terminal.
 std::string rowsText(const std::vector<MenuItem>& rows);
 
 }  // namespace corvane

@@ -1,5 +1,7 @@
 #include "ActionRunner.h"
 
+#include "UntrustedInput.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -148,8 +150,12 @@ void ActionRunner::carryOut(const MenuAction& action) {
                     focusSession ? focusSession(verb.tty, verb.appPid) : bringForward(verb.tty, verb.appPid);
                 if (!focused && verb.fallback) openTerminal(*verb.fallback);
             } else if constexpr (std::is_same_v<Verb, verb::Url>) {
-                effects_.openUrl(verb.url);
+                if (isOpenableUrl(verb.url)) effects_.openUrl(verb.url);
             } else if constexpr (std::is_same_v<Verb, verb::File>) {
+                // The desktop's opener runs a program rather than show it: the user is told instead.
+                if (!isOpenablePath(verb.path)) return;
+                if (isExecutableRegularFile(verb.path))
+                    return effects_.showAlert(std::string(executableFileMessage), std::string(executableFileGuidance));
                 effects_.openFile(verb.path);
             } else if constexpr (std::is_same_v<Verb, verb::Copy>) {
                 effects_.copyText(verb.text);

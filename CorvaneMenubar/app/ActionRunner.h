@@ -56,6 +56,10 @@ public:
     static constexpr std::string_view timedOutMessage =
         "The command took too long and was stopped. Retry or continue in Terminal.";
     static std::string exitFailureMessage(int exitCode);
+    // The alert for a `file` row naming a program, which the opener would run.
+    static constexpr std::string_view executableFileMessage = "Corvane didn't open this file";
+    static constexpr std::string_view executableFileGuidance =
+        "It is a program, and opening it could run it. Open it yourself if you trust it.";
 
     // A runner using the real process runners (`processRunCommand()`, `processClickReport()`).
     // The seams must outlive the runner.

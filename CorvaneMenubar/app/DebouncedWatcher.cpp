@@ -1,5 +1,6 @@
 #include "DebouncedWatcher.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace corvane {
@@ -22,7 +23,11 @@ std::unique_ptr<DebouncedWatcher> DebouncedWatcher::make(DirectoryWatcher& watch
 }
 
 void DebouncedWatcher::eventArrived() {
-    pending_ = loop_.oneShot(debounceSeconds_, [this] {
+    const double now = loop_.uptime();
+    if (!burstStartedAt_) burstStartedAt_ = now;
+    const double delay = std::clamp(*burstStartedAt_ + maxDelaySeconds - now, 0.0, debounceSeconds_);
+    pending_ = loop_.oneShot(delay, [this] {
+        burstStartedAt_.reset();
         auto call = onChange_;  // keeps the callback alive if the call destroys this watcher
         if (*call) (*call)();
     });

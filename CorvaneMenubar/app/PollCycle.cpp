@@ -15,6 +15,9 @@ namespace corvane {
 
 namespace {
 
+// An open request is one time text; a larger file at its place is not one.
+constexpr std::size_t openRequestLimit = 64;
+
 std::int64_t truncatedMilliseconds(double seconds) {
     double ms = seconds * 1000.0;
     if (!std::isfinite(ms)) return 0;
@@ -352,7 +355,9 @@ void PollCycle::requestSnapshotRefresh() {
     if (!snapshotSource_) return;
     const auto& path = snapshotSource_->first.openRequest;
     if (path.empty() || !isDirectory(parentFolder(path))) return;
-    replaceRegularFile(path, iso8601(seams_.loop.now()), 0600);
+    // Only a request the app (or the CLI) wrote before is replaced: a time, or nothing.
+    replaceOwnedFile(path, iso8601(seams_.loop.now()), 0600, openRequestLimit,
+                     [](std::string_view current) { return current.empty() || parseMenuTime(current).has_value(); });
 }
 
 AppMenuState PollCycle::currentState() const {

@@ -81,6 +81,8 @@ TEST(CliLocatorTest, CandidateFoldersStartWithTheRecordedPath) {
         {"repeat of a fixed folder keeps its first place", R"({"path":"/usr/local/bin:/c"})",
          {"/usr/local/bin", "/c", "/opt/homebrew/bin", "/home/u/.local/bin", nvmRoot + "/v20.1.0/bin"}},
         {"path not text", R"({"path":["/a"]})", fixed},
+        // A login shell's PATH may hold "." or other relative folders: never searched.
+        {"relative pieces dropped", R"({"path":".:bin:/a:~/b:./c"})", with({"/a"})},
         {"not json", "path=/a", fixed},
     };
     for (const auto& row : rows) {
@@ -123,7 +125,8 @@ TEST(CliLocatorTest, LocateFollowsTheSearchOrder) {
     const std::string record = R"({"location":"/opt/cv","command":["bin/corvane"]})";
     const std::string recordFile = "/home/u/.config/corvane/install-production.json";
     struct Row { const char* name; std::string variant; std::optional<std::string> explicitPath;
-                 std::set<std::string> executables; bool withRecord; std::optional<Located> expected; };
+                 std::set<std::string> executables; bool withRecord; std::optional<Located> expected;
+                 std::string home = "/home/u"; };
     const auto found = [](const std::string& folder, const std::string& searchHead) -> std::optional<Located> {
         return Located{folder + "/corvane", searchHead + ":" + systemTail};
     };
@@ -144,13 +147,17 @@ TEST(CliLocatorTest, LocateFollowsTheSearchOrder) {
          found(staging, staging + ":" + fixedFolders)},
         {"staging folder unknown to others", "beta", std::nullopt, {staging + "/corvane", brew + "/corvane"}, false,
          found(brew, fixedFolders)},
+        // A home that is not absolute (HOME=".") gives no folders under it, so a planted ./.local/bin
+        // is never run.
+        {"relative home", "staging", std::nullopt, {"./.corvane-staging/bin/corvane", "./.local/bin/corvane"}, false,
+         std::nullopt, "."},
     };
     for (const auto& row : rows) {
         FakeFiles fake;
         fake.executables = row.executables;
         fake.explicitPath = row.explicitPath;
         if (row.withRecord) fake.files[recordFile] = record;
-        EXPECT_EQ(locate(row.variant, fake.environment()), row.expected) << row.name;
+        EXPECT_EQ(locate(row.variant, fake.environment(row.home)), row.expected) << row.name;
     }
 }
 
@@ -160,6 +167,8 @@ TEST(CliLocatorTest, SearchPathJoinsFolderDirectoriesAndSystemFolders) {
         {"/a/b/corvane", "/z:/c:" + systemTail, "/z", {"/c"}},
         {"/corvane", "/:" + systemTail, std::nullopt, {}},
         {"/usr/bin/corvane", "/usr/bin:/bin:/d:/usr/sbin:/sbin", std::nullopt, {"/bin", "/d", "/usr/bin"}},
+        // Children never get a relative folder, nor one whose ":" would split into two.
+        {"/a/corvane", "/a:/e:" + systemTail, std::nullopt, {".", "bin", "/v1:../bin", "", "/e"}},
     };
     for (const auto& row : rows)
         EXPECT_EQ(located(row.program, row.folder, row.directories), (Located{row.program, row.searchPath}))

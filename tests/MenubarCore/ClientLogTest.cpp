@@ -326,8 +326,32 @@ TEST(ClientLog, RefusedPlacesAreCountedNotRaised) {
         std::ofstream(root / "plain") << "x";
         return root / "plain" / "logs";
     };
+    const auto fifoAt = [](const char* name) {
+        return [name](const fs::path& root, const fs::path&) {
+            ::mkfifo((root / name).c_str(), 0600);
+            return root;
+        };
+    };
+    // The log folder itself must be this user's own, a real folder, writable by nobody else.
+    const auto folderWith = [](std::function<void(const fs::path& folder)> change) {
+        return [change](const fs::path& root, const fs::path&) {
+            fs::create_directory(root / "logs");
+            change(root / "logs");
+            return root / "logs";
+        };
+    };
+    const auto folderLink = [](const fs::path& root, const fs::path& victim) {
+        fs::create_directory_symlink(victim.parent_path(), root / "logs");
+        return root / "logs";
+    };
     const Row rows[] = {
         {"symbolic link at the log file", linkAt("menubar.jsonl"), true, false},
+        // A FIFO must not hold the app: opening one to write blocks until a reader comes.
+        {"FIFO at the lock file", fifoAt("write.lock"), true, true},
+        {"FIFO at the refresh file", fifoAt("menubar-refresh.jsonl"), false, true},
+        {"folder writable by everyone", folderWith([](const fs::path& f) { fs::permissions(f, fs::perms::all); }), true, true},
+        {"folder of another user", folderWith([](const fs::path& f) { EXPECT_EQ(::chown(f.c_str(), 65534, 65534), 0); }), true, true},
+        {"folder is a link", folderLink, true, true},
         {"symbolic link at the lock file", linkAt("write.lock"), true, true},
         {"folder under a regular file", underFile, true, true},
         {"symbolic link at the refresh file", linkAt("menubar-refresh.jsonl"), false, true},
@@ -341,6 +365,7 @@ TEST(ClientLog, RefusedPlacesAreCountedNotRaised) {
         log.record("a", t0, diag(Op::terminalOpen, Outcome::failed, "1"));
         log.recordRefresh("b", PollTrigger::timer, 1, std::nullopt, std::nullopt, t0, diag(Op::menuPoll, Outcome::failed));
         EXPECT_EQ(readFile(victim), "keep");
+        EXPECT_FALSE(fs::exists(elsewhere / "menubar.jsonl"));
         EXPECT_EQ(log.lostWrites(), int(row.transitionsFail) + int(row.refreshFails));
         EXPECT_EQ(log.failures().count("menubar.jsonl"), row.transitionsFail ? 1u : 0u);
         EXPECT_EQ(log.failures().count("menubar-refresh.jsonl"), row.refreshFails ? 1u : 0u);
@@ -366,7 +391,7 @@ TEST(ClientLog, CutShortWritesLeaveWholeLines) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         TempDir tmp;
-        const std::string mount = "mount -t tmpfs -o size=16k tmpfs '" + tmp.path() + "' 2>/dev/null";
+        const std::string mount = "mount -t tmpfs -o size=16k,mode=0700 tmpfs '" + tmp.path() + "' 2>/dev/null";
         if (row.fullDisk && std::system(mount.c_str()) != 0) {
             std::cout << "no tmpfs here: " << row.name << " not tried\n";
             continue;

@@ -7,6 +7,7 @@
 
 #include "MenuJson.h"
 #include "MenuTime.h"
+#include "UntrustedInput.h"
 
 namespace corvane {
 
@@ -95,6 +96,7 @@ TEST(MenuDecode, LenientKeysNeverFailTheAnswer) {
         {{"cliUpdate", 5}}, {{"cliUpToDateAt", "yesterday"}}, {{"desktopDiagnostic", 3}},
         // A damaged enrollment or a missing file path spoils the whole block, not the answer.
         {{"snapshotFiles", {{"snapshot", "/s"}, {"refreshRequest", "/r"}}}},
+        {{"snapshotFiles", {{"snapshot", "/s"}, {"refreshRequest", "r"}, {"openRequest", "/o"}}}},
         {{"snapshotIdentity", {{"apiUrl", "a"}, {"webUrl", "w"}, {"enrollment", {{"machineId", "m"}, {"orgId", 4}}}}}},
         {{"items", {item("action", {{"title", "T"}, {"run", Json::array()}, {"presentation", 5}, {"dismiss", "x"},
                                     {"agent", Json::array()}, {"focus", 1}, {"background", ""}, {"reportClick", Json::object()}})}}},
@@ -132,8 +134,8 @@ TEST(MenuDecode, MapsEachRowType) {
         {item("connection", {{"name", "G"}, {"state", "on, checked 2d ago"}, {"mark", "problem"}, {"checkedAt", "2025-03-01T10:04:30Z"}}),
          {row::Connection{ConnectionMark::muted, "G", "on, checked just now", {}, {}}}},
         {item("connection", {{"name", "G"}}), {}},
-        {item("submenu", {{"title", "More"}, {"items", {item("action", {{"title", "Docs"}, {"url", "d"}}), item("bogus", {})}}}),
-         {row::Submenu{"More", {actionRow("Docs", verb::Url{"d"})}}}},
+        {item("submenu", {{"title", "More"}, {"items", {item("action", {{"title", "Docs"}, {"url", "https://d"}}), item("bogus", {})}}}),
+         {row::Submenu{"More", {actionRow("Docs", verb::Url{"https://d"})}}}},
         {item("action", {{"title", "No verb"}, {"diagnostics", false}}), {}},
         // Verb choice: first match wins; a focus whose pid is out of range is passed over.
         {item("action", {{"title", "T"}, {"focus", focus}, {"terminal", {"open"}}}), {actionRow("T", verb::Focus{"/dev/t", 7, Arguments{"open"}})}},
@@ -145,10 +147,10 @@ TEST(MenuDecode, MapsEachRowType) {
          {actionRow("T", verb::Run{{"r"}})}},
         {item("action", {{"title", "T"}, {"diagnostics", true}}), {actionRow("T", verb::Diagnostics{})}},
         // Click reports of 3 or 5 words and the badge "paused" are kept; anything else is dropped.
-        {item("action", {{"title", "T"}, {"url", "u"}, {"reportClick", report3}, {"badge", "paused"}}),
-         {row::Action{act("T", verb::Url{"u"}, report3, "paused")}}},
-        {item("action", {{"title", "T"}, {"url", "u"}, {"reportClick", report5}, {"badge", "new"}}), {row::Action{act("T", verb::Url{"u"}, report5)}}},
-        {item("action", {{"title", "T"}, {"url", "u"}, {"reportClick", {"report-agent-click", "a", "b", "c"}}}), {actionRow("T", verb::Url{"u"})}},
+        {item("action", {{"title", "T"}, {"url", "https://u"}, {"reportClick", report3}, {"badge", "paused"}}),
+         {row::Action{act("T", verb::Url{"https://u"}, report3, "paused")}}},
+        {item("action", {{"title", "T"}, {"url", "https://u"}, {"reportClick", report5}, {"badge", "new"}}), {row::Action{act("T", verb::Url{"https://u"}, report5)}}},
+        {item("action", {{"title", "T"}, {"url", "https://u"}, {"reportClick", {"report-agent-click", "a", "b", "c"}}}), {actionRow("T", verb::Url{"https://u"})}},
         // Agents: the title takes the age; id and icon make an agent row, else a plain action.
         {item("action", {{"title", "Fix · 3m ago"}, {"run", {"o"}}, {"reportClick", report3},
                          {"agent", {{"id", "s1"}, {"icon", "claude"}, {"status", "working"}, {"statusLabel", "Working"},
@@ -159,12 +161,12 @@ TEST(MenuDecode, MapsEachRowType) {
         {item("action", {{"title", "Fix"}, {"run", {"o"}}, {"agent", {{"id", "s1"}, {"icon", 5}, {"lastActivityAt", "2025-03-01T10:05:00Z"}}}}),
          {actionRow("Fix · just now", verb::Run{{"o"}})}},
         {item("action", {{"title", "Fix"}, {"run", {"o"}},
-                         {"agent", {{"id", "s1"}, {"icon", "codex"}, {"statusLabel", 3}, {"harness", {{"title", 3}, {"url", "u"}}}}}}),
+                         {"agent", {{"id", "s1"}, {"icon", "codex"}, {"statusLabel", 3}, {"harness", {{"title", 3}, {"url", "https://u"}}}}}}),
          {row::Agent{AgentRow{"s1", "codex", {}, {}, {}, act("Fix", verb::Run{{"o"}})}}}},
         // Presentations: a status or connection row carrying the action.
-        {item("action", {{"title", "Open"}, {"url", "u"},
+        {item("action", {{"title", "Open"}, {"url", "https://u"},
                          {"presentation", item("status", {{"title", "R"}, {"mark", "warn"}, {"dismiss", {{"title", "H"}, {"run", {"h"}}}}})}}),
-         {row::Status{StatusMark::warn, "R", {}, act("H", verb::Run{{"h"}}), act("Open", verb::Url{"u"})}}},
+         {row::Status{StatusMark::warn, "R", {}, act("H", verb::Run{{"h"}}), act("Open", verb::Url{"https://u"})}}},
         {item("action", {{"title", "Re"}, {"run", {"a"}}, {"presentation", item("connection", {{"name", "S"}, {"state", "expired"}})}}),
          {row::Connection{ConnectionMark::muted, "S", "expired", {}, act("Re", verb::Run{{"a"}})}}},
     };
@@ -295,12 +297,86 @@ TEST(MenuDecode, SurvivesHostileAnswers) {
     EXPECT_EQ(depthOf(decoded(answerWithItems(submenus)).items), maxMenuDepth);
     // The same through presentations and dismiss items.
     const std::string actions =
-        nested(R"({"type":"action","title":"A","url":"u","dismiss":{"title":"D","url":"v","presentation":)", "1", "}}", 100'000);
-    EXPECT_EQ(decoded(answerWithItems(actions)).items, std::vector<MenuItem>{actionRow("A", verb::Url{"u"})});
+        nested(R"({"type":"action","title":"A","url":"https://u","dismiss":{"title":"D","url":"https://v","presentation":)", "1", "}}", 100'000);
+    EXPECT_EQ(decoded(answerWithItems(actions)).items, std::vector<MenuItem>{actionRow("A", verb::Url{"https://u"})});
     // Deeply nested arrays are not an answer, and freeing them must not recurse either.
     const std::string arrays = nested("[", "", "]", 300'000);
     EXPECT_EQ(describe(decode(arrays)).substr(0, 16), "invalid: answer:");
     EXPECT_EQ(describe(decode(answerWithItems(arrays))).substr(0, 20), "invalid: items[0]: e");
+}
+
+// What an action hands to the system (CLI arguments, a terminal device, an opener) must reach it
+// exactly as the row says and be something the app means to open: a verb that fails this is
+// dropped like any damaged verb, and the next verb key is tried.
+TEST(MenuDecode, VerbsHandNothingOnThatTheSystemWouldMisread) {
+    const std::string nul("a\0b", 3);
+    const auto action = [](Json verbs) {
+        verbs["title"] = "T";
+        return item("action", std::move(verbs));
+    };
+    struct Row { Json item; std::vector<MenuItem> rows; };
+    const Row rows[] = {
+        {action({{"run", {"x", nul}}}), {}},
+        {action({{"run", {nul}}, {"url", "https://x"}}), {actionRow("T", verb::Url{"https://x"})}},
+        {action({{"terminal", {nul}}}), {}},
+        {action({{"background", {{"argv", {nul}}, {"progress", "p"}, {"detail", "d"}}}}), {}},
+        {action({{"focus", {{"tty", "/dev/pts/3"}, {"appPid", 7}}}}), {actionRow("T", verb::Focus{"/dev/pts/3", 7, {}})}},
+        {action({{"focus", {{"tty", "/dev/ttys1" + nul}, {"appPid", 7}}}, {"terminal", {"t"}}}),
+         {actionRow("T", verb::Terminal{{"t"}})}},
+        {action({{"focus", {{"tty", "/dev/../home/u/fifo"}, {"appPid", 7}}}}), {}},
+        {action({{"url", "https://x"}, {"reportClick", {"report-agent-click", "a", nul}}}), {actionRow("T", verb::Url{"https://x"})}},
+        {action({{"url", "HTTP://X"}}), {actionRow("T", verb::Url{"HTTP://X"})}},
+        {action({{"url", "claude://sessions/1"}}), {actionRow("T", verb::Url{"claude://sessions/1"})}},
+        {action({{"url", "javascript:alert(1)"}}), {}},
+        {action({{"url", "data:text/html,<script>x</script>"}}), {}},
+        {action({{"url", "file:///etc/passwd"}}), {}},
+        {action({{"url", "vscode://open?x"}}), {}},
+        {action({{"url", "--help"}}), {}},
+        {action({{"url", "https://x/a b"}}), {}},
+        {action({{"url", "https://x/" + std::string(urlLengthLimit, 'a')}}), {}},
+        {action({{"file", "/home/u/notes.txt"}}), {actionRow("T", verb::File{"/home/u/notes.txt"})}},
+        {action({{"file", "notes.txt"}}), {}},
+        {action({{"file", "-n"}}), {}},
+        {action({{"file", "/home/u/run.desktop"}}), {}},
+        {action({{"file", "/Applications/Evil.APP/"}}), {}},
+        {action({{"file", "/home/u/x" + nul}}), {}},
+        {action({{"copy", "text"}}), {actionRow("T", verb::Copy{"text"})}},
+        {action({{"copy", nul}}), {}},
+        {action({{"copy", std::string(copyTextLimit + 1, 'c')}}), {}},
+    };
+    for (const auto& row : rows) EXPECT_EQ(rowsOf(Json::array({row.item})), row.rows) << row.item.dump().substr(0, 200);
+}
+
+// However many rows and folders an answer names, the app builds a bounded menu and watches a
+// bounded set of absolute folders.
+TEST(MenuDecode, OneAnswerCostsABoundedMenu) {
+    const auto numbered = [](std::size_t count) {
+        Json rows = Json::array();
+        for (std::size_t i = 0; i < count; ++i) rows.push_back(item("action", {{"title", std::to_string(i)}, {"run", {"r"}}}));
+        return rows;
+    };
+    const auto leftOut = [](const char* count) {
+        return MenuItem(row::Status{StatusMark::muted, std::string(count) + " not shown", "A menu shows at most 1,000 rows.", {}, {}});
+    };
+    // Past the limit the rest of a list is not read; each list that lost rows says how many.
+    const MenuPayload flat = decoded(answerWith({{"items", numbered(2'500)}, {"more", numbered(1)}}));
+    ASSERT_EQ(flat.items.size(), maxMenuRows + 1);
+    EXPECT_EQ(flat.items.back(), leftOut("1,500 more rows"));
+    EXPECT_EQ(flat.more, std::vector<MenuItem>{leftOut("1 more row")});
+    const MenuPayload nested = decoded(answerWith({{"items", {item("submenu", {{"title", "S"}, {"items", numbered(1'200)}}), numbered(1)[0]}}}));
+    ASSERT_EQ(nested.items.size(), 2u);
+    const auto& submenu = nested.items[0].as<row::Submenu>()->items;
+    ASSERT_EQ(submenu.size(), maxMenuRows + 1);
+    EXPECT_EQ(submenu.back(), leftOut("200 more rows"));
+    EXPECT_EQ(nested.items[1], leftOut("1 more row"));
+
+    Json paths = {"/a", "relative", "/a", "/b" + std::string("\0x", 2), ""};
+    std::vector<std::string> expected{"/a"};
+    for (std::size_t i = 0; i < 100; ++i) {
+        paths.push_back("/w/" + std::to_string(i));
+        if (expected.size() < maxWatchPaths) expected.push_back("/w/" + std::to_string(i));
+    }
+    EXPECT_EQ(decoded(answerWith({{"watchPaths", paths}})).watchPaths, expected);
 }
 
 }  // namespace

@@ -36,14 +36,6 @@ std::vector<pid_t> markedProcesses(const std::string& mark) {
     return found;
 }
 
-// Peak resident memory of a live process in MB, from /proc.
-double peakMegabytes(pid_t pid) {
-    std::istringstream status(readText("/proc/" + std::to_string(pid) + "/status"));
-    for (std::string line; std::getline(status, line);)
-        if (line.rfind("VmHWM:", 0) == 0) return std::stod(line.substr(6)) / 1024.0;
-    return -1;
-}
-
 // The stand-in's answer: one row, and snapshot files in the CLI's own state folder.
 Json standInAnswer(const fs::path& state, double refreshSeconds) {
     return {{"contract", 1}, {"appEnv", "production"}, {"cliVersion", "1.4.0"}, {"icon", "running"},
@@ -75,7 +67,13 @@ struct Fault {
     std::string prelude = {};  // shell commands before the app starts, e.g. a limit
     bool fullDisk = false;     // the log folder on a tmpfs with about half a page left
     Json lastDiagnostic = {};  // of the last transition line, when given
+    std::vector<std::string> environment = {};  // more changes to the app's environment
+    // Checks once the app has ended, given the world and the CLI's state folder.
+    std::function<void(const SimWorld&, const fs::path&)> verify = {};
 };
+
+// What a user's own file looks like, for the faults that point the app at one.
+const std::string usersFile = "export PATH=\"$HOME/bin:$PATH\"\n";
 
 const Fault faults[] = {
     {.name = "snapshot is a folder",
@@ -90,8 +88,6 @@ const Fault faults[] = {
          std::ofstream(state / "snapshot.json") << "{";
          fs::resize_file(state / "snapshot.json", 100u << 20);
      }},
-    {.name = "open request is a FIFO",
-     .setup = [](const SimWorld&, const fs::path& state) { mkfifo((state / "open-request").c_str(), 0600); }},
     {.name = "detected-clients record is a FIFO", .setup = [](const SimWorld& w, const fs::path&) {
          fs::create_directories(w.home / ".config/corvane/state");
          mkfifo((w.home / ".config/corvane/state/detected-clients.json").c_str(), 0600);
@@ -117,6 +113,42 @@ const Fault faults[] = {
      .openings = 15, .prelude = "ulimit -f 1"},
     {.name = "disk full", .menu = brokenCli, .shown = "corvane menu exited 3", .shownWithinSeconds = 20,
      .openings = 15, .fullDisk = true},
+    // The app runs in the home folder (see below). A login shell's PATH recorded with "." must
+    // not make it run a `corvane` planted there, nor give any child a relative PATH entry.
+    {.name = "relative folders in the recorded PATH",
+     .menu = "echo \"$PATH\" > path\ncat answer.json",
+     .setup = [](const SimWorld& w, const fs::path&) {
+         fs::create_directories(w.home / ".config/corvane/state");
+         std::ofstream(w.home / ".config/corvane/state/detected-clients.json")
+             << Json{{"path", ".:bin:" + w.cliPath.parent_path().string()}}.dump();
+         std::ofstream(w.home / "corvane") << "#!/bin/sh\ntouch \"$HOME/planted-ran\"\n";
+         fs::permissions(w.home / "corvane", fs::perms::owner_all);
+     },
+     .environment = {"CORVANE_CLI_PATH"},
+     .verify = [](const SimWorld& w, const fs::path&) {
+         EXPECT_FALSE(fs::exists(w.home / "planted-ran"));
+         std::istringstream entries(readText(w.root / "path"));
+         for (std::string entry; std::getline(entries, entry, ':');)
+             EXPECT_TRUE(entry.starts_with("/")) << "relative PATH entry: " << entry;
+     }},
+    // The CLI names the user's own file as its open request: opening the menu leaves it whole.
+    {.name = "open request is a file of the user",
+     .setup = [](const SimWorld&, const fs::path& state) { std::ofstream(state / "open-request") << usersFile; },
+     .verify = [](const SimWorld&, const fs::path& state) { EXPECT_EQ(readText(state / "open-request"), usersFile); }},
+    // Whatever sits in the log folder, the app never waits on it, neither while running nor at
+    // the last flush when it quits.
+    {.name = "log lock is a FIFO", .menu = brokenCli,
+     .setup = [](const SimWorld& w, const fs::path&) {
+         fs::create_directories(w.logFolder());
+         mkfifo((w.logFolder() / "write.lock").c_str(), 0600);
+     },
+     .shown = "corvane menu exited 3", .shownWithinSeconds = 20},
+    {.name = "refresh log is a FIFO", .menu = brokenCli,
+     .setup = [](const SimWorld& w, const fs::path&) {
+         fs::create_directories(w.logFolder());
+         mkfifo((w.logFolder() / "menubar-refresh.jsonl").c_str(), 0600);
+     },
+     .shown = "corvane menu exited 3", .shownWithinSeconds = 20},
 };
 
 class FaultTest : public ::testing::TestWithParam<Fault> {
@@ -155,9 +187,11 @@ TEST_P(FaultTest, TheAppKeepsAnsweringAndEndsCleanly) {
         std::ofstream(world.stateHome / "filler") << std::string(6000, 'x');
     }
     world.extraEnvironment = {mark};
+    world.extraEnvironment.insert(world.extraEnvironment.end(), fault.environment.begin(), fault.environment.end());
     HeadlessApp app;
+    // Started from the home folder, as a launcher would.
     ASSERT_TRUE(app.start("/bin/sh", world.appEnvironment(), world.root / "app.err",
-                          {"-c", fault.prelude + "\nexec \"$0\" --headless", CORVANE_MENUBAR_EXE}));
+                          {"-c", "cd \"$HOME\"\n" + fault.prelude + "\nexec \"$0\" --headless", CORVANE_MENUBAR_EXE}));
     ASSERT_TRUE(app.waitFrameWith(fault.shown, fault.shownWithinSeconds)) << app.errors();
 
     // Openings read the snapshot and write the open request; each must still get its frame.
@@ -181,10 +215,12 @@ TEST_P(FaultTest, TheAppKeepsAnsweringAndEndsCleanly) {
     EXPECT_TRUE(waitFor([&] { return markedProcesses(mark).empty(); }, 3))
         << markedProcesses(mark).size() << " processes of the CLI outlived the app";
     for (const char* name : {"menubar.jsonl", "menubar-refresh.jsonl"}) {
+        if (!fs::is_regular_file(world.logFolder() / name)) continue;  // a planted FIFO is left alone
         std::istringstream lines(readText(world.logFolder() / name));
         for (std::string line; std::getline(lines, line);)
             EXPECT_TRUE(Json::parse(line, nullptr, false).is_object()) << name << ": " << line;
     }
+    if (fault.verify) fault.verify(world, state);
     if (!fault.lastDiagnostic.is_null()) {
         EXPECT_EQ(lastJsonLine(world.logFolder() / "menubar.jsonl")["diagnostic"], fault.lastDiagnostic);
     }

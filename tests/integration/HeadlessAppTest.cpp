@@ -423,3 +423,58 @@ TEST_F(HeadlessAppTest, EveryWayOutEndsCleanlyAndStopsARunningTask) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace harness;
+
+// In a terminal the app draws the menu as text. A CLI whose rows hold escape sequences must not
+// reach the terminal with them: setting the clipboard (OSC 52), retitling the window (OSC 2),
+// clearing the screen, or the same through C1 controls. The app draws its own few escapes only.
+TEST(HeadlessTerminal, NoControlCharacterOfTheCliReachesTheTerminal) {
+    SimWorld world(CORVANE_SIM_EXE);
+    const Json items = Json::array(
+        {{{"type", "header"}, {"title", "Marker \x1b]52;c;ZWNobyBwd25lZA==\x07 \x1b]2;pwned\x07"}},
+         {{"type", "action"}, {"title", "Clear \x1b[2J\x1b" "c \u009b2J \u009d0;x\u009c"}, {"run", {"x"}}},
+         {{"type", "action"}, {"title", "Copy"}, {"copy", "\x1b[31mred"}}});
+    const fs::path answer = world.root / "answer.json";
+    std::ofstream(answer) << Json{{"contract", 1}, {"appEnv", "production"}, {"cliVersion", "1.4.2"},
+                                  {"icon", "running"}, {"refreshSeconds", 60}, {"watchPaths", Json::array()},
+                                  {"items", items}, {"more", Json::array()}}.dump();
+    const fs::path cli = world.root / "bin" / "escaping-corvane";
+    std::ofstream(cli) << "#!/bin/sh\n[ \"$1\" = menu ] && exec cat '" << answer.string() << "'\n";
+    fs::permissions(cli, fs::perms::owner_all);
+    world.extraEnvironment = {"CORVANE_CLI_PATH=" + cli.string(), "TERM=xterm"};
+
+    // `script` gives the app a terminal and copies what it draws to its own stdout.
+    Spawned child = spawnProcess("/usr/bin/script", {"-qfec", std::string(CORVANE_MENUBAR_EXE) + " --headless", "/dev/null"},
+                                 world.appEnvironment(), true);
+    ASSERT_GT(child.pid, 0);
+    std::string screen;
+    const auto shown = [&](std::string_view text) {
+        return waitFor([&] {
+            readSome(child.outFd, screen, 20);
+            return screen.find(text) != std::string::npos;
+        }, 30);
+    };
+    ASSERT_TRUE(shown("Marker")) << screen;
+    const std::string pickCopy = "pick 2\n";
+    ASSERT_EQ(write(child.inFd, pickCopy.data(), pickCopy.size()), static_cast<ssize_t>(pickCopy.size()));
+    ASSERT_TRUE(shown("Copied to the clipboard")) << screen;
+    const std::string quit = "quit\n";
+    ASSERT_EQ(write(child.inFd, quit.data(), quit.size()), static_cast<ssize_t>(quit.size()));
+    const ProcessResult rest = finish(child, 20);
+    screen += rest.out;
+    EXPECT_EQ(rest.exitCode, 0) << rest.err;
+
+    // Only the app's own escapes: cursor home, erase line and below, dim, reverse, plain.
+    const std::regex own("\x1b\\[(H|K|J|2m|7m|0m)");
+    const std::string bare = std::regex_replace(screen, own, "");
+    EXPECT_EQ(bare.find('\x1b'), std::string::npos) << bare;
+    EXPECT_EQ(bare.find('\x07'), std::string::npos);
+    EXPECT_EQ(bare.find("\xc2\x9b"), std::string::npos);
+    EXPECT_EQ(bare.find("\xc2\x9d"), std::string::npos);
+    EXPECT_NE(bare.find("Marker \xEF\xBF\xBD]52;c;"), std::string::npos) << "the text itself is still shown";
+}
+
+}  // namespace

@@ -207,6 +207,14 @@ inline bool processAlive(pid_t pid) {
     return close != std::string::npos && close + 2 < text.size() && text[close + 2] != 'Z';
 }
 
+// Peak resident memory of a live process in MB, from /proc (-1 where there is none).
+inline double peakMegabytes(pid_t pid) {
+    std::istringstream status(readText("/proc/" + std::to_string(pid) + "/status"));
+    for (std::string line; std::getline(status, line);)
+        if (line.rfind("VmHWM:", 0) == 0) return std::stod(line.substr(6)) / 1024.0;
+    return -1;
+}
+
 // A private world for one app run: a home, XDG folders, the simulator's state folder and a
 // `corvane` link to the simulator that the app finds through CORVANE_CLI_PATH.
 class SimWorld {

@@ -14,6 +14,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "UntrustedInput.h"
+
 #include "platform/posix/HostPlatform.h"
 #include "FixedAppearance.h"
 #include "HeadlessLoginItem.h"
@@ -82,7 +84,10 @@ Json errorEvent(const std::string& message) {
     return line;
 }
 
-std::string compact(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+// A terminal may be showing the lines (--json in a terminal): no C1 control reaches it raw.
+std::string compact(const Json& json) {
+    return escapeJsonControls(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
 
 // Reads stdin on a thread of its own and hands every command line, and the end of input, to the
 // main loop. It waits with select(), which (unlike poll() on macOS) also works on a terminal.

@@ -2,12 +2,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include "UntrustedInput.h"
+
 namespace corvane {
 
 namespace {
 // nlohmann::ordered_json keeps "event" first, which makes the lines easy to scan and grep.
 std::string line(const nlohmann::ordered_json& event) {
-    return event.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    return escapeJsonControls(event.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 }  // namespace
 

@@ -16,7 +16,8 @@ namespace corvane {
 //   {"event":"focus","tty":"…","appPid":123}         (focused as `focusSucceeds` says)
 //   {"event":"alert","message":"…","informative":"…"}
 //   {"event":"activate"}
-// Invalid UTF-8 in a text is replaced by U+FFFD rather than failing.
+// Invalid UTF-8 in a text is replaced by U+FFFD rather than failing; DEL and the C1 controls are
+// written as \u escapes like the C0 ones.
 class PrintingEffects : public Effects {
 public:
     using LineWriter = std::function<void(std::string_view line)>;

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "UntrustedInput.h"
+
 namespace corvane {
 namespace {
 
@@ -23,8 +25,12 @@ bool flag(const Json& object, const char* key) {
 }
 
 // One line of at most `columns` characters (code points; 0: no limit), "…" where it was cut.
+// Every text on screen passes here: its line ends are joined, and any other control character
+// (which a CLI could use to set the clipboard, retitle the window or clear the screen) is shown
+// as U+FFFD instead of reaching the terminal.
 std::string fitted(std::string line, std::size_t columns) {
     for (auto at = line.find('\n'); at != std::string::npos; at = line.find('\n', at)) line.replace(at, 1, " — ");
+    line = terminalSafeText(line);
     if (columns == 0) return line;
     std::size_t count = 0;
     for (std::size_t i = 0; i < line.size(); ++i) {

@@ -8,6 +8,8 @@
 
 #include <unistd.h>
 
+#include "UntrustedInput.h"
+
 namespace corvane {
 namespace {
 const QByteArray openRequest = QByteArrayLiteral("open\n");
@@ -16,21 +18,33 @@ constexpr int answerMilliseconds = 1500;
 
 SingleInstance::SingleInstance(const QString& folder, const QString& name)
     : lockPath_(folder + QLatin1Char('/') + name + QStringLiteral(".lock")),
-      socketPath_(folder + QLatin1Char('/') + name + QStringLiteral(".socket")) {}
+      socketPath_(folder + QLatin1Char('/') + name + QStringLiteral(".socket")),
+      unguarded_(folder.isEmpty()) {}
 
 SingleInstance::~SingleInstance() = default;
 
 QString SingleInstance::defaultFolder() {
+    // Another local user must not be able to hold the lock or answer on the socket: the folder
+    // must be this user's own and closed to everyone else (a shared temporary folder lets anyone
+    // create "corvane-<uid>" first).
+    const auto isPrivate = [](const QByteArray& path, bool create) {
+        const int fd = openTrustedFolder(path.toStdString(), create, true);
+        if (fd < 0) return false;
+        ::close(fd);
+        return true;
+    };
     const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
-    if (!runtime.isEmpty() && runtime.startsWith('/') && QDir(QString::fromLocal8Bit(runtime)).exists())
-        return QString::fromLocal8Bit(runtime);
+    if (!runtime.isEmpty() && isPrivate(runtime, false)) return QString::fromLocal8Bit(runtime);
     const QString folder = QDir::tempPath() + QStringLiteral("/corvane-") + QString::number(::getuid());
-    QDir().mkpath(folder);
-    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return folder;
+    if (isPrivate(QFile::encodeName(folder), true)) return folder;
+    return {};
 }
 
 SingleInstance::Role SingleInstance::claim(std::function<void()> onOpenRequest) {
+    if (unguarded_) {
+        qWarning("corvane-menubar: no private folder for the single-instance lock; not checking for a running copy");
+        return Role::primary;
+    }
     lock_ = std::make_unique<QLockFile>(lockPath_);
     lock_->setStaleLockTime(0);  // only a dead holder's lock is stale, however old
     if (!lock_->tryLock(0)) {

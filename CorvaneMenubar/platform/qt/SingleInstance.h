@@ -21,7 +21,8 @@ class SingleInstance : public QObject {
 public:
     enum class Role { primary, secondary, failed };
 
-    // `folder` holds "<name>.lock" and "<name>.socket".
+    // `folder` holds "<name>.lock" and "<name>.socket". With an empty folder (no private one
+    // exists) nothing is locked and every start serves.
     SingleInstance(const QString& folder, const QString& name);
     ~SingleInstance() override;
 
@@ -31,7 +32,9 @@ public:
     // not answer (the caller runs anyway rather than leave the user with nothing).
     Role claim(std::function<void()> onOpenRequest);
 
-    // $XDG_RUNTIME_DIR, else a per-user folder under the temporary folder.
+    // $XDG_RUNTIME_DIR, else "corvane-<uid>" under the temporary folder (made with mode 0700),
+    // each only when it is a real folder of this user that nobody else can enter (see
+    // `openTrustedFolder`); empty when neither is.
     static QString defaultFolder();
 
 private:
@@ -40,6 +43,7 @@ private:
     std::unique_ptr<QLockFile> lock_;
     std::unique_ptr<QLocalServer> server_;
     std::function<void()> onOpenRequest_;
+    bool unguarded_ = false;
 };
 
 }  // namespace corvane

@@ -7,7 +7,12 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <fcntl.h>
+#include <string_view>
 #include <unistd.h>
+
+#include "BoundedFile.h"
+#include "Uuid.h"
 
 namespace corvane {
 namespace {
@@ -34,6 +39,8 @@ std::string execValue(const std::string& executable) {
     std::string quoted = "\"";
     for (char c : executable) {
         if (c == '"' || c == '`' || c == '$' || c == '\\') quoted += '\\';
+        // The launcher expands field codes (%f, %u, %k...) even inside quotes: "%%" is a "%".
+        if (c == '%') quoted += '%';
         quoted += c;
     }
     quoted += '"';
@@ -102,14 +109,14 @@ std::string XdgLoginItem::entryText() const {
 
 LoginItemStatus XdgLoginItem::status() const {
     if (entryPath_.empty()) return LoginItemStatus::notFound;
-    std::ifstream entry(entryPath_);
-    if (!entry) return LoginItemStatus::notRegistered;
-    // Bounded: an autostart entry is a few hundred bytes; a huge file is read no further.
+    // Bounded and never blocking: an autostart entry is a few hundred bytes; anything but a
+    // regular file (a FIFO, a folder) or a huge one counts as no entry.
+    const auto text = readBoundedFile(entryPath_, 65536);
+    if (!text) return LoginItemStatus::notRegistered;
+    std::istringstream entry(*text);
     std::string line;
-    std::size_t read = 0;
     bool inMainGroup = false;
-    while (read < 65536 && std::getline(entry, line)) {
-        read += line.size() + 1;
+    while (std::getline(entry, line)) {
         if (!line.empty() && line.back() == '\r') line.pop_back();
         if (!line.empty() && line.front() == '[') inMainGroup = line == "[Desktop Entry]";
         else if (inMainGroup && (line == "Hidden=true" || line == "X-GNOME-Autostart-enabled=false"))
@@ -123,12 +130,23 @@ std::optional<std::string> XdgLoginItem::registerApp() {
     std::error_code error;
     std::filesystem::create_directories(folder_, error);
     if (error) return "cannot create " + folder_ + ": " + error.message();
-    const std::string temporary = entryPath_ + ".tmp-" + std::to_string(::getpid());
+    // A new file of a name nobody can guess, made here and nowhere else: never a link or a file
+    // someone planted at the temporary name.
+    const std::string temporary = entryPath_ + ".tmp-" + makeUuid();
     {
-        std::ofstream out(temporary, std::ios::trunc);
-        out << entryText();
-        out.flush();
-        if (!out) {
+        const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, 0644);
+        if (fd < 0) return "cannot write " + entryPath_ + ": " + std::strerror(errno);
+        const std::string text = entryText();
+        std::string_view bytes = text;
+        bool written = true;
+        while (written && !bytes.empty()) {
+            const auto count = ::write(fd, bytes.data(), bytes.size());
+            if (count < 0 && errno == EINTR) continue;
+            written = count > 0;
+            if (written) bytes.remove_prefix(static_cast<std::size_t>(count));
+        }
+        written = ::close(fd) == 0 && written;
+        if (!written) {
             std::filesystem::remove(temporary, error);
             return "cannot write " + entryPath_;
         }

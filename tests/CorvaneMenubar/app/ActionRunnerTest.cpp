@@ -215,6 +215,11 @@ TEST(ActionRunner, EffectVerbsAndFocusFallingBackToTerminal) {
     const Row rows[] = {
         {.verb = verb::Url{"https://corvane.dev"}, .calls = {E::OpenUrl{"https://corvane.dev"}}},
         {.verb = verb::File{"/tmp/log"}, .calls = {E::OpenFile{"/tmp/log"}}},
+        // A program is never handed to the opener (it would run it); a relative path never either.
+        {.verb = verb::File{"/bin/sh"},
+         .calls = {E::ShowAlert{std::string(ActionRunner::executableFileMessage),
+                                std::string(ActionRunner::executableFileGuidance)}}},
+        {.verb = verb::File{"tmp/log"}, .calls = {}},
         {.verb = verb::Copy{"abc"}, .calls = {E::CopyText{"abc"}}},
         {.verb = verb::Diagnostics{}, .calls = {E::CopyText{"report"}}, .hasDiagnostics = true},
         {.verb = verb::Diagnostics{}, .calls = {E::CopyText{""}}},

@@ -15,6 +15,7 @@ TEST(PrintingEffects, EachEffectIsOneJsonLine) {
     effects.openUrl("https://example.com/a?b=\"c\"");
     effects.openFile("/tmp/x y");
     effects.copyText("line1\nline2 \xff");
+    effects.copyText("\u009b2J\x7f\u00a0");
     EXPECT_EQ(effects.openTerminal("'/usr/bin/corvane' login"), std::nullopt);
     EXPECT_FALSE(effects.focusSession("/dev/ttys003", 42).focused);
     effects.showAlert("Corvane can't open Terminal", "Paste it.");
@@ -23,6 +24,7 @@ TEST(PrintingEffects, EachEffectIsOneJsonLine) {
         R"({"event":"openUrl","url":"https://example.com/a?b=\"c\""})",
         R"({"event":"openFile","path":"/tmp/x y"})",
         "{\"event\":\"copy\",\"text\":\"line1\\nline2 \xef\xbf\xbd\"}",
+        "{\"event\":\"copy\",\"text\":\"\\u009b2J\\u007f\u00a0\"}",
         R"({"event":"openTerminal","command":"'/usr/bin/corvane' login"})",
         R"({"event":"focus","tty":"/dev/ttys003","appPid":42})",
         R"({"event":"alert","message":"Corvane can't open Terminal","informative":"Paste it."})",

@@ -50,6 +50,14 @@ TEST(TerminalScreen, FramesReadAsAMenuWithTheirPickPaths) {
             {"title":"Update?\nIncludes faster sync.","enabled":true},
             {"title":"été","enabled":true}]})",
          false, {"Corvane — icon: paused …", "", "     0  Update? — Inclu…", "     1  été"}, 24},
+        // A CLI's control characters never reach the terminal: the clipboard (OSC 52), the window
+        // title (OSC 2), a screen clear, the C1 CSI, DEL, a tab and a C1 badge all show as U+FFFD.
+        {R"({"icon":"running","tooltip":"C\u001b]2;pwned\u0007","menuOpen":false,"items":[
+            {"title":"\u001b]52;c;ZWNobyBoaQ==\u0007x","enabled":true},
+            {"title":"\u001b[2J\u009b2J\u007f\tz","enabled":false,"badge":"\u0085"}]})",
+         true,
+         {"C\uFFFD]2;pwned\uFFFD — icon: running — menu closed", "", "     0  \uFFFD]52;c;ZWNobyBoaQ==\uFFFDx",
+          "     1  \x1b[2m\uFFFD[2J\uFFFD2J\uFFFD\uFFFDz [\uFFFD]\x1b[0m"}},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(&r - rows);

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
+#include <vector>
 #include <thread>
 
 #include "support/TempFolder.h"
@@ -39,6 +41,53 @@ TEST(SystemDirectoryWatcher, AFileWrittenReachesTheLoopUntilTheWatchIsDestroyed)
     loop.runPending();
     EXPECT_EQ(events, delivered);
 }
+
+#ifdef __linux__
+// inotify instances this process holds (each is an "anon_inode:inotify" descriptor).
+int inotifyInstances() {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        count += std::filesystem::read_symlink(entry.path(), error).string() == "anon_inode:inotify";
+    }
+    return count;
+}
+
+// A user has 128 inotify instances for all their programs: however many folders an answer names,
+// the app takes one, and two watches of one folder each still get its events.
+TEST(SystemDirectoryWatcher, EveryWatchSharesOneInotifyInstance) {
+    TempFolder folder;
+    FakeMainLoop loop;
+    auto watcher = makeSystemDirectoryWatcher(loop);
+    const int before = inotifyInstances();
+    std::vector<std::unique_ptr<DirectoryWatch>> watches;
+    for (int i = 0; i < 2000; ++i) {
+        std::filesystem::create_directory(folder / std::to_string(i));
+        watches.push_back(watcher->watch(folder / std::to_string(i), [] {}));
+        ASSERT_NE(watches.back(), nullptr) << i;
+    }
+    EXPECT_EQ(inotifyInstances() - before, 1);
+
+    int first = 0, second = 0;
+    auto one = watcher->watch(folder / "7", [&] { ++first; });
+    auto other = watcher->watch(folder / "7", [&] { ++second; });
+    const auto writeAndDeliver = [&](const std::string& name) {
+        std::ofstream(folder / ("7/" + name)) << "x";
+        for (int i = 0; i < 500 && loop.pendingJobCount() == 0; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        loop.runPending();
+    };
+    writeAndDeliver("a");
+    EXPECT_GE(first, 1);
+    EXPECT_GE(second, 1);
+    one.reset();  // the other watch of the folder goes on
+    writeAndDeliver("b");
+    EXPECT_GE(second, 2);
+    watches.clear();
+    other.reset();
+    watcher.reset();
+    EXPECT_EQ(inotifyInstances(), before);
+}
+#endif
 
 }  // namespace
 }  // namespace corvane

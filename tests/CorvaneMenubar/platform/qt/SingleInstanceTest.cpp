@@ -3,6 +3,12 @@
 #include <QFile>
 #include <QTest>
 
+#include <filesystem>
+#include <functional>
+#include <optional>
+
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "support/TempFolder.h"
@@ -36,6 +42,48 @@ TEST(SingleInstanceTest, LaterStartsAskTheFirstToOpenItsMenuAndStaleLocksAreTake
     // Another environment has its own lock.
     SingleInstance other(path, QStringLiteral("app.staging"));
     EXPECT_EQ(other.claim([] {}), SingleInstance::Role::primary);
+}
+
+// Another local user can create folders in the shared temporary folder and set the environment
+// of nobody but themselves: the lock folder is used only when it is this user's own and closed
+// to others, and without one every start serves rather than obey a stranger's socket.
+TEST(SingleInstanceTest, TheLockFolderIsPrivateOrNotUsed) {
+    testing::TempFolder root;
+    const std::string ours = root / "ours", theirs = root / "theirs", open = root / "open", link = root / "link";
+    const std::string tmp = root / "tmp", squatted = tmp + "/corvane-" + std::to_string(::getuid());
+    for (const auto& folder : {ours, theirs, open}) std::filesystem::create_directory(folder);
+    std::filesystem::permissions(ours, std::filesystem::perms::owner_all);
+    std::filesystem::permissions(open, std::filesystem::perms::owner_all | std::filesystem::perms::group_read);
+    ASSERT_EQ(::chown(theirs.c_str(), 65534, 65534), 0);
+    std::filesystem::permissions(theirs, std::filesystem::perms::owner_all);
+    std::filesystem::create_directory_symlink(ours, link);
+    struct Case { const char* name; std::optional<std::string> runtime; std::function<void()> plant; std::string folder; };
+    const Case cases[] = {
+        {"runtime folder", ours, {}, ours},
+        {"runtime folder others may read", open, {}, squatted},
+        {"runtime folder of another user", theirs, {}, squatted},
+        {"runtime folder is a link", link, {}, squatted},
+        {"no runtime folder", std::nullopt, {}, squatted},
+        {"temporary folder squatted by another user", std::nullopt,
+         [&] { std::filesystem::create_directory(squatted); ASSERT_EQ(::chown(squatted.c_str(), 65534, 65534), 0); }, ""},
+        {"temporary folder open to everyone", std::nullopt,
+         [&] { std::filesystem::create_directory(squatted); std::filesystem::permissions(squatted, std::filesystem::perms::all); }, ""},
+    };
+    const QByteArray savedRuntime = qgetenv("XDG_RUNTIME_DIR"), savedTmp = qgetenv("TMPDIR");
+    for (const auto& c : cases) {
+        std::filesystem::remove_all(tmp);
+        std::filesystem::create_directory(tmp);
+        if (c.plant) c.plant();
+        if (c.runtime) qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(*c.runtime));
+        else qunsetenv("XDG_RUNTIME_DIR");
+        qputenv("TMPDIR", QByteArray::fromStdString(tmp));
+        EXPECT_EQ(SingleInstance::defaultFolder().toStdString(), c.folder) << c.name;
+    }
+    qputenv("XDG_RUNTIME_DIR", savedRuntime);
+    if (savedTmp.isEmpty()) qunsetenv("TMPDIR");
+    else qputenv("TMPDIR", savedTmp);
+    SingleInstance unguarded(QString(), QStringLiteral("app"));
+    EXPECT_EQ(unguarded.claim([] {}), SingleInstance::Role::primary);
 }
 
 }  // namespace
