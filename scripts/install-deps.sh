@@ -18,7 +18,10 @@ packages=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libgtest-dev
           libgnustep-gui-dev libobjc-12-dev libblocksruntime-dev
           # The Qt desktop shell, its package and its end-to-end runs on a real X server.
           qt6-base-dev qt6-svg-dev libxcb1-dev desktop-file-utils dpkg-dev fonts-dejavu-core
-          xvfb xauth trayer xdotool xclip imagemagick x11-utils dbus dbus-x11)
+          xvfb xauth trayer xdotool xclip imagemagick x11-utils dbus dbus-x11
+          # Real panels for the end-to-end runs: xfce4-panel on Xvfb, waybar's tray on headless sway
+          # (with a small virtual-pointer client built from wayland-scanner's output).
+          xfce4-panel xfwm4 xfconf sway waybar grim qt6-wayland libwayland-dev pkg-config)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
@@ -29,4 +32,10 @@ if ((${#missing[@]})); then
   [[ $(id -u) -eq 0 ]] || sudo="sudo"
   $sudo apt-get update -qq
   DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
+
+# sway refuses to run as root: a build and test run as root hands the sway end-to-end runs to this
+# ordinary account (no password, no login shell).
+if [[ $(id -u) -eq 0 ]] && ! id corvane-e2e >/dev/null 2>&1; then
+  useradd --system --create-home --shell /usr/sbin/nologin corvane-e2e
 fi

@@ -15,8 +15,9 @@ public:
 // How the desktop looks where the status icon is drawn. AppKit: the status button's
 // `effectiveAppearance` (matched against the dark and light system appearances, observed with
 // key-value observation) and `NSWorkspace.accessibilityDisplayShouldReduceMotion`. Qt: the
-// panel's palette (window text lighter than the window = dark), the desktop's reduce-motion
-// setting where one exists, `QEvent::PaletteChange`/`ThemeChange`. Main thread only.
+// panel's own colour where the desktop publishes it (`panelShade`: xfconf, KDE's colour scheme,
+// waybar's style sheet; dark elsewhere), the desktop's reduce-motion setting where one exists.
+// Main thread only.
 class Appearance {
 public:
     virtual ~Appearance() = default;

@@ -1,12 +1,17 @@
 #include "QtAppearance.h"
 
+#include <QDBusArgument>
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusServiceWatcher>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDir>
 #include <QEvent>
+#include <QFile>
+#include <QTimer>
 #include <QGuiApplication>
-#include <QPalette>
 
 #include <map>
 
@@ -15,14 +20,47 @@ namespace {
 const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
-const QString appearanceNamespace = QStringLiteral("org.freedesktop.appearance");
 const QString gnomeInterfaceNamespace = QStringLiteral("org.gnome.desktop.interface");
+const QString xfconfService = QStringLiteral("org.xfce.Xfconf");
+const QString xfconfPath = QStringLiteral("/org/xfce/Xfconf");
+const QString panelChannel = QStringLiteral("xfce4-panel");
 
 // Read answers a variant that older portals wrap in one more variant.
 QVariant unwrap(QVariant value) {
     for (int depth = 0; depth < 4 && value.canConvert<QDBusVariant>(); ++depth)
         value = value.value<QDBusVariant>().variant();
     return value;
+}
+// One xfconf value as text: booleans "true" or "false", numbers as written, arrays joined by ",".
+QString xfconfText(const QVariant& value, int depth = 0) {
+    const QVariant plain = unwrap(value);
+    if (plain.canConvert<QDBusArgument>()) {
+        const auto argument = plain.value<QDBusArgument>();
+        if (depth > 0 || argument.currentType() != QDBusArgument::ArrayType) return {};
+        QStringList parts;
+        argument.beginArray();
+        while (!argument.atEnd()) {
+            QDBusVariant element;
+            argument >> element;
+            if (parts.size() < 64) parts << xfconfText(element.variant(), depth + 1);
+        }
+        argument.endArray();
+        return parts.join(QLatin1Char(','));
+    }
+    if (plain.typeId() == QMetaType::Bool) return plain.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    return plain.toString();
+}
+
+bool desktopIs(const QString& name) {
+    const auto desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':'));
+    return desktops.contains(name, Qt::CaseInsensitive);
+}
+
+// A settings file of the user's, read up to a bound (it is only ever a few kilobytes).
+std::string settingsText(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) return {};
+    return file.read(256 * 1024).toStdString();
 }
 }  // namespace
 
@@ -46,9 +84,31 @@ private:
 };
 }  // namespace
 
-QtAppearance::QtAppearance(bool usePortal) : observers_(std::make_shared<Observers>()) {
+QtAppearance::QtAppearance(bool readDesktop) : observers_(std::make_shared<Observers>()) {
     qApp->installEventFilter(this);
-    if (usePortal) readPortal();
+    panelFacts_.desktop = qEnvironmentVariable("XDG_CURRENT_DESKTOP").left(200).toStdString();
+    if (!readDesktop) return;
+    readPortal();
+    auto bus = QDBusConnection::sessionBus();
+    if (desktopIs(QStringLiteral("XFCE")) && bus.isConnected()) {
+        bus.connect(xfconfService, xfconfPath, xfconfService, QStringLiteral("PropertyChanged"), this,
+                    SLOT(onXfconfChanged(QString, QString, QDBusVariant)));
+        readXfconf();
+    }
+    if (bus.isConnected()) {
+        const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
+        auto* watcher = new QDBusServiceWatcher(watcherName, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+        connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+                [this](const QString&, const QString&, const QString& owner) { readTrayHost(owner); });
+        const auto owner = bus.interface()->serviceOwner(watcherName);
+        if (owner.isValid()) readTrayHost(owner.value());
+    }
+    if (desktopIs(QStringLiteral("KDE"))) {
+        if (bus.isConnected())
+            bus.connect(QString(), QStringLiteral("/KGlobalSettings"), QStringLiteral("org.kde.KGlobalSettings"),
+                        QStringLiteral("notifyChange"), this, SLOT(readKde()));
+        readKde();
+    }
 }
 
 QtAppearance::~QtAppearance() {
@@ -71,24 +131,90 @@ void QtAppearance::readPortal() {
             onSettingChanged(nameSpace, key, QDBusVariant(unwrap(reply.value())));
         });
     };
-    read(appearanceNamespace, QStringLiteral("color-scheme"));
     read(gnomeInterfaceNamespace, QStringLiteral("enable-animations"));
+}
+
+void QtAppearance::readXfconf() {
+    auto bus = QDBusConnection::sessionBus();
+    auto message = QDBusMessage::createMethodCall(xfconfService, xfconfPath, xfconfService, QStringLiteral("GetAllProperties"));
+    message << panelChannel << QStringLiteral("/");
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(message, 2000), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
+        call->deleteLater();
+        QDBusPendingReply<QVariantMap> reply = *call;
+        if (reply.isError()) return;
+        std::map<std::string, std::string> channel;
+        const QVariantMap properties = reply.value();
+        for (auto it = properties.begin(); it != properties.end() && channel.size() < 2000; ++it)
+            channel.emplace(it.key().toStdString(), xfconfText(it.value()).toStdString());
+        PanelFacts facts = panelFacts_;
+        facts.xfceDarkMode.reset();
+        facts.background.reset();
+        readXfcePanel(channel, facts);
+        setPanelFacts(facts);
+    });
+}
+
+void QtAppearance::onXfconfChanged(const QString& channel, const QString&, const QDBusVariant&) {
+    // A panel's settings change several properties at once: read them all once the burst is over.
+    if (channel != panelChannel || xfconfPending_) return;
+    xfconfPending_ = true;
+    QTimer::singleShot(100, this, [this] {
+        xfconfPending_ = false;
+        readXfconf();
+    });
+}
+
+void QtAppearance::readKde() {
+    QString config = qEnvironmentVariable("XDG_CONFIG_HOME");
+    if (config.isEmpty()) config = QDir::homePath() + QStringLiteral("/.config");
+    PanelFacts facts = panelFacts_;
+    facts.plasmaStyleDark.reset();
+    facts.background.reset();
+    readKdePanel(settingsText(config + QStringLiteral("/kdeglobals")), settingsText(config + QStringLiteral("/plasmarc")), facts);
+    setPanelFacts(facts);
+}
+
+void QtAppearance::readTrayHost(const QString& owner) {
+    PanelFacts facts = panelFacts_;
+    if (facts.host == "waybar") facts.background.reset();
+    facts.host.clear();
+    const auto pid = owner.isEmpty() ? QDBusReply<uint>() : QDBusConnection::sessionBus().interface()->servicePid(owner);
+    if (pid.isValid()) {
+        const QString proc = QStringLiteral("/proc/%1/").arg(pid.value());
+        facts.host = QString::fromStdString(settingsText(proc + QStringLiteral("comm"))).trimmed().left(64).toStdString();
+        if (facts.host == "waybar") {
+            // Its style sheet: the one given with -s/--style, else the first in the XDG folders.
+            const auto arguments = QByteArray::fromStdString(settingsText(proc + QStringLiteral("cmdline"))).split('\0');
+            QString style;
+            for (qsizetype i = 0; i + 1 < arguments.size(); ++i)
+                if (arguments[i] == "-s" || arguments[i] == "--style") style = QString::fromLocal8Bit(arguments[i + 1]);
+            QString config = qEnvironmentVariable("XDG_CONFIG_HOME");
+            if (config.isEmpty()) config = QDir::homePath() + QStringLiteral("/.config");
+            QStringList candidates{config + QStringLiteral("/waybar/style.css")};
+            for (const auto& folder : qEnvironmentVariable("XDG_CONFIG_DIRS", QStringLiteral("/etc/xdg")).split(QLatin1Char(':')))
+                candidates << folder + QStringLiteral("/waybar/style.css");
+            if (!style.isEmpty()) candidates.prepend(style);
+            for (const auto& path : candidates) {
+                if (!QFile::exists(path)) continue;
+                readWaybarStyle(settingsText(path), facts);
+                break;
+            }
+        }
+    }
+    setPanelFacts(facts);
 }
 
 void QtAppearance::onSettingChanged(const QString& nameSpace, const QString& key, const QDBusVariant& value) {
     const QVariant plain = unwrap(value.variant());
-    if (nameSpace == appearanceNamespace && key == QStringLiteral("color-scheme")) {
-        bool ok = false;
-        const uint scheme = plain.toUInt(&ok);
-        portalColorScheme(ok ? std::optional<std::uint32_t>(scheme) : std::nullopt);
-    } else if (nameSpace == gnomeInterfaceNamespace && key == QStringLiteral("enable-animations")) {
+    if (nameSpace == gnomeInterfaceNamespace && key == QStringLiteral("enable-animations")) {
         portalAnimations(plain.typeId() == QMetaType::Bool ? std::optional<bool>(plain.toBool()) : std::nullopt);
     }
 }
 
-void QtAppearance::portalColorScheme(std::optional<std::uint32_t> colorScheme) {
-    if (colorScheme == colorScheme_) return;
-    colorScheme_ = colorScheme;
+void QtAppearance::setPanelFacts(const PanelFacts& facts) {
+    if (facts == panelFacts_) return;
+    panelFacts_ = facts;
     notify();
 }
 
@@ -98,18 +224,13 @@ void QtAppearance::portalAnimations(std::optional<bool> enabled) {
     notify();
 }
 
-bool QtAppearance::menuBarIsDark() const {
-    if (colorScheme_ == 1u) return true;
-    if (colorScheme_ == 2u) return false;
-    const QPalette palette = QGuiApplication::palette();
-    return palette.color(QPalette::WindowText).lightness() > palette.color(QPalette::Window).lightness();
-}
+bool QtAppearance::menuBarIsDark() const { return panelShade(panelFacts_).dark; }
 
 bool QtAppearance::reduceMotion() const { return animations_ == false; }
 
 QColor QtAppearance::panelTextColour() const {
-    // The greys the attention icon draws with on dark and light bars, so every state matches.
-    return menuBarIsDark() ? QColor::fromRgbF(0.95f, 0.95f, 0.95f) : QColor::fromRgbF(0.1f, 0.1f, 0.1f);
+    const Rgb ink = panelInk(menuBarIsDark());
+    return QColor(ink.red, ink.green, ink.blue);
 }
 
 std::unique_ptr<AppearanceObservation> QtAppearance::observe(Job onChange) {

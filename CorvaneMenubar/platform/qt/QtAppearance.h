@@ -9,22 +9,27 @@
 #include <optional>
 #include <vector>
 
+#include "menu/PanelShade.h"
 #include "seams/Appearance.h"
 
 namespace corvane {
 
-// The desktop's look as the tray icon needs it. Dark comes from the desktop portal's
-// `org.freedesktop.appearance` `color-scheme` (1 prefer dark, 2 prefer light) and, when the portal
-// is missing or has no preference, from the application palette (window text lighter than the
-// window). Reduced motion comes from the portal's `org.gnome.desktop.interface`
-// `enable-animations` where the desktop publishes it; otherwise motion stays on. The portal is
-// read asynchronously (start-up never waits for it) and its `SettingChanged` signal, like a
-// palette or theme change, notifies every observer. GUI thread only.
+// The desktop's look as the tray icon needs it. Dark means the panel is dark (`panelShade`): the
+// tray hosts draw the icon as given, so what counts is the panel's colour, never the app's own
+// palette or colour-scheme preference. The panel is read where the desktop publishes it: on Xfce
+// xfce4-panel's xfconf channel (over D-Bus, followed through its PropertyChanged signal), on KDE
+// the colour scheme in kdeglobals and the Plasma style in plasmarc (read again on KDE's
+// notifyChange signal), and for waybar (the process that owns the StatusNotifierWatcher name) the
+// bar's background in its style sheet. Reduced motion comes from the portal's `org.gnome.desktop.interface`
+// `enable-animations` where the desktop publishes it; otherwise motion stays on. Everything is
+// read asynchronously (start-up never waits for it); every change notifies the observers.
+// GUI thread only.
 class QtAppearance : public QObject, public Appearance {
     Q_OBJECT
 public:
-    // `usePortal` false keeps to the palette (tests, and sessions without a bus).
-    explicit QtAppearance(bool usePortal = true);
+    // `readDesktop` false reads nothing (tests, and sessions without a bus): the panel is taken
+    // as dark until `setPanelFacts` says more.
+    explicit QtAppearance(bool readDesktop = true);
     ~QtAppearance() override;
 
     bool menuBarIsDark() const override;
@@ -34,9 +39,10 @@ public:
     // The colour template icons take: the text colour of a dark or light panel.
     QColor panelTextColour() const;
 
-    // What the portal said: `colorScheme` 0 (no preference), 1 (dark) or 2 (light);
-    // `animations` absent when not published. Public so tests can feed portal answers.
-    void portalColorScheme(std::optional<std::uint32_t> colorScheme);
+    // What was read about the panel, and what the portal said about animations (absent when not
+    // published). Public so tests can feed answers.
+    void setPanelFacts(const PanelFacts& facts);
+    const PanelFacts& panelFacts() const { return panelFacts_; }
     void portalAnimations(std::optional<bool> enabled);
 
 protected:
@@ -44,12 +50,17 @@ protected:
 
 private Q_SLOTS:
     void onSettingChanged(const QString& nameSpace, const QString& key, const QDBusVariant& value);
+    void onXfconfChanged(const QString& channel, const QString& property, const QDBusVariant& value);
+    void readKde();
+    void readTrayHost(const QString& owner);
 
 private:
     void notify();
     void readPortal();
+    void readXfconf();
 
-    std::optional<std::uint32_t> colorScheme_;
+    PanelFacts panelFacts_;
+    bool xfconfPending_ = false;
     std::optional<bool> animations_;
     struct Observers;
     std::shared_ptr<Observers> observers_;

@@ -82,7 +82,7 @@ void QtFallbackWindow::refresh() {
     const QIcon icon = statusItem_.currentIcon();
     icon_->setPixmap(icon.pixmap(QSize(32, 32), devicePixelRatioF()));
     setWindowIcon(icon);
-    if (auto* tray = statusItem_.trayIcon()) toolTip_->setText(tray->toolTip());
+    toolTip_->setText(statusItem_.toolTip());
     rows_->clear();
     actions_.clear();
     if (QMenu* exported = statusItem_.presenter().exportedMenu()) addRows(exported, 0);

@@ -45,7 +45,7 @@ void QtMenuPresenter::setMenu(const std::shared_ptr<NativeMenu>& menu) {
 
 QMenu* QtMenuPresenter::popupMenu() const { return menu_ ? menu_->popupMenu() : nullptr; }
 
-bool QtMenuPresenter::isShown() const { return menu_ && menu_->isShown(); }
+bool QtMenuPresenter::isShown() const { return menu_ && menu_->popupMenu()->isVisible(); }
 
 void QtMenuPresenter::popupAt(const QPoint& globalPosition) {
     if (!menu_) return;
@@ -97,6 +97,9 @@ void QtMenuPresenter::showAsWindow() {
         // the menu themselves.) `triggered` also reaches here from the rows of open submenus.
         QObject::connect(window, &QMenu::triggered, focusWatch_.get(), [window] { window->hide(); });
     }
+    // A window whose least and greatest sizes agree floats at that size in tiling compositors
+    // (sway tiles any other top-level over the whole output).
+    window->setFixedSize(window->sizeHint());
     window->popup(QCursor::pos());
     window->activateWindow();
     window->raise();

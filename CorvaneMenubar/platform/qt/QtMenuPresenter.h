@@ -58,6 +58,8 @@ public:
     void popupAtCursor();
     // Closes whichever surface is open.
     void close();
+    // Whether the app's own popup is on screen. The panel's menu never counts: a host may not
+    // say when it closes it.
     bool isShown() const;
 
 private:

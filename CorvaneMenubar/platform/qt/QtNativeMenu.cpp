@@ -46,12 +46,13 @@ QtNativeMenu::~QtNativeMenu() {
 }
 
 void QtNativeMenu::watchPlainSurface() {
+    // The panel draws its own copy of this menu and says when it opens it (AboutToShow), but GTK
+    // hosts (libdbusmenu-gtk: xfce4-panel, waybar) never say when it closes. So an opening of
+    // the panel's menu counts as an opening and a closing at once: the app still refreshes on
+    // it, while nothing waits for a "closed" that may never come (the popup opens, and rows
+    // change in place, as if the panel's menu were shut). Edits reach an open panel menu anyway.
     QObject::connect(plain_, &QMenu::aboutToShow, popup_.get(), [this] {
-        plainShown_ = true;
         surfaceShown();
-    });
-    QObject::connect(plain_, &QMenu::aboutToHide, popup_.get(), [this] {
-        plainShown_ = false;
         surfaceHidden();
     });
 }
@@ -136,7 +137,7 @@ void QtNativeMenu::surfaceHidden() {
     // Reported once the loop turns: Qt hides a menu before it triggers the chosen action, and the
     // builder, told of the close, may drop that very action while the menu is still delivering it.
     QTimer::singleShot(0, popup_.get(), [this] {
-        if (!reportedOpen_ || popup_->isVisible() || plainShown_) return;
+        if (!reportedOpen_ || popup_->isVisible()) return;
         reportedOpen_ = false;
         if (reports_.closed)
             reports_.closed();

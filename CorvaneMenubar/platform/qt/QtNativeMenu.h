@@ -53,7 +53,7 @@ public:
     void setLive();
     bool isLive() const { return live_; }
 
-    // True while either surface is shown.
+    // True while the popup is shown (the panel's menu only ever counts for a moment).
     bool isShown() const { return reportedOpen_; }
 
 protected:
@@ -77,7 +77,6 @@ private:
     Reports reports_;
     bool live_ = false;
     bool reportedOpen_ = false;
-    bool plainShown_ = false;
 };
 
 }  // namespace corvane

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QMessageBox>
+#include <QScreen>
 #include <QTimer>
 
 #include <cstdlib>
@@ -57,6 +58,8 @@ struct QtShell::Parts {
     std::unique_ptr<QtEffects> effects;
     std::unique_ptr<QtFallbackWindow> window;
     bool openRequested = false;
+    // The window opened because no tray showed the icon (not by --window or the user).
+    bool windowStandsInForTray = false;
 };
 
 QtShell::QtShell(const ShellOptions& options) : options_(options), parts_(std::make_unique<Parts>()) {}
@@ -90,7 +93,8 @@ bool QtShell::prepare(const Variant& variant) {
     if (options_.loginItemOnly) return true;
 
     parts.application = std::make_unique<QApplication>(applicationArgc, applicationArgv);
-    QApplication::setApplicationName(QStringLiteral("corvane-menubar"));
+    // Tray hosts list the icon under this name (the StatusNotifierItem Title and Id).
+    QApplication::setApplicationName(QString::fromStdString(variant.displayName()));
     QApplication::setApplicationDisplayName(QString::fromStdString(variant.displayName()));
     QGuiApplication::setDesktopFileName(QString::fromStdString(desktopAppId(variant.appEnv)));
     // Alerts and the About box close without ending the app.
@@ -158,8 +162,16 @@ void QtShell::systemLog(std::string_view line) {
 
 void QtShell::showWindow() {
     auto& parts = *parts_;
-    if (!parts.window)
+    if (!parts.window) {
         parts.window = std::make_unique<QtFallbackWindow>(*parts.statusItem, QString::fromStdString(parts.variant.displayName()));
+        // In the middle of the screen's free area: clear of panels (a window manager that places
+        // new windows at the origin would put its title bar under a top panel).
+        if (const QScreen* screen = QGuiApplication::primaryScreen()) {
+            QRect frame = parts.window->frameGeometry();
+            frame.moveCenter(screen->availableGeometry().center());
+            parts.window->move(frame.topLeft());
+        }
+    }
     parts.window->show();
     parts.window->raise();
 }
@@ -181,12 +193,21 @@ int QtShell::exec(AppDelegate& app, std::function<void()> terminate) {
 
     if (options_.window) {
         showWindow();
-    } else if (!QtStatusItem::trayAvailable()) {
-        QTimer::singleShot(trayWaitSeconds * 1000, application, [this] {
-            if (QtStatusItem::trayAvailable() || parts_->window) return;
+    } else {
+        auto* statusItem = parts_->statusItem.get();
+        QTimer::singleShot(trayWaitSeconds * 1000, application, [this, statusItem] {
+            if (statusItem->iconShown() || parts_->window) return;
             systemLog("No system tray showed the Corvane icon within " + std::to_string(trayWaitSeconds) +
                       " seconds, so its menu opens in a window instead.");
             showWindow();
+            parts_->windowStandsInForTray = true;
+        });
+        // A tray that comes later (the panel started after the app) takes over from the window.
+        QObject::connect(statusItem, &QtStatusItem::trayIconRecreated, application, [this, statusItem] {
+            if (!parts_->windowStandsInForTray || !statusItem->iconShown()) return;
+            parts_->windowStandsInForTray = false;
+            if (parts_->window) parts_->window->close();
+            systemLog("The Corvane icon is in the tray now; its window closed.");
         });
     }
     return application->exec();

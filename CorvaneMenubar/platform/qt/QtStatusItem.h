@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -14,6 +15,7 @@
 #include "menu/VectorImage.h"
 
 class QDBusServiceWatcher;
+class QTimer;
 
 
 namespace corvane {
@@ -27,9 +29,12 @@ class QtMenuPresenter;
 // changes. Left click opens the app's own popup at the icon; right click, and hosts that only
 // show the exported menu, get its plain-text mirror, set once and kept current.
 //
-// The icon is shown even when no tray is there yet: Qt registers it when one appears. When the
-// StatusNotifierWatcher changes owner (the panel restarted) the icon is created anew so that it
-// registers with the new watcher. GUI thread only.
+// Qt chooses the tray protocol once, when the first tray icon is made, so the icon is made only
+// when the choice is right (`trayStep`): at once when a StatusNotifierWatcher with a host is
+// there; on X11 once an XEmbed tray has stood alone for a moment; otherwise it keeps looking, so
+// that an app started before its panel registers over StatusNotifierItem as soon as the panel's
+// watcher is up. When the watcher changes owner (the panel restarted) the icon is created anew so
+// that it registers with the new watcher. GUI thread only.
 class QtStatusItem : public QObject, public StatusItem {
     Q_OBJECT
 public:
@@ -48,8 +53,9 @@ public:
     // Opens the app's popup at the icon (or the pointer when the host does not say where the icon
     // is). A second start of the app and the fallback window ask for this too.
     void openMenu();
-    // Whether some tray host shows the icon now.
-    static bool trayAvailable();
+    // Whether a tray shows the icon now.
+    bool iconShown() const;
+    QString toolTip() const { return toolTip_; }
 
     QtMenuPresenter& presenter() { return *presenter_; }
     QSystemTrayIcon* trayIcon() const { return tray_; }
@@ -58,12 +64,13 @@ public:
     QIcon currentIcon() const;
 
 Q_SIGNALS:
-    // The tray icon was created again (a new watcher); `trayIcon()` is the new one.
+    // The tray icon was created (first, or again for a new watcher); `trayIcon()` is the new one.
     void trayIconRecreated();
     // The icon or the tool tip changed.
     void looksChanged();
 
 private:
+    void lookForTray();
     void createTray();
     void redraw();
 
@@ -71,6 +78,9 @@ private:
     std::unique_ptr<QtMenuPresenter> presenter_;
     QPointer<QSystemTrayIcon> tray_;
     QDBusServiceWatcher* watcher_ = nullptr;
+    QTimer* look_ = nullptr;
+    QElapsedTimer waited_;
+    QElapsedTimer xembedSeen_;
     std::shared_ptr<NativeMenu> menu_;
     std::optional<VectorImage> image_;
     QString toolTip_;

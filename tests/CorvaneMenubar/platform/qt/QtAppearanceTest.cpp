@@ -1,52 +1,34 @@
 #include "platform/qt/QtAppearance.h"
 
-#include <QGuiApplication>
-#include <QPalette>
-
 #include <gtest/gtest.h>
 
 namespace corvane {
 namespace {
 
-TEST(QtAppearanceTest, PortalAnswersWinOverThePaletteAndNotifyObservers) {
+// Which panel facts mean dark is the portable table's; here: the facts reach the icon's ink, and
+// every change (and only a change) notifies the observers.
+TEST(QtAppearanceTest, PanelFactsAndPortalAnswersNotifyObservers) {
     QtAppearance appearance(false);
     int changes = 0;
     auto observation = appearance.observe([&] { ++changes; });
+    EXPECT_TRUE(appearance.menuBarIsDark()) << "a panel nothing is known of is taken as dark";
 
-    struct Case {
-        std::optional<std::uint32_t> scheme;
-        std::optional<bool> animations;
-        bool dark;
-        bool reduceMotion;
-    };
-    const QPalette saved = QGuiApplication::palette();
-    QPalette darkPalette = saved;
-    darkPalette.setColor(QPalette::Window, Qt::black);
-    darkPalette.setColor(QPalette::WindowText, Qt::white);
-    QGuiApplication::setPalette(darkPalette);
-    changes = 0;
-    const bool paletteDark = true;
-    for (const Case& c : {Case{1u, std::nullopt, true, false}, Case{2u, false, false, true},
-                          Case{0u, true, paletteDark, false}, Case{std::nullopt, std::nullopt, paletteDark, false}}) {
-        const int before = changes;
-        appearance.portalColorScheme(c.scheme);
-        appearance.portalAnimations(c.animations);
-        EXPECT_EQ(appearance.menuBarIsDark(), c.dark);
-        EXPECT_EQ(appearance.reduceMotion(), c.reduceMotion);
-        EXPECT_GT(changes, before);
-        EXPECT_EQ(appearance.panelTextColour().lightness() > 128, c.dark);
-    }
-    // A repeated answer is no change; a palette change is.
-    const int settled = changes;
-    appearance.portalColorScheme(std::nullopt);
-    EXPECT_EQ(changes, settled);
-    QGuiApplication::setPalette(saved);
-    EXPECT_GT(changes, settled);
+    PanelFacts light;
+    light.xfceDarkMode = false;
+    appearance.setPanelFacts(light);
+    EXPECT_FALSE(appearance.menuBarIsDark());
+    EXPECT_EQ(appearance.panelTextColour(), QColor(26, 26, 26));
+    EXPECT_EQ(changes, 1);
+    appearance.setPanelFacts(light);
+    EXPECT_EQ(changes, 1) << "the same facts are no change";
+    appearance.portalAnimations(false);
+    EXPECT_TRUE(appearance.reduceMotion());
+    EXPECT_EQ(changes, 2);
 
     observation.reset();
-    const int stopped = changes;
-    appearance.portalColorScheme(1u);
-    EXPECT_EQ(changes, stopped);
+    appearance.setPanelFacts({});
+    EXPECT_EQ(changes, 2);
+    EXPECT_EQ(appearance.panelTextColour(), QColor(242, 242, 242));
 }
 
 }  // namespace

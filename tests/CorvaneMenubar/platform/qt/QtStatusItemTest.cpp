@@ -45,10 +45,12 @@ protected:
 TEST_F(QtStatusItemTest, IconFollowsTheDesktopsLookWithoutANewImage) {
     statusItem.setImage(IconRenderer::image(IconState::running, std::nullopt, false));
     ASSERT_TRUE(statusItem.hasImage());
-    // The panel's text colour of a light and then a dark scheme differ (the appearance test's rule).
-    appearance.portalColorScheme(2u);
+    // A light and then a dark panel (the appearance test's rule).
+    PanelFacts light;
+    light.xfceDarkMode = false;
+    appearance.setPanelFacts(light);
     EXPECT_EQ(bladePixel().rgb(), appearance.panelTextColour().rgb());
-    appearance.portalColorScheme(1u);
+    appearance.setPanelFacts({});
     EXPECT_EQ(bladePixel().rgb(), appearance.panelTextColour().rgb()) << "re-tinted on the change";
 
     // The attention icon keeps its own colours on either panel.

@@ -1,0 +1,14 @@
+#include "TrayChoice.h"
+
+namespace corvane {
+
+TrayStep trayStep(const TrayFacts& facts) {
+    const bool wayland = facts.display == TrayFacts::Display::wayland;
+    if (facts.statusNotifierHost || facts.display == TrayFacts::Display::other) return {true, 0};
+    // Without a bus no watcher can come: on X11 XEmbed is all there is, on Wayland nothing is.
+    if (!facts.sessionBus) return {!wayland, 0};
+    if (!wayland && facts.xembedTraySeconds && *facts.xembedTraySeconds >= xembedTrayGraceSeconds) return {true, 0};
+    return {false, facts.waitedSeconds < quickLookSeconds ? 0.25 : 1.0};
+}
+
+}  // namespace corvane

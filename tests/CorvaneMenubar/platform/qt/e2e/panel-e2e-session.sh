@@ -1,0 +1,134 @@
+#!/usr/bin/env bash
+# The part of panel-e2e.sh that runs inside the private session bus (see there).
+set -euo pipefail
+pids=()
+cleanup() {
+  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+  [[ $HOST == sway && -n ${SWAYSOCK:-} ]] && swaymsg exit >/dev/null 2>&1 || true
+  wait 2>/dev/null || true
+}
+trap cleanup EXIT
+fail() {
+  echo "FAIL ($HOST $MODE): $*"
+  echo "--- app stderr"; cat "$WORK/app.err" 2>/dev/null || true
+  exit 1
+}
+waitFor() {
+  local tenths=$(($1 * 10)); shift
+  for ((i = 0; i < tenths; i++)); do "$@" && return 0; sleep 0.1; done
+  return 1
+}
+now() { date +%s%N; }
+ms() { echo $((($(now) - $1) / 1000000)); }
+watcherUp() {
+  dbus-send --session --print-reply --dest=org.freedesktop.DBus / org.freedesktop.DBus.NameHasOwner \
+    string:org.kde.StatusNotifierWatcher 2>/dev/null | grep -q true
+}
+itemRegistered() {
+  dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher /StatusNotifierWatcher \
+    org.freedesktop.DBus.Properties.Get string:org.kde.StatusNotifierWatcher string:RegisteredStatusNotifierItems \
+    2>/dev/null | grep -q 'string "'
+}
+shot() { if [[ $HOST == xfce ]]; then import -window root "$1"; else grim "$1"; fi; }
+click() {  # x y button(1 left, 3 right)
+  if [[ $HOST == xfce ]]; then xdotool mousemove "$1" "$2" click "$3"; else "$POINTER" "$1" "$2" "$3"; fi
+}
+dismiss() { if [[ $HOST == xfce ]]; then xdotool key Escape; else "$POINTER" 40 400 1; fi; }
+# The app's popup: on X11 its largest visible window, on sway its toplevel; prints WxH.
+popupSize() {
+  if [[ $HOST == xfce ]]; then
+    local window size best=""
+    for window in $(xdotool search --onlyvisible --classname '^corvane-menubar$' 2>/dev/null); do
+      eval "$(xdotool getwindowgeometry --shell "$window")"
+      ((WIDTH > 100 && HEIGHT > 100)) && best="${WIDTH}x${HEIGHT}"
+    done
+    [[ -n $best ]] && echo "$best"
+  else
+    swaymsg -t get_tree 2>/dev/null | python3 -c '
+import json, sys
+def walk(node, floating=False):
+    if node.get("app_id") == "com.usecorvane.Menubar" and node.get("visible"):
+        print("%dx%d%s" % (node["rect"]["width"], node["rect"]["height"], "" if floating else " tiled"))
+        sys.exit(0)
+    for child in node.get("nodes", []): walk(child, floating)
+    for child in node.get("floating_nodes", []): walk(child, True)
+walk(json.load(sys.stdin))
+sys.exit(1)'
+  fi
+}
+
+started=$(now)
+if [[ $HOST == xfce ]]; then
+  xfwm4 --compositor=off >"$WORK/xfwm4.log" 2>&1 &
+  pids+=($!)
+  xfce4-panel >"$WORK/panel.log" 2>&1 &
+  pids+=($!)
+else
+  sway >"$WORK/sway.log" 2>&1 &
+  pids+=($!)
+  waitFor 10 bash -c 'ls "$XDG_RUNTIME_DIR"/wayland-? >/dev/null 2>&1' || fail "sway did not start"
+  export WAYLAND_DISPLAY=$(basename "$(ls "$XDG_RUNTIME_DIR"/wayland-? | head -1)")
+  export SWAYSOCK=$(ls "$XDG_RUNTIME_DIR"/sway-ipc.*.sock)
+fi
+waitFor 20 watcherUp || fail "the panel's StatusNotifierWatcher did not come up"
+echo "panel: watcher up after $(ms "$started") ms"
+sleep 1  # drawn
+shot "$WORK/panel.png"
+
+launched=$(now)
+"$APP" --demo >"$WORK/app.out" 2>"$WORK/app.err" &
+appPid=$!
+pids+=($appPid)
+waitFor 10 itemRegistered || fail "the app registered no StatusNotifierItem"
+echo "app: item registered after $(ms "$launched") ms"
+sleep 2  # the icon drawn, the demo's first poll landed
+shot "$ARTIFACTS/panel.png"
+
+# The icon: what differs from the panel without it, within the bar. An icon drawn in (almost) the
+# panel's own colour is not found at all.
+box=$(convert "$WORK/panel.png" "$ARTIFACTS/panel.png" -crop "${WIDTH}x${BAR}+0+0" +repage -compose difference \
+  -composite -threshold 12% -trim -format '%wx%h%X%Y' info: 2>/dev/null)
+read -r w h x y < <(echo "$box" | tr 'x+' '  ')
+((w >= 6 && h >= 6 && w <= 64)) || fail "no icon stands out from the panel (difference box $box)"
+convert "$ARTIFACTS/panel.png" -crop "$((w + 16))x${BAR}+$((x - 8))+0" +repage -scale 400% "$ARTIFACTS/icon.png"
+contrast=$(python3 - "$ARTIFACTS/panel.png" "$box" "$((x - 6))" "$((y + h / 2))" <<'PY'
+import re, subprocess, sys
+shot, box, bx, by = sys.argv[1], sys.argv[2], sys.argv[3], sys.argv[4]
+def pixels(geometry):
+    text = subprocess.run(["convert", shot, "-crop", geometry, "+repage", "txt:-"], capture_output=True, text=True).stdout
+    return [tuple(int(v) for v in m.groups()) for m in re.finditer(r"\((\d+),(\d+),(\d+)", text)]
+def luminance(colour):
+    def channel(v):
+        v /= 255
+        return v / 12.92 if v <= 0.03928 else ((v + 0.055) / 1.055) ** 2.4
+    r, g, b = (channel(v) for v in colour)
+    return 0.2126 * r + 0.7152 * g + 0.0722 * b
+def ratio(a, b):
+    high, low = sorted((luminance(a), luminance(b)), reverse=True)
+    return (high + 0.05) / (low + 0.05)
+panel = pixels(f"1x1+{bx}+{by}")[0]
+# The ink: the icon's pixel that stands out most (its anti-aliased edges stand out less).
+ink = max(pixels(box), key=lambda c: ratio(c, panel))
+print("%.2f panel #%02x%02x%02x ink #%02x%02x%02x" % ((ratio(ink, panel),) + panel + ink))
+PY
+)
+echo "icon: $box, contrast $contrast"
+python3 -c "import sys; sys.exit(0 if float('${contrast%% *}') >= 3 else 1)" ||
+  fail "the icon contrasts with the panel by only ${contrast} (at least 3:1 wanted; see $ARTIFACTS/icon.png)"
+
+cx=$((x + w / 2)) cy=$((y + h / 2))
+# The panel's own menu first: GTK hosts never say it closed.
+click $cx $cy 3
+sleep 1.2
+shot "$ARTIFACTS/panel-menu.png"
+dismiss
+sleep 0.6
+! popupSize >/dev/null || fail "the panel's menu opened the app's popup"
+click $cx $cy 1
+waitFor 5 popupSize >/dev/null || fail "after the panel's menu, a left click opened no popup"
+sleep 0.8  # painted
+shot "$ARTIFACTS/popup.png"
+size=$(popupSize)
+echo "popup after the panel's menu: $size"
+[[ $size != *tiled* ]] || fail "the popup window was tiled over the output ($size)"
+kill -0 "$appPid" || fail "the app ended"
