@@ -53,9 +53,6 @@ public:
     void setLive();
     bool isLive() const { return live_; }
 
-    // True while the popup is shown (the panel's menu only ever counts for a moment).
-    bool isShown() const { return reportedOpen_; }
-
 protected:
     void didInsert(std::size_t index, NativeMenuItem& item) override;
     void didRemove(std::size_t index, NativeMenuItem& item) override;
