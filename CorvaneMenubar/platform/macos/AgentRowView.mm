@@ -9,7 +9,6 @@
 
 #include "app/MacDecisions.h"
 
-
 using corvane::Activation;
 using corvane::AgentRow;
 using corvane::AgentRowContent;
@@ -204,7 +203,6 @@ NSImage* harnessIcon(const std::string& iconWord) {
     else if (target == AgentTarget::harness && [_harnessButton isEnabled])
         [self harnessClicked:nil];
 }
-
 
 // ---- Pulse ----
 

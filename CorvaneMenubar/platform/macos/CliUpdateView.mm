@@ -6,7 +6,6 @@
 #include "menu/CliUpdateRow.h"
 #include "menu/RowLayout.h"
 
-
 using corvane::cliUpdateRowLayout;
 using corvane::cliUpdateSpinnerAnimates;
 using corvane::CliUpdateViewContent;

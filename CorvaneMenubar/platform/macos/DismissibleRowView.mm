@@ -6,7 +6,6 @@
 
 #include "menu/RowLayout.h"
 
-
 using corvane::Activation;
 using corvane::ColourRole;
 using corvane::DismissibleRowContent;

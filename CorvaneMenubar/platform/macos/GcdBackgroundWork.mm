@@ -64,7 +64,8 @@ void GcdBackgroundWork::run(WorkPriority priority, Job job) {
     if (userInitiated)
         activity = [NSProcessInfo.processInfo beginActivityWithOptions:NSActivityUserInitiatedAllowingIdleSystemSleep
                                                                 reason:@"Corvane runs an action you started"];
-    dispatch_group_async(group_->jobs, dispatch_get_global_queue(userInitiated ? QOS_CLASS_USER_INITIATED : QOS_CLASS_UTILITY, 0), ^{
+    const auto qos = userInitiated ? QOS_CLASS_USER_INITIATED : QOS_CLASS_UTILITY;
+    dispatch_group_async(group_->jobs, dispatch_get_global_queue(qos, 0), ^{
         job();
         if (activity) [NSProcessInfo.processInfo endActivity:activity];
     });

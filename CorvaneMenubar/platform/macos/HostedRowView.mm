@@ -11,7 +11,6 @@ using corvane::hostedRowLayout;
 using corvane::menuMinimumWidth;
 using corvane::plainText;
 
-
 @implementation HostedRowView {
     HostedRow _row;
 }

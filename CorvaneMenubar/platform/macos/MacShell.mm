@@ -20,7 +20,6 @@
 #include "app/DesktopShell.h"
 #include "app/MacDecisions.h"
 
-
 using corvane::mac::fromNS;
 using corvane::mac::toNS;
 

@@ -16,7 +16,6 @@ using corvane::RowLayout;
 using corvane::RowPart;
 using corvane::statusActionRowLayout;
 
-
 // The row view: everything drawn from `statusActionRowLayout` of the item it shows.
 @interface StatusActionRowView : NSView
 - (instancetype)initWithItem:(std::weak_ptr<NativeMenuItem>)item;

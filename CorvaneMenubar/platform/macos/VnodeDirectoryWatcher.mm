@@ -47,7 +47,8 @@ bool arm(const std::shared_ptr<WatchState>& state) {
         // The descriptor follows the folder it was opened on: once that folder is deleted, renamed
         // away or its volume unmounted, nothing at the path would be reported again. Watch the path
         // afresh (the CLI may have replaced the folder, or will recreate it).
-        if ((flags & (DISPATCH_VNODE_DELETE | DISPATCH_VNODE_RENAME | DISPATCH_VNODE_REVOKE)) != 0 && live->source == unretained) {
+        const uintptr_t gone = DISPATCH_VNODE_DELETE | DISPATCH_VNODE_RENAME | DISPATCH_VNODE_REVOKE;
+        if ((flags & gone) != 0 && live->source == unretained) {
             dispatch_source_cancel(unretained);
             live->source = nil;
             rearm(live);
