@@ -2,8 +2,10 @@
 # desktop shell a launcher entry and the icon, drawn from the same vector data as the tray icon.
 include(GNUInstallDirs)
 
+# On Apple corvane-menubar is Corvane.app, which goes to Applications under the prefix
+# (`--prefix ~` for ~/Applications).
 if(TARGET corvane-menubar)
-  install(TARGETS corvane-menubar RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(TARGETS corvane-menubar RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} BUNDLE DESTINATION Applications)
 endif()
 if(TARGET corvane-sim)
   install(TARGETS corvane-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

@@ -16,6 +16,8 @@ packages=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libgtest-dev
           libbenchmark-dev nlohmann-json3-dev
           # The macOS shell's Objective-C++ syntax check.
           libgnustep-gui-dev libobjc-12-dev libblocksruntime-dev
+          # The check of the GitHub workflows.
+          python3-yaml
           # The Qt desktop shell, its package and its end-to-end runs on a real X server.
           qt6-base-dev qt6-svg-dev libxcb1-dev desktop-file-utils dpkg-dev fonts-dejavu-core
           xvfb xauth trayer xdotool xclip imagemagick x11-utils dbus dbus-x11

@@ -13,6 +13,15 @@ if [[ "$(uname -s)" == "Darwin" ]]; then
 else
   echo "=== objc-check: the macOS shell's Objective-C++ files (at $((SECONDS - start)) s) ==="
   tools/objc-check/ci-check.sh
+  echo "=== The Apple branch of the CMake files, configured on a Darwin toolchain file (at $((SECONDS - start)) s) ==="
+  rm -rf build/apple-configure && mkdir -p build
+  if cmake -S . -B build/apple-configure -G Ninja --toolchain cmake/DarwinConfigureOnly.cmake > build/apple-configure.log 2>&1; then
+    echo "apple-configure: PASS"
+  else
+    cat build/apple-configure.log; echo "apple-configure: FAIL"; exit 1
+  fi
+  echo "=== The GitHub workflows (at $((SECONDS - start)) s) ==="
+  python3 scripts/lint-workflows.py
   extra=()
 fi
 for preset in asan tsan ci; do
@@ -27,8 +36,5 @@ for preset in asan tsan ci; do
   ctest --preset "$preset"
 done
 if [[ "$(uname -s)" == "Darwin" ]]; then
-  app=build/ci/CorvaneMenubar/Corvane.app
-  codesign --verify --strict "$app"
-  plutil -lint "$app/Contents/Info.plist"
-  echo "Corvane.app: built, Info.plist valid, signed ad hoc"
+  bash scripts/mac-check-bundle.sh build/ci
 fi

@@ -77,6 +77,8 @@ std::vector<InfoPlistEntry> macInfoPlistEntries(std::string_view version, std::s
         flag("LSUIElement", true),
         text("NSPrincipalClass", "NSApplication"),
         flag("NSHighResolutionCapable", true),
+        text("CFBundleIconFile", macIconFile),
+        text("NSHumanReadableCopyright", macCopyright),
         text("NSAppleEventsUsageDescription", appleEventsUsageDescription),
         text("CorvaneEnvironment", environment),
     };

@@ -93,6 +93,10 @@ inline constexpr std::string_view privacyPageUrl = "https://usecorvane.com/priva
 inline constexpr std::string_view macBundleIdentifier = "com.usecorvane.menubar";
 // SMAppService.mainApp needs macOS 13.
 inline constexpr std::string_view macMinimumSystemVersion = "13.0";
+// The About panel's copyright line (NSHumanReadableCopyright) and the bundle's icon file
+// (Corvane.icns, drawn at build time).
+inline constexpr std::string_view macCopyright = "Copyright © 2026 Corvane";
+inline constexpr std::string_view macIconFile = "Corvane";
 // Shown by the system when the app first scripts Terminal.
 inline constexpr std::string_view appleEventsUsageDescription =
     "Corvane opens commands and brings your agent sessions to the front in Terminal.";

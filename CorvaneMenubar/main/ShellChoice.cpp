@@ -2,6 +2,8 @@
 
 namespace corvane {
 
+bool isLaunchServicesArgument(std::string_view argument) { return argument.starts_with("-psn_"); }
+
 ShellChoice chooseShell(const ShellChoiceInputs& inputs) {
     if (inputs.headlessFlag) return {ShellKind::headless, {}};
     if (inputs.desktopShell.empty()) {

@@ -32,4 +32,9 @@ struct ShellChoiceInputs {
 // only the login item is touched; otherwise the headless shell runs, with a notice saying why.
 ShellChoice chooseShell(const ShellChoiceInputs& inputs);
 
+// An argument the system, not the user, put on the command line: LaunchServices adds
+// "-psn_0_<number>" (the process serial number) when it launches a quarantined download the first
+// time. The entry point drops these before reading its options.
+bool isLaunchServicesArgument(std::string_view argument);
+
 }  // namespace corvane

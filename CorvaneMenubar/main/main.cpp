@@ -47,6 +47,7 @@ int usage() {
 
 int main(int argc, char** argv) {
     std::vector<std::string> args(argv + 1, argv + argc);
+    std::erase_if(args, [](const std::string& arg) { return corvane::isLaunchServicesArgument(arg); });
     const bool demo = take(args, "--demo");
 
     if (!args.empty() && args.front() == "--print-menu") {

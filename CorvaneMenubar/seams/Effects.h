@@ -66,8 +66,9 @@ public:
     // OK button; returns when dismissed. Qt: `QMessageBox`; AppKit: `NSAlert`.
     virtual void showAlert(const std::string& message, const std::string& informative) = 0;
 
-    // Brings this app to the front (before an alert). AppKit: `NSApp.activate`; Qt: raising the
-    // alert's window is enough, so this may do nothing.
+    // Brings this app to the front (before an alert). AppKit: `activateIgnoringOtherApps:` (its
+    // successor `NSApp.activate` only asks); Qt: raising the alert's window is enough, so this may
+    // do nothing.
     virtual void activateApp() = 0;
 };
 

@@ -1,6 +1,7 @@
-// Planted mistakes, each with the error it must produce (clang -verify: every expected error must
-// be reported, and no other error or warning). If the check stops reporting one of them, the
-// check has gone blind and ci-check.sh fails.
+// Planted mistakes, each with the error or warning it must produce (clang -verify: every expected
+// diagnostic must be reported, and no other error or warning; the real files run with -Werror, so
+// each warning here is an error there). If the check stops reporting one of them, the check has
+// gone blind and ci-check.sh fails.
 #import <AppKit/AppKit.h>
 #import <QuartzCore/QuartzCore.h>
 #import <ServiceManagement/ServiceManagement.h>
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "menu/VectorImage.h"
 #include "seams/MainLoop.h"
 
 // C++ name lookup in bridge code: an Objective-C overload in the shell's namespace hides the
@@ -57,4 +59,19 @@ static void Mistakes(NSStatusItem *statusItem, NSMenu *menu, NSView *view, NSIma
     // Blind spots: these pass here and need a Mac to notice.
     NSPoint p = [menu locationForSubmenu:menu];  // a GNUstep-only method: compiles here, not on macOS
     (void)p;
+}
+
+// The SDK's availability under the deployment target: an API newer than the target needs a
+// guard, a deprecated one warns.
+static void Availability(NSStatusItem *statusItem, NSImage *image) {
+    [NSApp activate];  // expected-warning {{'activate' is only available on macOS 14.0 or newer}}
+    if (@available(macOS 14, *)) [NSApp activate];  // guarded: no diagnostic
+    [statusItem setImage:image];  // expected-warning {{'setImage:' is deprecated: first deprecated in macOS 10.14}}
+}
+
+// The globals of <MacTypes.h>, which every Mac translation unit sees: after `using namespace` at
+// global scope, the portable geometry's names meet QuickDraw's.
+using namespace corvane;
+static void Converted(const Rect &rect) {  // expected-error {{reference to 'Rect' is ambiguous}}
+    (void)rect;
 }

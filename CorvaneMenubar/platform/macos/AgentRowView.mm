@@ -5,10 +5,30 @@
 #import "AppKitText.h"
 #import "MacNativeMenu.h"
 #import "PassiveImageView.h"
+#import "RowLayoutDrawing.h"
 
 #include "app/MacDecisions.h"
 
-using namespace corvane;
+using corvane::Activation;
+using corvane::AgentRow;
+using corvane::AgentRowContent;
+using corvane::AgentRowGeometry;
+using corvane::agentRowGeometry;
+using corvane::agentStatusText;
+using corvane::AgentTarget;
+using corvane::agentTargetAt;
+using corvane::describeTargets;
+using corvane::firstAvailable;
+using corvane::FontRole;
+using corvane::genericHarnessSymbol;
+using corvane::harnessIconCandidates;
+using corvane::highlightedTarget;
+using corvane::NativeMenuItem;
+using corvane::PulseAnimation;
+using corvane::pulseNeedsRestart;
+using corvane::RowPart;
+using corvane::shouldPulse;
+using corvane::mac::nsRect;
 using corvane::mac::toNS;
 
 namespace {
@@ -25,8 +45,6 @@ NSImage* harnessIcon(const std::string& iconWord) {
     }
     return [NSImage imageWithSystemSymbolName:toNS(genericHarnessSymbol) accessibilityDescription:nil];
 }
-
-NSRect nsRect(const Rect& rect) { return NSMakeRect(rect.x, rect.y, rect.width, rect.height); }
 
 }  // namespace
 
@@ -165,6 +183,27 @@ NSRect nsRect(const Rect& rect) { return NSMakeRect(rect.x, rect.y, rect.width, 
     corvane::mac::chooseAfterClosing(_item, Activation{RowPart::corvane, false});
 }
 
+// Clicks land on the row, never on its buttons: when the user presses on the status item and
+// releases on a row (non-sticky menu tracking), a view in a menu item gets mouseUp: without
+// mouseDown:, and a button only fires after its own mouseDown:. The buttons stay for drawing,
+// tool tips and accessibility (their actions are the same choices).
+- (NSView*)hitTest:(NSPoint)point {
+    return NSPointInRect([self convertPoint:point fromView:self.superview], self.bounds) ? self : nil;
+}
+
+- (void)mouseDown:(NSEvent*)event {
+    (void)event;  // chosen on release
+}
+
+- (void)mouseUp:(NSEvent*)event {
+    const NSPoint point = [self convertPoint:event.locationInWindow fromView:nil];
+    if (!NSPointInRect(point, self.bounds)) return;
+    const auto target = agentTargetAt(point.x, NSWidth(self.bounds));
+    if (target == AgentTarget::corvane)
+        [self corvaneClicked:nil];
+    else if (target == AgentTarget::harness && [_harnessButton isEnabled])
+        [self harnessClicked:nil];
+}
 
 // ---- Pulse ----
 
@@ -215,7 +254,7 @@ NSRect nsRect(const Rect& rect) { return NSMakeRect(rect.x, rect.y, rect.width, 
     const auto geometry = [self geometry];
     const auto target = highlightedTarget(_row, _hoveredTarget, _keyboardHighlighted);
     if (target) {
-        const Rect box = *target == AgentTarget::harness ? geometry.harnessHighlight : geometry.corvaneHighlight;
+        const corvane::Rect box = *target == AgentTarget::harness ? geometry.harnessHighlight : geometry.corvaneHighlight;
         [NSColor.selectedContentBackgroundColor setFill];
         [[NSBezierPath bezierPathWithRoundedRect:nsRect(box)
                                          xRadius:AgentRowGeometry::cornerRadius

@@ -34,6 +34,12 @@ NSAttributedString* badgedTitle(const ItemBadge& badge, NSAttributedString* titl
     NSMutableAttributedString* result =
         [[NSAttributedString attributedStringWithAttachment:attachment] mutableCopy];
     [result appendAttributedString:[[NSAttributedString alloc] initWithString:@" "]];
+    // The symbol and the space in the title's font: without one they take the default font (12 pt
+    // Helvetica), whose space and line height do not match the menu's.
+    id font = title.length > 0 ? [title attribute:NSFontAttributeName atIndex:0 effectiveRange:nullptr] : nil;
+    [result addAttribute:NSFontAttributeName
+                   value:font ? font : fontFor(FontRole::menu)
+                   range:NSMakeRange(0, result.length)];
     [result appendAttributedString:title];
     return result;
 }

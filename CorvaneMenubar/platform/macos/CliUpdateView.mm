@@ -6,7 +6,13 @@
 #include "menu/CliUpdateRow.h"
 #include "menu/RowLayout.h"
 
-using namespace corvane;
+using corvane::cliUpdateRowLayout;
+using corvane::cliUpdateSpinnerAnimates;
+using corvane::CliUpdateViewContent;
+using corvane::cliUpdateViewHeight;
+using corvane::cliUpdateViewWidth;
+using corvane::TextSlot;
+using corvane::updatingCliAccessibilityLabel;
 using corvane::mac::toNS;
 
 namespace {

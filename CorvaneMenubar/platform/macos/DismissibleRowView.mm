@@ -6,7 +6,14 @@
 
 #include "menu/RowLayout.h"
 
-using namespace corvane;
+using corvane::Activation;
+using corvane::ColourRole;
+using corvane::DismissibleRowContent;
+using corvane::dismissibleRowLayout;
+using corvane::NativeMenuItem;
+using corvane::plainText;
+using corvane::RowLayout;
+using corvane::RowPart;
 using corvane::mac::toNS;
 
 @implementation DismissibleRowView {
@@ -94,9 +101,25 @@ using corvane::mac::toNS;
     [self refresh];
 }
 
+// Clicks land on the row, never on its dismiss button: a view in a menu item gets mouseUp:
+// without mouseDown: when the user presses on the status item and releases here, and a button only
+// fires after its own mouseDown:. The release picks the part under the pointer.
+- (NSView*)hitTest:(NSPoint)point {
+    return NSPointInRect([self convertPoint:point fromView:self.superview], self.bounds) ? self : nil;
+}
+
+- (void)mouseDown:(NSEvent*)event {
+    (void)event;  // chosen on release
+}
+
 - (void)mouseUp:(NSEvent*)event {
-    (void)event;
-    if (_content.repair) corvane::mac::chooseAfterClosing(_item, Activation{RowPart::main, false});
+    const NSPoint point = [self convertPoint:event.locationInWindow fromView:nil];
+    if (!NSPointInRect(point, self.bounds)) return;
+    const auto layout = [self rowLayout];
+    if (layout.dismissButton && NSPointInRect(point, corvane::mac::nsRect(*layout.dismissButton)))
+        [self dismissClicked:nil];
+    else if (_content.repair)
+        corvane::mac::chooseAfterClosing(_item, Activation{RowPart::main, false});
 }
 
 - (void)dismissClicked:(id)sender {

@@ -4,6 +4,7 @@
 #include <dispatch/dispatch.h>
 
 #include <atomic>
+#include <cstdint>
 
 namespace corvane::mac {
 namespace {
@@ -49,11 +50,30 @@ private:
 
 }  // namespace
 
+struct GcdBackgroundWork::Group {
+    dispatch_group_t jobs = dispatch_group_create();
+};
+
+GcdBackgroundWork::GcdBackgroundWork() : group_(std::make_unique<Group>()) {}
+
+GcdBackgroundWork::~GcdBackgroundWork() = default;
+
 void GcdBackgroundWork::run(WorkPriority priority, Job job) {
-    const auto qos = priority == WorkPriority::userInitiated ? QOS_CLASS_USER_INITIATED : QOS_CLASS_UTILITY;
-    dispatch_async(dispatch_get_global_queue(qos, 0), ^{
+    const bool userInitiated = priority == WorkPriority::userInitiated;
+    id<NSObject> activity = nil;
+    if (userInitiated)
+        activity = [NSProcessInfo.processInfo beginActivityWithOptions:NSActivityUserInitiatedAllowingIdleSystemSleep
+                                                                reason:@"Corvane runs an action you started"];
+    const auto qos = userInitiated ? QOS_CLASS_USER_INITIATED : QOS_CLASS_UTILITY;
+    dispatch_group_async(group_->jobs, dispatch_get_global_queue(qos, 0), ^{
         job();
+        if (activity) [NSProcessInfo.processInfo endActivity:activity];
     });
+}
+
+bool GcdBackgroundWork::waitUntilIdle(double seconds) {
+    const auto nanoseconds = static_cast<std::int64_t>(seconds * static_cast<double>(NSEC_PER_SEC));
+    return dispatch_group_wait(group_->jobs, dispatch_time(DISPATCH_TIME_NOW, nanoseconds)) == 0;
 }
 
 std::unique_ptr<SerialWorkQueue> GcdBackgroundWork::makeSerialQueue(std::size_t limit) {

@@ -6,7 +6,10 @@
 #include "menu/MenuBuilder.h"
 #include "menu/RowLayout.h"
 
-using namespace corvane;
+using corvane::HostedRow;
+using corvane::hostedRowLayout;
+using corvane::menuMinimumWidth;
+using corvane::plainText;
 
 @implementation HostedRowView {
     HostedRow _row;

@@ -78,15 +78,17 @@ void MacEffects::showAlert(const std::string& message, const std::string& inform
     alert.messageText = toNS(message);
     alert.informativeText = toNS(informative);
     [alert addButtonWithTitle:@"OK"];
+    // Above every app's windows even when the activation was not granted: the alert blocks the
+    // menu until it is answered, so it must never open behind the front app.
+    [alert.window setLevel:NSModalPanelWindowLevel];
     [alert runModal];
 }
 
 void MacEffects::activateApp() {
-    if (@available(macOS 14, *)) {
-        [NSApp activate];
-    } else {
-        [NSApp activateIgnoringOtherApps:YES];
-    }
+    // `activateIgnoringOtherApps:` activates an accessory app over the front app on every
+    // supported macOS. Its macOS 14 successor `NSApp.activate` only asks (the system may refuse
+    // while another app is active) and needs the macOS 14 SDK.
+    [NSApp activateIgnoringOtherApps:YES];
 }
 
 }  // namespace corvane::mac

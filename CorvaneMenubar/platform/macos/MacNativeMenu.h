@@ -18,7 +18,7 @@ namespace corvane::mac {
 
 // What the status item hears from its root menu (its NSMenuDelegate).
 struct MenuEvents {
-    std::function<void()> willOpen;
+    std::function<void()> willOpen;  // at the start of tracking (menuNeedsUpdate:), where the menu may be rebuilt
     std::function<void()> didClose;
     std::function<void(NativeMenuItem* item)> highlight;  // null when the highlight left the items
 };
@@ -62,6 +62,7 @@ public:
     void setEvents(MenuEvents events) { events_ = std::move(events); }
 
     // From the menu delegate.
+    void menuNeedsUpdate();
     void menuWillOpen();
     void menuDidClose();
     void willHighlight(NSMenuItem* item);
@@ -74,9 +75,14 @@ protected:
     void didChangeSettings() override;
 
 private:
+    // Reports the opening once per tracking session.
+    void beginTracking();
+
     NSMenu* menu_ = nil;
     CorvaneMenuDelegate* delegate_ = nil;
     MenuEvents events_;
+    bool tracking_ = false;
+    id<NSObject> activity_ = nil;  // the process activity held while the menu is open
 };
 
 class MacMenuFactory final : public NativeMenuFactory {

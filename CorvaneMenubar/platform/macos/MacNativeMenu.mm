@@ -8,14 +8,13 @@
 #import "HostedRowView.h"
 #import "StatusActionMenuItem.h"
 
-#include <dispatch/dispatch.h>
-
 #include <type_traits>
 #include <utility>
 #include <variant>
 
 #include "app/MacDecisions.h"
 #include "menu/MenuBuilder.h"
+#include "seams/MainLoop.h"
 
 using corvane::mac::MacMenuItem;
 using corvane::mac::MacNativeMenu;
@@ -40,6 +39,10 @@ using corvane::mac::MacNativeMenu;
 @end
 
 @implementation CorvaneMenuDelegate
+- (void)menuNeedsUpdate:(NSMenu*)menu {
+    (void)menu;
+    if (_owner) _owner->menuNeedsUpdate();
+}
 - (void)menuWillOpen:(NSMenu*)menu {
     (void)menu;
     if (_owner) _owner->menuWillOpen();
@@ -51,6 +54,25 @@ using corvane::mac::MacNativeMenu;
 - (void)menu:(NSMenu*)menu willHighlightItem:(NSMenuItem*)item {
     (void)menu;
     if (_owner) _owner->willHighlight(item);
+}
+@end
+
+// A job performed once the menu has closed: in the default run-loop mode only, which does not run
+// while a menu tracks (the main queue does, so dispatch_async would not wait).
+@interface CorvaneDeferredJob : NSObject
+- (instancetype)initWithJob:(corvane::Job)job;
+- (void)fire;
+@end
+
+@implementation CorvaneDeferredJob {
+    corvane::Job _job;
+}
+- (instancetype)initWithJob:(corvane::Job)job {
+    if ((self = [super init])) _job = std::move(job);
+    return self;
+}
+- (void)fire {
+    if (auto job = std::exchange(_job, nullptr)) job();
 }
 @end
 
@@ -285,18 +307,34 @@ MacNativeMenu::~MacNativeMenu() {
     menu_.delegate = nil;
 }
 
-void MacNativeMenu::menuWillOpen() {
-    if (events_.willOpen) events_.willOpen();
+void MacNativeMenu::menuNeedsUpdate() {
+    // The start of tracking, before the menu shows: the one moment AppKit lets the delegate change
+    // the menu's structure (menuWillOpen: must not). The status item rebuilds here; from now on the
+    // portable side knows the menu is open and edits it in place.
+    beginTracking();
+}
+
+void MacNativeMenu::menuWillOpen() { beginTracking(); }
+
+void MacNativeMenu::beginTracking() {
+    if (tracking_ || !events_.willOpen) return;
+    tracking_ = true;
+    // The menu animates and its rows update while it is open: no App Nap timer coalescing meanwhile.
+    activity_ = [NSProcessInfo.processInfo beginActivityWithOptions:NSActivityUserInitiatedAllowingIdleSystemSleep
+                                                             reason:@"The Corvane menu is open"];
+    events_.willOpen();
 }
 
 void MacNativeMenu::menuDidClose() {
+    if (!tracking_) return;
+    tracking_ = false;
+    if (activity_) [NSProcessInfo.processInfo endActivity:activity_];
+    activity_ = nil;
     // AppKit sends the chosen item's action after this; the close (which may apply a pending
-    // build and replace that item) waits for the next turn of the main queue.
+    // build and replace that item) waits until the menu's tracking has ended.
     if (!events_.didClose) return;
-    auto didClose = events_.didClose;
-    dispatch_async(dispatch_get_main_queue(), ^{
-        didClose();
-    });
+    CorvaneDeferredJob* close = [[CorvaneDeferredJob alloc] initWithJob:events_.didClose];
+    [close performSelector:@selector(fire) withObject:nil afterDelay:0 inModes:@[ NSDefaultRunLoopMode ]];
 }
 
 void MacNativeMenu::willHighlight(NSMenuItem* item) {

@@ -16,29 +16,56 @@
 #import "UserDefaultsStore.h"
 #import "VnodeDirectoryWatcher.h"
 
+#include "app/ActionRunner.h"
 #include "app/DesktopShell.h"
 #include "app/MacDecisions.h"
 
-using namespace corvane;
 using corvane::mac::fromNS;
 using corvane::mac::toNS;
 
-// The application's delegate: a termination asked of AppKit (logout, restart, the Dock's Quit) runs
-// the app's own termination order instead, which ends `exec` through `quit`.
+// The application's delegate. A termination AppKit asks for (logout, restart, shutdown, a quit Apple
+// Event) runs the app's own termination order, then `finish` (the shell's bounded wait for the
+// background work), and is answered "now": AppKit then leaves the process. Answering "cancel" would
+// abort the user's logout.
 @interface CorvaneApplicationDelegate : NSObject <NSApplicationDelegate>
 @property(nonatomic) std::function<void()> terminate;
+@property(nonatomic) std::function<void()> finish;
 @end
 
 @implementation CorvaneApplicationDelegate
 - (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication*)sender {
     (void)sender;
     if (_terminate) _terminate();
-    return NSTerminateCancel;
+    if (_finish) _finish();
+    return NSTerminateNow;
+}
+
+// Nothing of the app is restored from a saved state; saying so keeps AppKit from decoding any
+// insecurely (macOS 12 and later ask).
+- (BOOL)applicationSupportsSecureRestorableState:(NSApplication*)app {
+    (void)app;
+    return YES;
 }
 @end
 
 namespace corvane::mac {
 namespace {
+
+// Ends `[NSApp run]`. `stop:` takes effect after the next event; post one so the run loop returns
+// now.
+void stopApplication() {
+    [NSApp stop:nil];
+    NSEvent* wake = [NSEvent otherEventWithType:NSEventTypeApplicationDefined
+                                       location:NSZeroPoint
+                                  modifierFlags:0
+                                      timestamp:0
+                                   windowNumber:0
+                                        context:nil
+                                        subtype:0
+                                          data1:0
+                                          data2:0];
+    [NSApp postEvent:wake atStart:YES];
+}
 
 class MacShell final : public Shell {
 public:
@@ -79,7 +106,7 @@ public:
 
     void showAbout() override {
         // In front of other apps first: an accessory app's panel would open behind them.
-        [NSApp activateIgnoringOtherApps:YES];
+        effects_.activateApp();
         NSAttributedString* credits = [[NSAttributedString alloc]
             initWithString:toNS(aboutCreditsText)
                 attributes:@{NSLinkAttributeName : [NSURL URLWithString:toNS(privacyPageUrl)]}];
@@ -92,6 +119,9 @@ public:
         NSApplication* application = NSApplication.sharedApplication;
         delegate_ = [[CorvaneApplicationDelegate alloc] init];
         delegate_.terminate = std::move(terminate);
+        // AppKit leaves the process as soon as the delegate answers: give the jobs that stop the
+        // running processes the time the app's own exit gives them.
+        delegate_.finish = [this] { work_.waitUntilIdle(corvane::ActionRunner::stopWaitLimit); };
         application.delegate = delegate_;
         [application setActivationPolicy:NSApplicationActivationPolicyAccessory];
         [application run];
@@ -100,18 +130,20 @@ public:
 
     void quit() override {
         loop_.stop();
-        [NSApp stop:nil];
-        // `stop:` takes effect after the next event; post one so the run loop returns now.
-        NSEvent* wake = [NSEvent otherEventWithType:NSEventTypeApplicationDefined
-                                           location:NSZeroPoint
-                                      modifierFlags:0
-                                          timestamp:0
-                                       windowNumber:0
-                                            context:nil
-                                            subtype:0
-                                              data1:0
-                                              data2:0];
-        [NSApp postEvent:wake atStart:YES];
+        if (NSApp.modalWindow) {
+            // An alert is up: `stop:` now would end only its modal loop. Abort that loop (stopModal
+            // only works from its own callouts) and end the main loop once back in it, which runs
+            // in the default mode that a modal loop does not.
+            [NSApp abortModal];
+            NSTimer* later = [NSTimer timerWithTimeInterval:0
+                                                    repeats:NO
+                                                      block:^(NSTimer*) {
+                                                          stopApplication();
+                                                      }];
+            [NSRunLoop.mainRunLoop addTimer:later forMode:NSDefaultRunLoopMode];
+            return;
+        }
+        stopApplication();
     }
 
 private:

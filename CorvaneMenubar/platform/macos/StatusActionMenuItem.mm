@@ -7,7 +7,14 @@
 #include "menu/MenuBuilder.h"
 #include "menu/RowLayout.h"
 
-using namespace corvane;
+using corvane::Activation;
+using corvane::ColourRole;
+using corvane::keyboardRowPart;
+using corvane::menuMinimumWidth;
+using corvane::NativeMenuItem;
+using corvane::RowLayout;
+using corvane::RowPart;
+using corvane::statusActionRowLayout;
 
 // The row view: everything drawn from `statusActionRowLayout` of the item it shows.
 @interface StatusActionRowView : NSView
@@ -21,7 +28,7 @@ using namespace corvane;
 }
 
 - (instancetype)initWithItem:(std::weak_ptr<NativeMenuItem>)item {
-    if ((self = [super initWithFrame:NSMakeRect(0, 0, menuMinimumWidth, rowmetrics::lineHeight)])) {
+    if ((self = [super initWithFrame:NSMakeRect(0, 0, menuMinimumWidth, corvane::rowmetrics::lineHeight)])) {
         _item = std::move(item);
         self.autoresizingMask = NSViewWidthSizable;
         NSImage* cross = [NSImage imageWithSystemSymbolName:@"xmark.circle.fill" accessibilityDescription:@"Dismiss"];
@@ -61,9 +68,27 @@ using namespace corvane;
     [self refresh];
 }
 
+// Clicks land on the row, never on its dismiss button: a view in a menu item gets mouseUp:
+// without mouseDown: when the user presses on the status item and releases here, and a button only
+// fires after its own mouseDown:. The release picks the part under the pointer.
+- (NSView*)hitTest:(NSPoint)point {
+    return NSPointInRect([self convertPoint:point fromView:self.superview], self.bounds) ? self : nil;
+}
+
+- (void)mouseDown:(NSEvent*)event {
+    (void)event;  // chosen on release
+}
+
 - (void)mouseUp:(NSEvent*)event {
     auto item = _item.lock();
-    if (!item) return;
+    const auto layout = [self rowLayout];
+    if (!item || !layout) return;
+    const NSPoint point = [self convertPoint:event.locationInWindow fromView:nil];
+    if (!NSPointInRect(point, self.bounds)) return;
+    if (layout->dismissButton && NSPointInRect(point, corvane::mac::nsRect(*layout->dismissButton))) {
+        [self dismissClicked:nil];
+        return;
+    }
     const bool option = (event.modifierFlags & NSEventModifierFlagOption) != 0;
     corvane::mac::chooseAfterClosing(_item, Activation{keyboardRowPart(*item, option), option});
 }

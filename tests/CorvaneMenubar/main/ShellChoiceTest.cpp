@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 
 namespace corvane {
 namespace {
@@ -45,6 +46,18 @@ TEST(ShellChoice, PicksTheDesktopOnlyWhenOneWasBuiltAndCanShow) {
             EXPECT_NE(choice.notice.find(r.noticeHas), std::string::npos) << choice.notice;
         }
     }
+}
+
+TEST(ShellChoice, DropsOnlyTheArgumentsLaunchServicesAdds) {
+    const std::pair<std::string_view, bool> rows[] = {
+        {"-psn_0_989382", true},  // a quarantined app's first launch from Finder
+        {"-psn_0_1", true},
+        {"-psn", false},  // not the system's form: left for the usage error
+        {"--psn_0_1", false},
+        {"--headless", false},
+        {"", false},
+    };
+    for (const auto& [argument, dropped] : rows) EXPECT_EQ(isLaunchServicesArgument(argument), dropped) << argument;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // (ci-check.sh collects them: the names a reviewer must confirm against the real macOS SDK).
 #ifndef OBJC_CHECK_SHIM_ONLY_H
 #define OBJC_CHECK_SHIM_ONLY_H
+#include "os/availability.h"
 #ifdef OBJC_CHECK_REPORT_SHIM
 #define SHIM_ONLY __attribute__((deprecated("declared only by the objc-check shim")))
 #else

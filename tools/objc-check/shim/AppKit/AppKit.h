@@ -42,14 +42,16 @@ static const NSProgressIndicatorStyle NSProgressIndicatorStyleBar SHIM_ONLY = NS
 static const NSProgressIndicatorStyle NSProgressIndicatorStyleSpinning SHIM_ONLY = NSProgressIndicatorSpinningStyle;
 
 static const NSEventType NSEventTypeApplicationDefined SHIM_ONLY = NSApplicationDefined;  // macOS 10.12 name
+static const NSBitmapImageFileType NSBitmapImageFileTypePNG SHIM_ONLY = NSPNGFileType;  // macOS 10.12 name
 
 typedef NSString *NSAboutPanelOptionKey SHIM_ONLY;
-APPKIT_EXPORT NSAboutPanelOptionKey const NSAboutPanelOptionCredits SHIM_ONLY;  // macOS 10.13
+APPKIT_EXPORT NSAboutPanelOptionKey const NSAboutPanelOptionCredits SHIM_ONLY API_AVAILABLE(macos(10.13));
+APPKIT_EXPORT NSAboutPanelOptionKey const NSAboutPanelOptionApplicationIcon SHIM_ONLY API_AVAILABLE(macos(10.13));
 
 @interface NSApplication (ObjcCheckShim)
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy SHIM_ONLY;
 - (NSApplicationActivationPolicy)activationPolicy SHIM_ONLY;
-- (void)activate SHIM_ONLY;  // macOS 14
+- (void)activate SHIM_ONLY API_AVAILABLE(macos(14.0));
 @property (readonly, strong) NSAppearance *effectiveAppearance SHIM_ONLY;
 @end
 

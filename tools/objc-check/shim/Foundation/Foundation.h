@@ -1,5 +1,7 @@
 // Wraps GNUstep's <Foundation/Foundation.h>, then declares the macOS Foundation API that GNUstep
-// lacks or only stubs. Declarations only, with the macOS SDK's signatures.
+// lacks or only stubs. Declarations only, with the macOS SDK's signatures. First the globals of
+// <MacTypes.h>, which a Mac's Foundation brings in through CoreFoundation.
+#include "../MacTypes.h"
 #include_next <Foundation/Foundation.h>
 #ifndef OBJC_CHECK_FOUNDATION_H
 #define OBJC_CHECK_FOUNDATION_H
@@ -57,8 +59,6 @@ enum : NSUInteger {
 - (BOOL)compileAndReturnError:(NSDictionary<NSString *, id> *_Nullable *_Nullable)errorInfo SHIM_ONLY;
 - (NSAppleEventDescriptor *)executeAndReturnError:(NSDictionary<NSString *, id> *_Nullable *_Nullable)errorInfo SHIM_ONLY;
 @end
-
-typedef unsigned char Boolean SHIM_ONLY;  // MacTypes.h
 
 @interface NSAppleEventDescriptor (ObjcCheckShim)
 @property (readonly) Boolean booleanValue SHIM_ONLY;

@@ -77,6 +77,9 @@ void dispatch_once(dispatch_once_t *predicate, __attribute__((noescape)) dispatc
 dispatch_time_t dispatch_time(dispatch_time_t when, int64_t delta) SHIM_ONLY;
 dispatch_group_t dispatch_group_create(void) SHIM_ONLY;
 void dispatch_group_async(dispatch_group_t group, dispatch_queue_t queue, dispatch_block_t block) SHIM_ONLY;
+void dispatch_group_enter(dispatch_group_t group) SHIM_ONLY;
+void dispatch_group_leave(dispatch_group_t group) SHIM_ONLY;
+intptr_t dispatch_group_wait(dispatch_group_t group, dispatch_time_t timeout) SHIM_ONLY;
 void dispatch_group_notify(dispatch_group_t group, dispatch_queue_t queue, dispatch_block_t block) SHIM_ONLY;
 dispatch_source_t dispatch_source_create(dispatch_source_type_t type, uintptr_t handle, uintptr_t mask,
                                          dispatch_queue_t _Nullable queue) SHIM_ONLY;
