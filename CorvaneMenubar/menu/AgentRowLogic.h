@@ -13,6 +13,7 @@
 
 #include "MenuModel.h"
 #include "NativeMenu.h"
+#include "RowLayout.h"
 #include "VectorImage.h"
 
 namespace corvane {
@@ -23,6 +24,18 @@ enum class AgentTarget { harness, corvane };
 // session, else none.
 std::optional<std::string> agentStatusText(const AgentRow& row);
 
+// The words tool tips use for this machine and for the key that opens a row in Corvane.
+struct PlatformWords {
+    std::string_view optionReturn;
+    std::string_view thisComputer;
+    bool operator==(const PlatformWords&) const = default;
+};
+inline constexpr PlatformWords macWords{"Option-Return", "this Mac"};
+inline constexpr PlatformWords linuxWords{"Alt+Return", "this computer"};
+
+// The title of an agent row's Corvane target wherever it is offered in words.
+inline constexpr std::string_view openInCorvaneTitle = "Open in Corvane";
+
 struct AgentTargetDescriptions {
     bool harnessEnabled = false;
     std::string harnessToolTip;
@@ -31,13 +44,25 @@ struct AgentTargetDescriptions {
     std::string corvaneAccessibilityLabel;
     bool operator==(const AgentTargetDescriptions&) const = default;
 };
-AgentTargetDescriptions describeTargets(const AgentRow& row);
+// The shell names its platform's words; the AppKit shell keeps the default.
+AgentTargetDescriptions describeTargets(const AgentRow& row, const PlatformWords& words = macWords);
 
 // The target drawn highlighted: the hovered one (the harness part only when the row has a
 // harness action); with nothing hovered and the keyboard highlight on the row, the target Return
 // would open; otherwise none.
 std::optional<AgentTarget> highlightedTarget(const AgentRow& row, std::optional<AgentTarget> hovered,
                                              bool keyboardHighlighted);
+
+// The colours of the row's texts and of the lightning bolt, for the target drawn highlighted:
+// on the harness highlight both texts take the selected text colour, on the Corvane highlight
+// the bolt does.
+struct AgentRowColours {
+    ColourRole title = ColourRole::label;
+    ColourRole status = ColourRole::secondaryLabel;
+    ColourRole bolt = ColourRole::secondaryLabel;
+    bool operator==(const AgentRowColours&) const = default;
+};
+AgentRowColours agentRowColours(std::optional<AgentTarget> highlighted);
 
 // Return (or a click on the row): with Option, Corvane; otherwise the harness when the row has a
 // harness action that differs from its Corvane action, else Corvane.
@@ -90,5 +115,7 @@ struct AgentRowGeometry {
     bool operator==(const AgentRowGeometry&) const = default;
 };
 AgentRowGeometry agentRowGeometry(double width, double height, std::optional<double> statusTextWidth);
+// The same row for a right-to-left language: the Corvane button on the left, the icon on the right.
+AgentRowGeometry mirrored(AgentRowGeometry geometry, double width);
 
 }  // namespace corvane

@@ -23,13 +23,19 @@ TEST(AgentRowLogic, TargetDescriptions) {
     const std::string cannot =
         "This session cannot be opened in its harness on this Mac. Use the lightning button to open Corvane.";
     const std::string claude = "Open in Claude: Fix the build · 3m", corvane = "Open in Corvane: Fix the build · 3m";
-    const std::vector<std::pair<AgentRow, AgentTargetDescriptions>> rows = {
-        {session(true, "working"), {true, claude, claude + ", Working", "Open in Corvane (Option-Return)", corvane}},
-        {session(false, "working", "Waiting for you · 2m"),
+    const std::string cannotHere =
+        "This session cannot be opened in its harness on this computer. Use the lightning button to open Corvane.";
+    const std::vector<std::tuple<AgentRow, PlatformWords, AgentTargetDescriptions>> rows = {
+        {session(true, "working"), macWords,
+         {true, claude, claude + ", Working", "Open in Corvane (Option-Return)", corvane}},
+        {session(false, "working", "Waiting for you · 2m"), macWords,
          {false, cannot, cannot + ", Waiting for you · 2m", "Open in Corvane (Return)", corvane}},
-        {session(true, "idle"), {true, claude, claude, "Open in Corvane (Option-Return)", corvane}},
+        {session(true, "idle"), macWords, {true, claude, claude, "Open in Corvane (Option-Return)", corvane}},
+        {session(true, "idle"), linuxWords, {true, claude, claude, "Open in Corvane (Alt+Return)", corvane}},
+        {session(false), linuxWords, {false, cannotHere, cannotHere, "Open in Corvane (Return)", corvane}},
     };
-    for (const auto& [row, expected] : rows) EXPECT_EQ(describeTargets(row), expected) << expected.harnessToolTip;
+    for (const auto& [row, words, expected] : rows)
+        EXPECT_EQ(describeTargets(row, words), expected) << expected.harnessToolTip;
 }
 
 TEST(AgentRowLogic, HighlightAndChoice) {
@@ -55,6 +61,10 @@ TEST(AgentRowLogic, HighlightAndChoice) {
     };
     for (const auto& row : rows) {
         EXPECT_EQ(highlightedTarget(row.row, row.hovered, row.keyboard), row.highlighted) << &row - rows.data();
+        // The highlighted target's texts or bolt take the selected text colour.
+        const auto colours = agentRowColours(row.highlighted);
+        EXPECT_EQ(colours.title == ColourRole::selectedMenuItemText, row.highlighted == T::harness);
+        EXPECT_EQ(colours.bolt == ColourRole::selectedMenuItemText, row.highlighted == T::corvane);
         EXPECT_EQ(activate(row.row, row.option).title, row.chosen) << &row - rows.data();
     }
     EXPECT_EQ(chosenAgentAction(session(false), {RowPart::harness, false}), std::nullopt);
