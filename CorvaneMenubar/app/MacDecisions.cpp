@@ -2,6 +2,7 @@
 
 #include "ActionRunner.h"
 #include "TerminalScript.h"
+#include "menu/MenuKeys.h"
 
 namespace corvane {
 
@@ -50,12 +51,8 @@ std::optional<AgentTarget> agentTargetAt(double x, double width) {
 }
 
 RowPart keyboardRowPart(const NativeMenuItem& item, bool optionPressed) {
-    if (!optionPressed) return RowPart::main;
-    if (const auto& content = item.content(); content && std::holds_alternative<DismissibleRowContent>(*content))
-        return RowPart::dismiss;
-    if (const auto* status = std::get_if<role::StatusAction>(&item.role()); status && status->dismiss)
-        return RowPart::dismiss;
-    return RowPart::main;
+    const auto chosen = keyActivation(item, MenuKey::enter, optionPressed);
+    return chosen ? chosen->part : RowPart::main;
 }
 
 std::vector<InfoPlistEntry> macInfoPlistEntries(std::string_view version, std::string_view environment) {

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "AboutPanel.h"
 #include "menu/AgentRowLogic.h"
 #include "seams/Effects.h"
 #include "seams/LoginItem.h"
@@ -85,10 +86,6 @@ std::optional<AgentTarget> agentTargetAt(double x, double width);
 RowPart keyboardRowPart(const NativeMenuItem& item, bool optionPressed);
 
 // ---- The bundle --------------------------------------------------------------------------------
-
-// The About panel's credits: the single word "Privacy", linked to this page.
-inline constexpr std::string_view aboutCreditsText = "Privacy";
-inline constexpr std::string_view privacyPageUrl = "https://usecorvane.com/privacy";
 
 inline constexpr std::string_view macBundleIdentifier = "com.usecorvane.menubar";
 // SMAppService.mainApp needs macOS 13.

@@ -20,14 +20,15 @@ AgentTargetDescriptions describeTargets(const AgentRow& row, const PlatformWords
     const std::string suffix = status ? ", " + *status : std::string();
     AgentTargetDescriptions out;
     out.harnessEnabled = row.harness.has_value();
+    const std::string openInCorvane(openInCorvaneTitle);
     out.harnessToolTip = row.harness ? row.harness->title + ": " + row.corvane.title
                                      : "This session cannot be opened in its harness on " +
                                            std::string(words.thisMachine) +
                                            ". Use the lightning button to open Corvane.";
     out.harnessAccessibilityLabel = out.harnessToolTip + suffix;
-    out.corvaneToolTip = row.harness ? "Open in Corvane (" + std::string(words.alternateReturn) + ")"
-                                     : std::string("Open in Corvane (Return)");
-    out.corvaneAccessibilityLabel = "Open in Corvane: " + row.corvane.title;
+    out.corvaneToolTip =
+        openInCorvane + (row.harness ? " (" + std::string(words.alternateReturn) + ")" : std::string(" (Return)"));
+    out.corvaneAccessibilityLabel = openInCorvane + ": " + row.corvane.title;
     return out;
 }
 
@@ -38,6 +39,13 @@ std::optional<AgentTarget> highlightedTarget(const AgentRow& row, std::optional<
         return row.harness ? std::optional<AgentTarget>(AgentTarget::harness) : std::nullopt;
     if (keyboardHighlighted) return hasDistinctHarness(row) ? AgentTarget::harness : AgentTarget::corvane;
     return std::nullopt;
+}
+
+AgentRowColours agentRowColours(std::optional<AgentTarget> highlighted) {
+    AgentRowColours colours;
+    if (highlighted == AgentTarget::harness) colours.title = colours.status = ColourRole::selectedMenuItemText;
+    if (highlighted == AgentTarget::corvane) colours.bolt = ColourRole::selectedMenuItemText;
+    return colours;
 }
 
 MenuAction activate(const AgentRow& row, bool optionPressed) {
@@ -91,6 +99,14 @@ bool shouldPulse(const AgentRow& row, bool inWindow, bool reduceMotion) {
 }
 
 bool pulseNeedsRestart(const AgentRow& before, const AgentRow& after) { return isWorking(before) != isWorking(after); }
+
+AgentRowGeometry mirrored(AgentRowGeometry g, double width) {
+    auto flip = [width](Rect& r) { r.x = width - r.x - r.width; };
+    for (Rect* r : {&g.harnessPart, &g.corvaneButton, &g.harnessHighlight, &g.corvaneHighlight, &g.icon, &g.title})
+        flip(*r);
+    if (g.status) flip(*g.status);
+    return g;
+}
 
 AgentRowGeometry agentRowGeometry(double width, double height, std::optional<double> statusTextWidth) {
     AgentRowGeometry g;

@@ -14,6 +14,7 @@
 #include "MenuModel.h"
 #include "NativeMenu.h"
 #include "PlatformWords.h"
+#include "RowLayout.h"
 #include "VectorImage.h"
 
 namespace corvane {
@@ -23,6 +24,9 @@ enum class AgentTarget { harness, corvane };
 // The worded status drawn at the row's right: the CLI's label, else "Working" for a working
 // session, else none.
 std::optional<std::string> agentStatusText(const AgentRow& row);
+
+// The title of an agent row's Corvane target wherever it is offered in words.
+inline constexpr std::string_view openInCorvaneTitle = "Open in Corvane";
 
 struct AgentTargetDescriptions {
     bool harnessEnabled = false;
@@ -40,6 +44,17 @@ AgentTargetDescriptions describeTargets(const AgentRow& row, const PlatformWords
 // would open; otherwise none.
 std::optional<AgentTarget> highlightedTarget(const AgentRow& row, std::optional<AgentTarget> hovered,
                                              bool keyboardHighlighted);
+
+// The colours of the row's texts and of the lightning bolt, for the target drawn highlighted:
+// on the harness highlight both texts take the selected text colour, on the Corvane highlight
+// the bolt does.
+struct AgentRowColours {
+    ColourRole title = ColourRole::label;
+    ColourRole status = ColourRole::secondaryLabel;
+    ColourRole bolt = ColourRole::secondaryLabel;
+    bool operator==(const AgentRowColours&) const = default;
+};
+AgentRowColours agentRowColours(std::optional<AgentTarget> highlighted);
 
 // Return (or a click on the row): with Option, Corvane; otherwise the harness when the row has a
 // harness action that differs from its Corvane action, else Corvane.
@@ -96,5 +111,7 @@ struct AgentRowGeometry {
     bool operator==(const AgentRowGeometry&) const = default;
 };
 AgentRowGeometry agentRowGeometry(double width, double height, std::optional<double> statusTextWidth);
+// The same row for a right-to-left language: the Corvane button on the left, the icon on the right.
+AgentRowGeometry mirrored(AgentRowGeometry geometry, double width);
 
 }  // namespace corvane

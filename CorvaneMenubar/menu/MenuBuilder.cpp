@@ -347,10 +347,14 @@ void MenuBuilder::appendAppRows(NativeMenu& menu) {
     };
     auto login = handlerItem("Launch at Login", call(&MenuBuilderHooks::toggleLoginItem));
     login->setChecked(hooks_->launchAtLoginEnabled && hooks_->launchAtLoginEnabled());
+    login->setRole(role::AppRow{role::AppRowKind::launchAtLogin});
     menu.append(login);
     menu.append(descriptions_->makeSeparator());
-    menu.append(handlerItem("About " + displayName_, call(&MenuBuilderHooks::showAbout)));
+    auto about = handlerItem("About " + displayName_, call(&MenuBuilderHooks::showAbout));
+    about->setRole(role::AppRow{role::AppRowKind::about});
+    menu.append(about);
     auto quit = descriptions_->makeItem();
+    quit->setRole(role::AppRow{role::AppRowKind::quit});
     quit->setTitle("Quit " + displayName_);
     quit->setKeyEquivalent("q");
     quit->setHandler(call(&MenuBuilderHooks::quit));

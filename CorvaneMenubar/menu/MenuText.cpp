@@ -76,4 +76,9 @@ int statusLineCount(const std::optional<std::string>& subtitle) {
     return 1 + static_cast<int>(linesOf(*subtitle).size());
 }
 
+std::optional<std::string> shownToolTip(const NativeMenuItem& item) {
+    if (!item.toolTip() || *item.toolTip() == item.title()) return std::nullopt;
+    return item.toolTip();
+}
+
 }  // namespace corvane

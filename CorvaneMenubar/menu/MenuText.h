@@ -37,6 +37,10 @@ std::string fittingText(std::string_view text, FontRole font, const TextMeasure&
 // lines, each fitted in the 11-point system font, joined by line feeds, in the secondary colour.
 AttributedTitle statusTitle(std::string_view title, const std::optional<std::string>& subtitle,
                             const TextMeasure& measure);
+// The tool tip a menu shows for `item`: its tool tip when that says more than the title (a title
+// cut to the menu's width, a status row's other lines); otherwise none.
+std::optional<std::string> shownToolTip(const NativeMenuItem& item);
+
 // How many lines `statusTitle` shows.
 int statusLineCount(const std::optional<std::string>& subtitle);
 

@@ -1,5 +1,7 @@
 #include "MenuTreeJson.h"
 
+#include "PlainSurface.h"
+
 namespace corvane {
 namespace {
 
@@ -16,30 +18,35 @@ std::string kindOf(const NativeMenuItem& item) {
     return {};
 }
 
-nlohmann::json rowJson(const NativeMenuItem& item) {
+nlohmann::json rowJson(const NativeMenuItem& item, const std::string& key) {
     if (item.isSeparator()) return {{"separator", true}};
+    const PlainRow plain = plainRow(item, key);
     nlohmann::json row = nlohmann::json::object();
     row["title"] = item.attributedTitle() ? item.attributedTitle()->plainText() : item.title();
     row["enabled"] = item.isEnabled();
-    if (item.isChecked()) row["checked"] = true;
+    if (plain.check != PlainCheck::none) row["checked"] = plain.check == PlainCheck::on;
     if (item.toolTip()) row["toolTip"] = *item.toolTip();
     if (!item.keyEquivalent().empty()) row["key"] = item.keyEquivalent();
     if (item.badge()) row["badge"] = item.badge()->accessibilityText;
     if (item.isHighlighted()) row["highlighted"] = true;
     if (auto kind = kindOf(item); !kind.empty()) row["kind"] = kind;
     if (const auto* status = std::get_if<role::StatusAction>(&item.role())) row["action"] = status->actionTitle;
-    if (item.content()) {
-        if (auto text = plainText(*item.content()); !text.empty()) row["text"] = text;
+    if (!plain.text.empty() && plain.text != row["title"]) row["text"] = plain.text;
+    if (listsTargets(plain)) {
+        auto& targets = row["targets"] = nlohmann::json::array();
+        for (const auto& target : plain.targets)
+            targets.push_back({{"part", rowPartWord(target.activation.part)}, {"title", target.title}});
     }
-    if (item.submenu()) row["submenu"] = menuTreeJson(*item.submenu());
+    if (item.submenu()) row["submenu"] = menuTreeJson(*item.submenu(), key + "/");
     return row;
 }
 
 }  // namespace
 
-nlohmann::json menuTreeJson(const NativeMenu& menu) {
+nlohmann::json menuTreeJson(const NativeMenu& menu, const std::string& keyPrefix) {
     nlohmann::json rows = nlohmann::json::array();
-    for (const auto& item : menu.items()) rows.push_back(rowJson(*item));
+    const auto keys = plainKeys(menu, keyPrefix);
+    for (std::size_t i = 0; i < menu.count(); ++i) rows.push_back(rowJson(*menu.itemAt(i), keys[i]));
     return rows;
 }
 

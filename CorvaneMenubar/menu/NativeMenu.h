@@ -97,9 +97,16 @@ struct CliUpdateRow {
     CliUpdate model;
     bool operator==(const CliUpdateRow&) const = default;
 };
+// One of the app's own rows at the end of the menu. "Launch at Login" is a check item whose mark
+// is the login item's real status, on or off.
+enum class AppRowKind { launchAtLogin, about, quit };
+struct AppRow {
+    AppRowKind kind = AppRowKind::about;
+    bool operator==(const AppRow&) const = default;
+};
 }  // namespace role
 
-using ItemRole = std::variant<role::Plain, role::StatusAction, role::CliUpdateRow>;
+using ItemRole = std::variant<role::Plain, role::StatusAction, role::CliUpdateRow, role::AppRow>;
 
 // Static rows (not clickable): a portable description the shell draws.
 namespace hosted {

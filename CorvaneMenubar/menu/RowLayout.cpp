@@ -106,8 +106,22 @@ ColourRole markColour(ConnectionMark mark) {
     return ColourRole::systemGray;
 }
 
+RowLayout mirrored(RowLayout layout, double width) {
+    auto flip = [width](Rect& r) { r.x = width - r.x - r.width; };
+    if (layout.highlight) flip(*layout.highlight);
+    if (layout.mark) flip(layout.mark->frame);
+    for (auto& text : layout.texts) {
+        flip(text.frame);
+        text.align = text.align == TextAlign::leading ? TextAlign::trailing : TextAlign::leading;
+    }
+    if (layout.dismissButton) flip(*layout.dismissButton);
+    if (layout.spinner) flip(*layout.spinner);
+    return layout;
+}
+
 RowLayout hostedRowLayout(const HostedRow& row, double width, const TextMeasure& measure) {
     auto out = lay(linesOf(row), width, width - inset, false, measure);
+    if (std::holds_alternative<hosted::Header>(row)) out.texts.front().bold = true;
     if (std::holds_alternative<hosted::SectionLabel>(row)) {
         // A section label is a small caption: 11-point text centred in a 20-point row.
         out.height = sectionHeight;

@@ -43,6 +43,7 @@ struct TextSlot {
     FontRole font = FontRole::menu13;
     ColourRole colour = ColourRole::label;
     TextAlign align = TextAlign::leading;
+    bool bold = false;  // the header's title
     bool operator==(const TextSlot&) const = default;
 };
 
@@ -94,6 +95,10 @@ RowLayout dismissibleRowLayout(const DismissibleRowContent& row, double width, b
 // one.
 // Reads the item's attributed title, role and highlight.
 RowLayout statusActionRowLayout(const NativeMenuItem& item, double width, const TextMeasure& measure);
+// `layout` for a right-to-left language: every frame mirrored across the row's `width`, leading
+// and trailing text swapped, so the mark, the texts and the dismiss button all change sides.
+RowLayout mirrored(RowLayout layout, double width);
+
 // The CLI update row while the update cannot start: title, subtitle and (while installing) the
 // spinner.
 RowLayout cliUpdateRowLayout(const CliUpdate& update, double width);

@@ -25,6 +25,7 @@
 #include "menu/MemoryMenu.h"
 #include "MemoryStatusItem.h"
 #include "menu/MenuTreeJson.h"
+#include "menu/PlainSurface.h"
 #include "PrintingEffects.h"
 #include "platform/posix/SystemDirectoryWatcher.h"
 #include "TerminalScreen.h"
@@ -46,14 +47,6 @@ std::vector<std::string> words(std::string_view line) {
     std::istringstream stream{std::string(line)};
     for (std::string word; stream >> word;) result.push_back(word);
     return result;
-}
-
-std::optional<RowPart> rowPart(const std::string& word) {
-    if (word == "main") return RowPart::main;
-    if (word == "harness") return RowPart::harness;
-    if (word == "corvane") return RowPart::corvane;
-    if (word == "dismiss") return RowPart::dismiss;
-    return std::nullopt;
 }
 
 // The item at "3" or "7/2" in `menu`, or null.
@@ -244,7 +237,7 @@ void HeadlessShell::command(AppDelegate& app, const std::string& line, const std
         return terminate();
     } else if (name == "pick" && (parts.size() == 2 || parts.size() == 3)) {
         auto item = itemAtPath(statusItem_.menu(), parts[1]);
-        auto part = parts.size() == 3 ? rowPart(parts[2]) : std::optional<RowPart>(RowPart::main);
+        auto part = parts.size() == 3 ? rowPartFromWord(parts[2]) : std::optional<RowPart>(RowPart::main);
         if (!item) return emit(errorEvent("no row at " + parts[1]));
         if (!part) return emit(errorEvent("unknown row part " + parts[2]));
         if (app.menuIsOpen()) statusItem_.reportMenuDidClose();

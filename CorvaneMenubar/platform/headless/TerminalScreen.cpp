@@ -69,6 +69,12 @@ void addRows(const Json& rows, const std::string& parentPath, int depth, bool an
         if (label.empty()) label = text(row, "title");
         if (auto badge = text(row, "badge"); !badge.empty()) label += " [" + badge + "]";
         if (flag(row, "checked")) label += " ✓";
+        if (const auto targets = row.find("targets"); targets != row.end() && targets->is_array()) {
+            std::string offered;
+            for (const auto& target : *targets)
+                offered += (offered.empty() ? "" : " · ") + text(target, "part") + ": " + text(target, "title");
+            label += "  [" + offered + "]";
+        }
         if (row.contains("submenu")) label += " ▸";
         const bool enabled = flag(row, "enabled");
         std::string line = pathColumn + "  " + indent;

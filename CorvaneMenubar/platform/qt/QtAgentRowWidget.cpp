@@ -83,7 +83,8 @@ AgentRowGeometry QtAgentRowWidget::geometry() const {
     const auto status = agentStatusText(shown_);
     std::optional<double> statusWidth;
     if (status) statusWidth = QFontMetricsF(QtMenuLook::font(FontRole::menu13)).horizontalAdvance(qs(*status));
-    return agentRowGeometry(width(), height(), statusWidth);
+    const auto g = agentRowGeometry(width(), height(), statusWidth);
+    return isRightToLeft() ? mirrored(g, width()) : g;
 }
 
 int QtAgentRowWidget::naturalWidth() const {
@@ -217,9 +218,9 @@ void QtAgentRowWidget::paintEvent(QPaintEvent*) {
     icon_.paint(&p, qrect(g.icon).toAlignedRect());
     p.restore();
 
-    const bool onSelection = target == AgentTarget::harness;
-    const QColor title = onSelection ? QtMenuLook::selectedText(*this) : QtMenuLook::label(*this);
-    const QColor secondary = onSelection ? QtMenuLook::selectedText(*this) : QtMenuLook::secondaryLabel(*this);
+    const auto colours = agentRowColours(target);
+    const QColor title = QtMenuLook::colour(colours.title, *this);
+    const QColor secondary = QtMenuLook::colour(colours.status, *this);
     const QFont font = QtMenuLook::font(FontRole::menu13);
     const QFontMetricsF metrics(font);
     p.setFont(font);
@@ -234,8 +235,7 @@ void QtAgentRowWidget::paintEvent(QPaintEvent*) {
     // The lightning bolt, 12 points square, in the middle of its button.
     const QRectF button = qrect(g.corvaneButton);
     const QRectF bolt(button.center().x() - 6, button.center().y() - 6, 12, 12);
-    QtMenuLook::drawBolt(p, bolt,
-                         target == AgentTarget::corvane ? QtMenuLook::selectedText(*this) : QtMenuLook::secondaryLabel(*this));
+    QtMenuLook::drawBolt(p, bolt, QtMenuLook::colour(colours.bolt, *this));
 }
 
 }  // namespace corvane

@@ -24,7 +24,7 @@ RowLayout QtDismissibleRowWidget::layout() const {
     auto out = dismissibleRowLayout(content_, width(), item().isHighlighted(), QtMenuLook::measure());
     // The button alone shows the pointer on it.
     if (dismissHovered_ && !out.highlight) out = QtMenuLook::highlighted(out, width());
-    return out;
+    return isRightToLeft() ? mirrored(out, width()) : out;
 }
 
 QRectF QtDismissibleRowWidget::dismissButton() const {

@@ -16,7 +16,10 @@ void QtHostedRowWidget::sync() {
     update();
 }
 
-RowLayout QtHostedRowWidget::layout() const { return hostedRowLayout(row_, width(), QtMenuLook::measure()); }
+RowLayout QtHostedRowWidget::layout() const {
+    const auto out = hostedRowLayout(row_, width(), QtMenuLook::measure());
+    return isRightToLeft() ? mirrored(out, width()) : out;
+}
 
 int QtHostedRowWidget::naturalWidth() const {
     return QtMenuLook::naturalWidth([&](double w) { return hostedRowLayout(row_, w, QtMenuLook::measure()); });

@@ -107,14 +107,22 @@ QIcon QtMenuLook::pausedBadgeIcon() {
 void QtMenuLook::drawDismissButton(QPainter& painter, const QWidget& widget, const QRectF& rect, bool active) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
-    // On a highlighted row the button is the selected text colour; elsewhere the secondary one.
-    QColor disc = active ? selectedText(widget) : secondaryLabel(widget);
-    disc.setAlphaF(0.35f);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(disc);
-    painter.drawEllipse(rect);
-    const QColor cross = active ? selectedText(widget) : label(widget);  // on the disc
-    painter.setPen(QPen(cross, 1.3, Qt::SolidLine, Qt::RoundCap));
+    // On a highlighted row a ring and the cross in the selected text colour, straight on the
+    // highlight (a tinted disc there would pale it below 3:1); elsewhere a faint disc in the
+    // secondary colour with the cross in the label colour.
+    const QColor cross = active ? selectedText(widget) : label(widget);
+    if (active) {
+        painter.setPen(QPen(cross, 1.2));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawEllipse(rect.adjusted(0.6, 0.6, -0.6, -0.6));
+    } else {
+        QColor disc = secondaryLabel(widget);
+        disc.setAlphaF(0.35f);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(disc);
+        painter.drawEllipse(rect);
+    }
+    painter.setPen(QPen(cross, 1.4, Qt::SolidLine, Qt::RoundCap));
     const QRectF c = rect.adjusted(rect.width() * 0.32, rect.height() * 0.32, -rect.width() * 0.32, -rect.height() * 0.32);
     painter.drawLine(c.topLeft(), c.bottomRight());
     painter.drawLine(c.topRight(), c.bottomLeft());
@@ -164,13 +172,17 @@ void QtMenuLook::paint(QPainter& p, const QWidget& widget, const RowLayout& layo
     }
     for (const auto& text : layout.texts) {
         if (text.text.empty() || text.frame.width <= 0) continue;
-        const QFont f = font(text.font);
+        QFont f = font(text.font);
+        f.setBold(text.bold);
         const QRectF frame(text.frame.x, text.frame.y, text.frame.width, text.frame.height);
         p.setFont(f);
         p.setPen(colour(text.colour, widget));
         const QString shown =
             QFontMetricsF(f).elidedText(QString::fromStdString(text.text), Qt::ElideRight, frame.width());
-        p.drawText(frame, Qt::AlignVCenter | (text.align == TextAlign::trailing ? Qt::AlignRight : Qt::AlignLeft),
+        // The layout is already mirrored for a right-to-left language: its sides are absolute.
+        p.drawText(frame,
+                   Qt::AlignVCenter | Qt::AlignAbsolute |
+                       (text.align == TextAlign::trailing ? Qt::AlignRight : Qt::AlignLeft),
                    shown);
     }
     if (layout.dismissButton) {

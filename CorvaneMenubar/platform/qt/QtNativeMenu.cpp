@@ -21,11 +21,11 @@ QtNativeMenu::QtNativeMenu() : popup_(std::make_unique<QtPopupMenu>()), ownPlain
     plain_ = ownPlain_.get();
     QtPopupMenu::Hooks hooks;
     hooks.highlightChanged = [this](QAction* action) { highlightChanged(action); };
-    hooks.returnPressed = [this](QAction* action, bool alt) {
+    hooks.keyPressed = [this](QAction* action, MenuKey key, bool alt) {
         QtNativeMenuItem* item = itemFor(action);
-        // Plain rows (and two-font titles, which stand for plain rows) trigger as usual.
-        if (!item || !item->hasContent()) return false;
-        item->choose({RowPart::main, alt});
+        const auto chosen = item ? keyActivation(*item, key, alt) : std::nullopt;
+        if (!chosen) return false;
+        item->choose(*chosen);
         return true;
     };
     popup_->setHooks(std::move(hooks));

@@ -6,6 +6,8 @@
 #include <QTimer>
 #include <QWidgetAction>
 
+#include "QtMenuAccessibility.h"
+#include "menu/MenuText.h"
 #include "QtMenuLook.h"
 #include "QtNativeMenu.h"
 #include "QtPopupMenu.h"
@@ -56,14 +58,22 @@ QtNativeMenuItem::QtNativeMenuItem(bool separator)
     action_->setShortcutContext(Qt::WidgetShortcut);
     plain_->setShortcutContext(Qt::WidgetShortcut);
     action_->setIconVisibleInMenu(true);
-    // A plain row chosen in either surface. The popup has already closed when Qt triggers it.
+    setAccessibleItem(*action_, this);
+    // A plain row chosen in either surface. The popup has already closed when Qt triggers it. A
+    // check item keeps showing the login item's real status, not the click: Qt flips a checkable
+    // action's mark by itself, and the next build says whether the switch took.
     QObject::connect(action_.get(), &QAction::triggered, [this] {
+        syncChecks();
         choose({RowPart::main, QGuiApplication::keyboardModifiers().testFlag(Qt::AltModifier)});
     });
-    QObject::connect(plain_.get(), &QAction::triggered, [this] { choose({RowPart::main, false}); });
+    QObject::connect(plain_.get(), &QAction::triggered, [this] {
+        syncChecks();
+        if (plainRow_.targetsAreRow && !plainRow_.targets.empty()) choose(plainRow_.targets.front().activation);
+    });
 }
 
 QtNativeMenuItem::~QtNativeMenuItem() {
+    setAccessibleItem(*action_, nullptr);
     // Out of every menu before the widget goes, so no menu keeps a pointer to either.
     for (QAction* action : {static_cast<QAction*>(action_.get()), plain_.get()}) {
         action->setMenu(static_cast<QMenu*>(nullptr));
@@ -82,46 +92,63 @@ void QtNativeMenuItem::choose(const Activation& activation) {
     QTimer::singleShot(0, [keepAlive] {});
 }
 
-std::string QtNativeMenuItem::plainTitle() const {
-    if (content()) {
-        std::string text = plainText(*content());
-        if (!text.empty()) return text;
-        return title();
+std::string QtNativeMenuItem::plainTitle() const { return plainRow_.text; }
+
+void QtNativeMenuItem::syncTexts() { action_->setText(menuText(title())); }
+
+void QtNativeMenuItem::syncChecks() {
+    // "Launch at Login" is a check item whether its mark is on or off.
+    const bool checkable = plainRow_.check != PlainCheck::none;
+    for (QAction* action : {static_cast<QAction*>(action_.get()), plain_.get()}) {
+        action->setCheckable(checkable);
+        action->setChecked(plainRow_.check == PlainCheck::on);
     }
-    if (attributedTitle()) {
-        std::string out;
-        std::string line;
-        const std::string all = attributedTitle()->plainText() + "\n";
-        for (const char c : all) {
-            if (c != '\n') {
-                line += c;
-                continue;
-            }
-            if (!line.empty()) out += (out.empty() ? "" : " — ") + line;
-            line.clear();
-        }
-        return out;
-    }
-    return title();
 }
 
-void QtNativeMenuItem::syncTexts() {
-    action_->setText(menuText(title()));
-    plain_->setText(menuText(plainTitle()));
+void QtNativeMenuItem::syncPlain() {
+    if (isSeparator()) return;
+    auto row = plainRow(*this, plainRowKey(*this));
+    if (row == plainRow_) return;
+    plainRow_ = std::move(row);
+    plain_->setText(menuText(plainRow_.text));
+    plain_->setData(QString::fromStdString(plainRow_.key));
+    plain_->setEnabled(plainRow_.enabled);
+    syncChecks();
+    if (!listsTargets(plainRow_)) {
+        if (targets_) {
+            if (plain_->menu() == targets_.get()) plain_->setMenu(static_cast<QMenu*>(nullptr));
+            targets_.reset();
+        }
+        return;
+    }
+    if (!targets_) targets_ = std::make_unique<QMenu>();
+    // The same actions while the targets stay as many, so an open targets menu stays put.
+    auto actions = targets_->actions();
+    if (static_cast<std::size_t>(actions.size()) != plainRow_.targets.size()) {
+        targets_->clear();
+        for (std::size_t i = 0; i < plainRow_.targets.size(); ++i) {
+            QAction* target = targets_->addAction(QString());
+            QObject::connect(target, &QAction::triggered, targets_.get(), [this, i] {
+                if (i < plainRow_.targets.size() && plainRow_.enabled) choose(plainRow_.targets[i].activation);
+            });
+        }
+        actions = targets_->actions();
+    }
+    for (std::size_t i = 0; i < plainRow_.targets.size(); ++i) {
+        QAction* target = actions.at(static_cast<qsizetype>(i));
+        target->setText(menuText(plainRow_.targets[i].title));
+        target->setData(QString::fromStdString(plainRow_.targets[i].key));
+    }
+    if (plain_->menu() != targets_.get()) plain_->setMenu(targets_.get());
 }
 
 void QtNativeMenuItem::syncToolTip() {
-    // The style shows a tool tip for any action that has one: only for titles cut short.
-    const bool differs = toolTip() && *toolTip() != title();
-    const QString tip = differs ? QString::fromStdString(*toolTip()) : QString();
-    action_->setToolTip(tip);
-    plain_->setToolTip(tip);
+    // The style shows a tool tip for any action that has one. The exported row's text is whole.
+    const auto tip = shownToolTip(*this);
+    action_->setToolTip(tip ? QString::fromStdString(*tip) : QString());
 }
 
-void QtNativeMenuItem::syncEnabled() {
-    action_->setEnabled(isEnabled());
-    plain_->setEnabled(isEnabled());
-}
+void QtNativeMenuItem::syncEnabled() { action_->setEnabled(isEnabled()); }
 
 void QtNativeMenuItem::materialize() {
     if (materialized_) return;
@@ -157,6 +184,9 @@ void QtNativeMenuItem::syncRowWidget() {
 }
 
 void QtNativeMenuItem::didChange(ItemField field) {
+    if (field != ItemField::highlighted && field != ItemField::keyEquivalent && field != ItemField::badge &&
+        field != ItemField::submenu)
+        syncPlain();
     switch (field) {
     case ItemField::title:
     case ItemField::attributedTitle:
@@ -175,10 +205,7 @@ void QtNativeMenuItem::didChange(ItemField field) {
         if (auto* widget = rowWidget()) widget->sync();
         break;
     case ItemField::checked:
-        for (QAction* action : {static_cast<QAction*>(action_.get()), plain_.get()}) {
-            action->setCheckable(isChecked());
-            action->setChecked(isChecked());
-        }
+        syncChecks();
         break;
     case ItemField::keyEquivalent:
         action_->setShortcut(shortcutFor(keyEquivalent()));
@@ -187,7 +214,8 @@ void QtNativeMenuItem::didChange(ItemField field) {
     case ItemField::submenu: {
         auto* sub = dynamic_cast<QtNativeMenu*>(submenu().get());
         action_->setMenu(sub ? static_cast<QMenu*>(sub->popupMenu()) : nullptr);
-        plain_->setMenu(sub ? sub->plainMenu() : nullptr);
+        syncPlain();
+        if (sub || !targets_) plain_->setMenu(sub ? sub->plainMenu() : nullptr);
         if (sub && materialized_) sub->setLive();
         break;
     }

@@ -5,14 +5,18 @@
 //     QAction; custom content (agent rows, hosted rows, the update view, two-font titles) becomes
 //     its default widget;
 //   - the plain-text mirror exported over D-Bus (dbusmenu cannot carry widgets): one QAction
-//     titled with the row's one-line text.
+//     that renders the row's plain surface (PlainSurface.h): its whole text, its check mark, and
+//     a submenu of its targets when it has titled ones (an agent's harness and Corvane, a
+//     dismiss, a status row's action). Its data is the row's key.
 // Both actions live as long as the item and are only ever edited, so a menu that is open keeps its
 // QAction objects, its highlighted action and an open submenu while the builder rewrites it.
 
 #include <QPointer>
 #include <memory>
+#include <vector>
 
 #include "menu/NativeMenu.h"
+#include "menu/PlainSurface.h"
 
 class QAction;
 class QWidgetAction;
@@ -40,8 +44,10 @@ public:
     void materialize();
     bool isMaterialized() const { return materialized_; }
 
-    // The one-line text of the exported mirror: custom and two-line rows as their plain text.
+    // The one-line text of the exported mirror: the plain surface's whole text of the row.
     std::string plainTitle() const;
+    // The exported row's targets when it lists them (null otherwise).
+    QMenu* targetsMenu() const { return targets_.get(); }
 
 protected:
     void didChange(ItemField field) override;
@@ -51,9 +57,13 @@ private:
     void syncRowWidget();
     void syncToolTip();
     void syncEnabled();
+    void syncChecks();
+    void syncPlain();
 
     std::unique_ptr<QWidgetAction> action_;
     std::unique_ptr<QAction> plain_;
+    std::unique_ptr<QMenu> targets_;
+    PlainRow plainRow_;
     bool materialized_ = false;
 };
 

@@ -1,6 +1,7 @@
 #include "QtPopupMenu.h"
 
 #include <QActionEvent>
+#include <QApplication>
 #include <QKeyEvent>
 #include <QTimer>
 
@@ -50,9 +51,11 @@ void QtPopupMenu::keyPressEvent(QKeyEvent* event) {
         event->accept();
         return;
     }
-    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (isReturn && activeAction() && hooks_.returnPressed &&
-        hooks_.returnPressed(activeAction(), event->modifiers().testFlag(Qt::AltModifier))) {
+    std::optional<MenuKey> key;
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) key = MenuKey::enter;
+    if (event->key() == Qt::Key_Delete || event->key() == Qt::Key_Backspace) key = MenuKey::erase;
+    if (key && activeAction() && hooks_.keyPressed &&
+        hooks_.keyPressed(activeAction(), *key, event->modifiers().testFlag(Qt::AltModifier))) {
         event->accept();
         return;
     }
@@ -68,6 +71,19 @@ void QtPopupMenu::mouseMoveEvent(QMouseEvent* event) {
 void QtPopupMenu::leaveEvent(QEvent* event) {
     QMenu::leaveEvent(event);
     syncHighlight();
+}
+
+void QtPopupMenu::showEvent(QShowEvent* event) {
+    QPalette palette = QApplication::palette(this);
+    auto rgb = [&](QPalette::ColorRole role) {
+        const QColor c = palette.color(QPalette::Active, role);
+        return Rgb{c.red(), c.green(), c.blue()};
+    };
+    const Rgb highlight = withContrast(rgb(QPalette::Highlight), rgb(QPalette::HighlightedText), textContrast);
+    for (const auto group : {QPalette::Active, QPalette::Inactive})
+        palette.setColor(group, QPalette::Highlight, QColor(highlight.red, highlight.green, highlight.blue));
+    if (palette != this->palette()) setPalette(palette);
+    QMenu::showEvent(event);
 }
 
 void QtPopupMenu::hideEvent(QHideEvent* event) {

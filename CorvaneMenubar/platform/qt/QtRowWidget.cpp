@@ -12,6 +12,7 @@
 #include "QtHostedRowWidget.h"
 #include "QtNativeMenuItem.h"
 #include "QtTitleRowWidget.h"
+#include "menu/MenuText.h"
 
 namespace corvane {
 
@@ -68,9 +69,9 @@ bool QtRowWidget::isCurrent() const {
 void QtRowWidget::choose(const Activation& activation) { item_.choose(activation); }
 
 bool QtRowWidget::event(QEvent* event) {
-    if (event->type() == QEvent::ToolTip && item_.toolTip() && *item_.toolTip() != item_.title()) {
+    if (const auto tip = shownToolTip(item_); event->type() == QEvent::ToolTip && tip) {
         const auto* help = static_cast<QHelpEvent*>(event);
-        QToolTip::showText(help->globalPos(), QString::fromStdString(*item_.toolTip()), this);
+        QToolTip::showText(help->globalPos(), QString::fromStdString(*tip), this);
         return true;
     }
     return QWidget::event(event);

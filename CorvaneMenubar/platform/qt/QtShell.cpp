@@ -11,12 +11,14 @@
 #include <malloc.h>
 #include <syslog.h>
 
+#include "app/AboutPanel.h"
 #include "app/DesktopShell.h"
 #include "platform/posix/HostPlatform.h"
 #include "QtAppearance.h"
 #include "QtEffects.h"
 #include "QtFallbackWindow.h"
 #include "QtMainLoop.h"
+#include "QtMenuAccessibility.h"
 #include "QtNativeMenuFactory.h"
 #include "QtStatusItem.h"
 #include "QtTextMeasure.h"
@@ -93,6 +95,7 @@ bool QtShell::prepare(const Variant& variant) {
     if (options_.loginItemOnly) return true;
 
     parts.application = std::make_unique<QApplication>(applicationArgc, applicationArgv);
+    installMenuAccessibility();
     // Tray hosts list the icon under this name (the StatusNotifierItem Title and Id).
     QApplication::setApplicationName(QString::fromStdString(variant.displayName()));
     QApplication::setApplicationDisplayName(QString::fromStdString(variant.displayName()));
@@ -149,10 +152,21 @@ std::string QtShell::bundlePath() const { return firstLaunchBundlePath(executabl
 
 void QtShell::showAbout() {
     const QString name = QString::fromStdString(parts_->variant.displayName());
-    QMessageBox::about(nullptr, QStringLiteral("About ") + name,
-                       QStringLiteral("<b>%1</b><br>Version %2<br><br>Your coding-agent sessions in the panel.")
-                           .arg(name.toHtmlEscaped(),
-                                QString::fromStdString(appVersion(buildInfoDictionary())).toHtmlEscaped()));
+    // In front of whatever window has the focus: the menu it was chosen from is gone by now.
+    QMessageBox box(QMessageBox::NoIcon, QStringLiteral("About ") + name,
+                    QStringLiteral("<b>%1</b><br>Version %2<br><br>Your coding-agent sessions in the panel.<br><br>"
+                                   "<a href=\"%3\">%4</a>")
+                        .arg(name.toHtmlEscaped(),
+                             QString::fromStdString(appVersion(buildInfoDictionary())).toHtmlEscaped(),
+                             QString::fromUtf8(privacyPageUrl.data(), static_cast<qsizetype>(privacyPageUrl.size())),
+                             QString::fromUtf8(aboutCreditsText.data(), static_cast<qsizetype>(aboutCreditsText.size()))),
+                    QMessageBox::Ok);
+    box.setTextFormat(Qt::RichText);
+    if (!QApplication::windowIcon().isNull()) box.setIconPixmap(QApplication::windowIcon().pixmap(64, 64));
+    box.show();
+    box.raise();
+    box.activateWindow();
+    box.exec();
 }
 
 void QtShell::systemLog(std::string_view line) {

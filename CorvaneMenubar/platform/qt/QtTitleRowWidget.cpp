@@ -21,7 +21,7 @@ RowLayout QtTitleRowWidget::layout() const {
     auto out = statusActionRowLayout(item(), width(), QtMenuLook::measure());
     // The menu's current row, like any plain row under the pointer or the keyboard.
     if (!out.highlight && item().isEnabled() && isCurrent()) out = QtMenuLook::highlighted(out, width());
-    return out;
+    return isRightToLeft() ? mirrored(out, width()) : out;
 }
 
 QSize QtTitleRowWidget::sizeHint() const {

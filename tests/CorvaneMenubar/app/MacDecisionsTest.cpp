@@ -51,24 +51,7 @@ TEST(MacDecisions, MenuInput) {
         {0, 320, std::nullopt}, {3.9, 320, std::nullopt}, {4, 320, T::harness},   {299.9, 320, T::harness},
         {300, 320, T::corvane}, {320, 320, T::corvane},   {321, 320, std::nullopt}, {10, 20, T::corvane}};
     for (const auto& [x, width, target] : clicks) EXPECT_EQ(agentTargetAt(x, width), target) << x << " of " << width;
-
-    NativeMenuItem plain, dismissible, status, statusWithoutDismiss, agent;
-    const auto dismiss = testrows::urlAction("Dismiss");
-    dismissible.setContent(DismissibleRowContent{"status:x", hosted::SectionLabel{"x"}, dismiss, {}, {}});
-    status.setRole(role::StatusAction{"status:y", 2, dismiss, "Retry"});
-    statusWithoutDismiss.setRole(role::StatusAction{"status:z", 1, std::nullopt, "Open"});
-    agent.setContent(AgentRowContent{std::get<row::Agent>(testrows::agent("a", "A", {}, {}).value).agent, false});
-    const std::vector<std::tuple<const NativeMenuItem*, RowPart, RowPart>> rows = {
-        {&plain, RowPart::main, RowPart::main},
-        {&dismissible, RowPart::main, RowPart::dismiss},
-        {&status, RowPart::main, RowPart::dismiss},
-        {&statusWithoutDismiss, RowPart::main, RowPart::main},
-        {&agent, RowPart::main, RowPart::main},
-    };
-    for (const auto& [item, withoutOption, withOption] : rows) {
-        EXPECT_EQ(keyboardRowPart(*item, false), withoutOption);
-        EXPECT_EQ(keyboardRowPart(*item, true), withOption);
-    }
+    // Which part Return and Option-Return choose is the shared key rule (PlainSurfaceTest).
 }
 
 // The bundle's Info.plist template must hold exactly the decided entries: a key added to one and

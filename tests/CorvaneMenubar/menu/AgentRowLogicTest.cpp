@@ -62,6 +62,10 @@ TEST(AgentRowLogic, HighlightAndChoice) {
     };
     for (const auto& row : rows) {
         EXPECT_EQ(highlightedTarget(row.row, row.hovered, row.keyboard), row.highlighted) << &row - rows.data();
+        // The highlighted target's texts or bolt take the selected text colour.
+        const auto colours = agentRowColours(row.highlighted);
+        EXPECT_EQ(colours.title == ColourRole::selectedMenuItemText, row.highlighted == T::harness);
+        EXPECT_EQ(colours.bolt == ColourRole::selectedMenuItemText, row.highlighted == T::corvane);
         EXPECT_EQ(activate(row.row, row.option).title, row.chosen) << &row - rows.data();
     }
     EXPECT_EQ(chosenAgentAction(session(false), {RowPart::harness, false}), std::nullopt);

@@ -161,6 +161,7 @@ TEST(NativeMenu, DisabledItemsDoNotFireAndJsonIsCompact) {
     EXPECT_EQ(menuTreeJson(*menu).dump(),
               R"([{"enabled":false,"key":"q","title":"Quit Corvane"},{"separator":true},)"
               R"({"action":"Copy Install Command","enabled":true,"kind":"statusAction",)"
+              R"("targets":[{"part":"main","title":"Copy Install Command"}],)"
               R"("title":"The Corvane CLI isn't installed"}])");
 }
 

@@ -46,6 +46,8 @@ TEST(RowLayout, EveryCustomRowKindAt300Points) {
          "22 mark@14,7:green [GitHub]28,2,187:label [connected]223,2,63:secondary"},
         {dismissibleRowLayout(dismissible, 300, true, measure),
          "22 mark@14,7:orange [Sync late]28,2,234:selected x@270,3 hl292"},
+        {mirrored(dismissibleRowLayout(dismissible, 300, true, measure), 300),  // right to left
+         "22 mark@278,7:orange [Sync late]38,2,234:selected x@14,3 hl292"},
         {statusActionRowLayout(statusAction, 300, measure),
          "38 [The Corvane CLI isn't installed]14,2,124:label [Copy Install Command]146,2,140:secondary "
          "[Install the CLI.]14,20,272:secondary"},

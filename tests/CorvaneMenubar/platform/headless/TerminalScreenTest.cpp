@@ -25,17 +25,18 @@ TEST(TerminalScreen, FramesReadAsAMenuWithTheirPickPaths) {
         {R"({"icon":"unknown","badge":null,"tooltip":"Corvane","menuOpen":false,"items":[]})", false,
          {"Corvane — icon: unknown — menu closed", ""}},
         // Custom rows by their text, separators without a path (they still count), a submenu
-        // indented under its row with the full path; badge, check mark and submenu marks.
+        // indented under its row with the full path; badge, targets, check mark and submenu marks.
         {R"({"icon":"attention","badge":"S","tooltip":"Corvane Staging","menuOpen":true,"items":[
             {"title":"","enabled":true,"kind":"header","text":"Corvane — 2 sessions"},
             {"separator":true},
-            {"title":"Fix it","enabled":true,"kind":"agent","text":"Fix it — Claude · Running","badge":"paused"},
+            {"title":"Fix it","enabled":true,"kind":"agent","text":"Fix it — Claude · Running","badge":"paused",
+             "targets":[{"part":"harness","title":"Open in Claude"},{"part":"corvane","title":"Open in Corvane"}]},
             {"title":"More","enabled":true,"submenu":[
               {"title":"Launch at Login","enabled":true,"checked":true},
               {"title":"Quit Corvane","enabled":true}]}]})",
          false,
          {"Corvane Staging — icon: attention (badge S) — menu open", "", "     0  Corvane — 2 sessions",
-          "        ────────────────────", "     2  Fix it — Claude · Running [paused]", "     3  More ▸",
+          "        ────────────────────", "     2  Fix it — Claude · Running [paused]  [harness: Open in Claude · corvane: Open in Corvane]", "     3  More ▸",
           "   3/0    Launch at Login ✓", "   3/1    Quit Corvane"}},
         // With escapes: disabled rows dimmed, the highlighted row in reverse video.
         {R"({"icon":"running","tooltip":"Corvane","menuOpen":true,"items":[

@@ -32,9 +32,12 @@ struct QtBuiltMenu {
     QtTextMeasure measure;
     std::vector<std::string> performed;
     bool reduceMotion = false;
+    bool loginEnabled = true;  // the login item's status; switching it changes nothing
+    int toggles = 0;
     MenuBuilder builder{factory, measure,
                         MenuBuilderHooks{[this](const MenuAction& a) { performed.push_back(a.title); },
-                                         [] { return true; }, [] {}, [] {}, [] {}, [this] { return reduceMotion; }},
+                                         [this] { return loginEnabled; }, [this] { ++toggles; }, [] {}, [] {},
+                                         [this] { return reduceMotion; }},
                         "Corvane"};
 };
 

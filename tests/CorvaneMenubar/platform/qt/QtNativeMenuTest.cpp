@@ -1,6 +1,10 @@
 #include "QtMenuFixture.h"
 
+#include <QAccessible>
+#include <QAccessibleActionInterface>
+
 #include "platform/qt/QtCliUpdateWidget.h"
+#include "platform/qt/QtMenuAccessibility.h"
 
 namespace corvane::qttest {
 namespace {
@@ -113,7 +117,9 @@ TEST_F(QtMenuFixture, TheUpdateRowChangesItsContentWithoutLeavingTheOpenMenu) {
         << textsOf(popup()).join(QLatin1Char('|')).toStdString();
 }
 
-TEST_F(QtMenuFixture, TheExportedMirrorIsSetOnceNeverEmptyAndPlainText) {
+// The panel's menu renders the plain surface: whole texts, and every target of the popup under
+// its own title, doing there what it does in the popup.
+TEST_F(QtMenuFixture, TheExportedMenuIsSetOnceNeverEmptyAndOffersEveryTargetOfThePopup) {
     QMenu* const exported = presenter.exportedMenu();
     QtMenuPresenter early(statusItem);
     ASSERT_EQ(early.exportedMenu()->actions().size(), 1);
@@ -121,24 +127,148 @@ TEST_F(QtMenuFixture, TheExportedMirrorIsSetOnceNeverEmptyAndPlainText) {
 
     submit({row::Header{"Corvane", "dana@acme.dev", std::string("3 agents")},
             row::Status{StatusMark::warn, "Sync late", std::string("Last sync\n2 h ago"), std::nullopt, std::nullopt},
-            row::Connection{ConnectionMark::ok, "GitHub", "connected", std::nullopt, std::nullopt},
-            agentRow("a", "Fix checkout", "working"),
-            row::Status{StatusMark::problem, "Token expired", std::string("GitHub"), std::nullopt, urlAction("Reconnect")},
+            agentRow("a", "Fix checkout", "working"), agentRow("b", "Billing", std::nullopt, false),
+            row::Status{StatusMark::problem, "Token expired", std::string("GitHub"), urlAction("Dismiss"),
+                        urlAction("Reconnect")},
+            row::Connection{ConnectionMark::warn, "Linear", "expired", urlAction("Hide"), std::nullopt},
             action("A & B")});
     EXPECT_EQ(presenter.exportedMenu(), exported);
-    const QStringList expected = {
-        QStringLiteral("Corvane — dana@acme.dev — 3 agents"),
-        QStringLiteral("Sync late — Last sync\n2 h ago"),
-        QStringLiteral("GitHub: connected"),
-        QStringLiteral("Fix checkout — Working"),
-        QStringLiteral("Token expired — GitHub"),
-        QStringLiteral("A && B"),
+    struct Row {
+        QString text;
+        QStringList targets;
+        std::vector<std::string> performed;
     };
-    EXPECT_EQ(textsOf(*exported).mid(0, expected.size()), expected) << textsOf(*exported).join(QLatin1Char('|')).toStdString();
+    const std::vector<Row> rows = {
+        {QStringLiteral("Corvane — dana@acme.dev — 3 agents"), {}, {}},
+        {QStringLiteral("Sync late — Last sync — 2 h ago"), {}, {}},
+        {QStringLiteral("Fix checkout — Working"), {QStringLiteral("Open in Claude"), QStringLiteral("Open in Corvane")},
+         {"Open in Claude", "Fix checkout"}},
+        {QStringLiteral("Billing"), {QStringLiteral("Open in Corvane")}, {"Billing"}},
+        {QStringLiteral("Token expired — GitHub"), {QStringLiteral("Reconnect"), QStringLiteral("Dismiss")},
+         {"Reconnect", "Dismiss"}},
+        {QStringLiteral("Linear: expired"), {QStringLiteral("Hide")}, {"Hide"}},
+        {QStringLiteral("A && B"), {}, {"A & B"}},
+    };
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        QAction* row = exported->actions().at(static_cast<qsizetype>(i));
+        SCOPED_TRACE(row->text().toStdString());
+        EXPECT_EQ(row->text(), rows[i].text);
+        performed.clear();
+        if (rows[i].targets.isEmpty()) {
+            EXPECT_EQ(row->menu(), nullptr);
+            row->trigger();
+        } else {
+            ASSERT_NE(row->menu(), nullptr);
+            EXPECT_EQ(textsOf(*row->menu()), rows[i].targets);
+            for (QAction* target : row->menu()->actions()) target->trigger();
+        }
+        EXPECT_EQ(performed, rows[i].performed);
+    }
+}
 
-    // Its actions act: the agent row opens its default target.
-    exported->actions().at(3)->trigger();
-    EXPECT_EQ(performed, std::vector<std::string>{"Open in Claude"});
+// "Launch at Login" is a check item in both menus, and its mark is the login item's real status:
+// a click the switch did not carry out leaves the mark as it was.
+TEST_F(QtMenuFixture, LaunchAtLoginIsACheckItemThatFollowsTheRealStatusNotTheClick) {
+    auto loginRow = [](QMenu& menu) -> QAction* {
+        for (QAction* action : menu.actions())
+            if (action->text() == QStringLiteral("Launch at Login")) return action;
+        return nullptr;
+    };
+    for (const bool enabled : {false, true}) {
+        loginEnabled = enabled;
+        builder.submit(MenuBuild{{action("Dashboard")}, std::nullopt, false});  // the app rows at the end
+        for (QMenu* menu : {static_cast<QMenu*>(&popup()), presenter.exportedMenu()}) {
+            QAction* row = loginRow(*menu);
+            ASSERT_NE(row, nullptr);
+            EXPECT_TRUE(row->isCheckable());
+            EXPECT_EQ(row->isChecked(), enabled);
+            row->trigger();
+            EXPECT_EQ(row->isChecked(), enabled);
+        }
+    }
+    EXPECT_EQ(toggles, 4);
+}
+
+// A screen reader hears each row's whole text (never the width-fitted title), a check item for
+// "Launch at Login", and gets one action per target of the row.
+TEST_F(QtMenuFixture, ScreenReadersHearEachRowsWholeTextAndGetOneActionPerTarget) {
+    installMenuAccessibility();
+    const std::string longTitle = "Fix the flaky checkout tests in the billing service before the release";
+    loginEnabled = false;
+    builder.submit(MenuBuild{{row::Header{"Corvane", "dana@acme.dev", std::string("3 agents")},
+                              agentRow("a", longTitle, "working"),
+                              row::Status{StatusMark::problem, "Token expired", std::string("GitHub"),
+                                          urlAction("Dismiss"), urlAction("Reconnect")},
+                              action(longTitle)},
+                             std::nullopt, false});
+    open();
+    QAccessibleInterface* menu = QAccessible::queryAccessibleInterface(&popup());
+    ASSERT_NE(menu, nullptr);
+    struct Row {
+        QString name;
+        QStringList actions;
+        bool checkable;
+    };
+    const QString title = QString::fromStdString(longTitle);
+    const std::vector<Row> rows = {
+        {QStringLiteral("Corvane, dana@acme.dev, 3 agents"), {}, false},
+        {title + QStringLiteral(", Working"),
+         {QStringLiteral("Press"), QStringLiteral("Open in Claude"), QStringLiteral("Open in Corvane")}, false},
+        {QStringLiteral("Token expired, GitHub, Reconnect"),
+         {QStringLiteral("Press"), QStringLiteral("Reconnect"), QStringLiteral("Dismiss")}, false},
+        {title, {QStringLiteral("Press")}, false},
+        {QString(), {}, false},  // the separator
+        {QStringLiteral("Launch at Login"), {QStringLiteral("Press")}, true},
+    };
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        QAccessibleInterface* row = menu->child(static_cast<int>(i));
+        ASSERT_NE(row, nullptr);
+        SCOPED_TRACE(row->text(QAccessible::Name).toStdString());
+        EXPECT_EQ(row->text(QAccessible::Name), rows[i].name);
+        QStringList actions;
+        if (auto* acting = row->actionInterface())
+            for (const QString& name : acting->actionNames()) actions << acting->localizedActionName(name);
+        EXPECT_EQ(actions, rows[i].actions);
+        EXPECT_EQ(row->state().checkable, rows[i].checkable);
+        EXPECT_EQ(row->role() == QAccessible::CheckBox, rows[i].checkable);
+        EXPECT_FALSE(row->state().checked);
+    }
+    performed.clear();
+    menu->child(1)->actionInterface()->doAction(QStringLiteral("Open in Corvane"));
+    menu->child(2)->actionInterface()->doAction(QStringLiteral("Dismiss"));
+    EXPECT_EQ(performed, (std::vector<std::string>{longTitle, "Dismiss"}));
+}
+
+// Delete and BackSpace dismiss the highlighted row when it offers a dismiss, as Alt+Return does.
+TEST_F(QtMenuFixture, DeleteAndBackSpaceDismissTheHighlightedRow) {
+    struct Case {
+        MenuItem row;
+        Qt::Key key;
+        Qt::KeyboardModifiers modifiers;
+        std::vector<std::string> performed;
+    };
+    const std::vector<Case> cases = {
+        {row::Status{StatusMark::warn, "Sync late", std::string("2 min"), urlAction("Dismiss"), std::nullopt},
+         Qt::Key_Delete, Qt::NoModifier, {"Dismiss"}},
+        {row::Status{StatusMark::warn, "Sync late", std::string("2 min"), urlAction("Hide"), urlAction("Fix")},
+         Qt::Key_Backspace, Qt::NoModifier, {"Hide"}},
+        {row::Status{StatusMark::warn, "Sync late", std::string("2 min"), urlAction("Hide"), urlAction("Fix")},
+         Qt::Key_Return, Qt::AltModifier, {"Hide"}},
+        {row::Status{StatusMark::warn, "Sync late", std::string("2 min"), urlAction("Hide"), urlAction("Fix")},
+         Qt::Key_Return, Qt::NoModifier, {"Fix"}},
+        {action("Dashboard"), Qt::Key_Delete, Qt::NoModifier, {}},
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        SCOPED_TRACE(i);
+        performed.clear();
+        submit({cases[i].row, action("Docs")});
+        open();
+        popup().setActiveAction(itemAt(0).action());
+        QTest::keyClick(&popup(), cases[i].key, cases[i].modifiers);
+        QApplication::processEvents();
+        EXPECT_EQ(performed, cases[i].performed);
+        close();
+    }
 }
 
 // Where popups cannot be placed (Wayland) the same menu opens as a window. Either way a choice

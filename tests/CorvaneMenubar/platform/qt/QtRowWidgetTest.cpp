@@ -140,7 +140,9 @@ TEST_F(QtMenuFixture, RendersTheDemoMenu) {
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     const QPalette original = QApplication::palette();
     const QString dir = qEnvironmentVariable("CORVANE_TEST_ARTIFACTS", QDir::currentPath());
-    for (const bool dark : {false, true}) {
+    // Light, dark, and right to left (dark).
+    for (const auto& [dark, rightToLeft] : {std::pair{false, false}, {true, false}, {true, true}}) {
+        QApplication::setLayoutDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
         QPalette palette = QApplication::style()->standardPalette();
         if (dark) {
             const QColor back(45, 45, 48), text(235, 235, 235), dimmed(130, 130, 130);
@@ -163,11 +165,14 @@ TEST_F(QtMenuFixture, RendersTheDemoMenu) {
         const QImage image = popup().grab().toImage();
         EXPECT_GT(image.height(), 400);
         EXPECT_GE(image.width(), 320);
-        const QString path = dir + (dark ? QStringLiteral("/qt-menu-dark.png") : QStringLiteral("/qt-menu-light.png"));
+        const QString path = dir + (rightToLeft ? QStringLiteral("/qt-menu-rtl.png")
+                                    : dark      ? QStringLiteral("/qt-menu-dark.png")
+                                                : QStringLiteral("/qt-menu-light.png"));
         EXPECT_TRUE(image.save(path)) << path.toStdString();
         close();
     }
     QApplication::setPalette(original);
+    QApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
 }  // namespace

@@ -1,0 +1,45 @@
+#pragma once
+
+// The colours of the app's own menu where the desktop gives none that fit, and the contrast rule
+// they keep: every text at least 4.5:1 against what it is drawn on, every glyph (marks, the
+// dismiss button, the lightning bolt) at least 3:1, highlighted rows included.
+
+namespace corvane {
+
+// An sRGB colour, 0–255 per channel.
+struct Rgb {
+    int red = 0;
+    int green = 0;
+    int blue = 0;
+    bool operator==(const Rgb&) const = default;
+};
+
+inline constexpr double textContrast = 4.5;
+inline constexpr double glyphContrast = 3.0;
+
+// The relative luminance and the contrast ratio of the Web Content Accessibility Guidelines
+// (1:1 to 21:1).
+double relativeLuminance(const Rgb& colour);
+double contrastRatio(const Rgb& a, const Rgb& b);
+
+// `colour` moved towards black (or white, whichever gains contrast faster) in small steps until it
+// reaches `ratio` against `against`, keeping its hue as far as possible: a desktop's accent colour
+// under white text is darkened only as much as reading needs.
+Rgb withContrast(const Rgb& colour, const Rgb& against, double ratio);
+
+struct MenuColours {
+    Rgb window;           // the menu's background
+    Rgb text;             // titles
+    Rgb secondaryText;    // subtitles, section labels, trailing notes, the dismiss button
+    Rgb highlight;        // the highlighted row
+    Rgb highlightedText;  // every text and glyph on the highlighted row
+    bool operator==(const MenuColours&) const = default;
+};
+
+// The menu's colours in a light or a dark desktop theme.
+MenuColours menuColours(bool dark);
+
+// `colours` with the highlight adjusted (`withContrast`) so that highlighted text stays readable.
+MenuColours readable(MenuColours colours);
+
+}  // namespace corvane
