@@ -4,23 +4,12 @@
 // they keep: every text at least 4.5:1 against what it is drawn on, every glyph (marks, the
 // dismiss button, the lightning bolt) at least 3:1, highlighted rows included.
 
-namespace corvane {
+#include "Colour.h"
 
-// An sRGB colour, 0–255 per channel.
-struct Rgb {
-    int red = 0;
-    int green = 0;
-    int blue = 0;
-    bool operator==(const Rgb&) const = default;
-};
+namespace corvane {
 
 inline constexpr double textContrast = 4.5;
 inline constexpr double glyphContrast = 3.0;
-
-// The relative luminance and the contrast ratio of the Web Content Accessibility Guidelines
-// (1:1 to 21:1).
-double relativeLuminance(const Rgb& colour);
-double contrastRatio(const Rgb& a, const Rgb& b);
 
 // `colour` moved towards black (or white, whichever gains contrast faster) in small steps until it
 // reaches `ratio` against `against`, keeping its hue as far as possible: a desktop's accent colour

@@ -9,15 +9,6 @@
 namespace corvane {
 namespace {
 
-double channel(std::uint8_t value) {
-    const double v = value / 255.0;
-    return v <= 0.03928 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
-}
-
-double luminance(Rgb colour) {
-    return 0.2126 * channel(colour.red) + 0.7152 * channel(colour.green) + 0.0722 * channel(colour.blue);
-}
-
 bool contains(std::string_view haystack, std::string_view needle) {
     auto lower = [](std::string_view text) {
         std::string out(text);
@@ -90,11 +81,6 @@ std::optional<std::string_view> iniValue(std::string_view text, std::string_view
 }
 
 }  // namespace
-
-double contrastRatio(Rgb first, Rgb second) {
-    const double a = luminance(first), b = luminance(second);
-    return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
-}
 
 Rgb panelInk(bool darkPanel) { return darkPanel ? Rgb{242, 242, 242} : Rgb{26, 26, 26}; }
 

@@ -11,17 +11,9 @@
 #include <string>
 #include <string_view>
 
+#include "Colour.h"
+
 namespace corvane {
-
-struct Rgb {
-    std::uint8_t red = 0;
-    std::uint8_t green = 0;
-    std::uint8_t blue = 0;
-    bool operator==(const Rgb&) const = default;
-};
-
-// The contrast ratio of two colours (1 to 21), from their relative luminance (sRGB).
-double contrastRatio(Rgb first, Rgb second);
 
 // What could be read about the panel. Each field is absent when the desktop does not publish it
 // or reading it failed.
