@@ -2,6 +2,8 @@
 
 #import <AppKit/AppKit.h>
 
+#import "ReleasePickedRowView.h"
+
 #include <memory>
 
 #include "menu/AgentRowLogic.h"
@@ -12,7 +14,7 @@
 // The pointer highlights the target under it (tracking area), the menu's keyboard highlight the
 // default target; a working session's icon pulses unless Reduce Motion is on. Choosing closes the
 // menu and fires the row's item with the chosen part.
-@interface AgentRowView : NSView
+@interface AgentRowView : ReleasePickedRowView
 - (instancetype)initWithFrame:(NSRect)frame
                       content:(const corvane::AgentRowContent&)content
                          item:(std::weak_ptr<corvane::NativeMenuItem>)item;

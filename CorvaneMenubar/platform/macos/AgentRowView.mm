@@ -183,18 +183,7 @@ NSImage* harnessIcon(const std::string& iconWord) {
     corvane::mac::chooseAfterClosing(_item, Activation{RowPart::corvane, false});
 }
 
-// Clicks land on the row, never on its buttons: when the user presses on the status item and
-// releases on a row (non-sticky menu tracking), a view in a menu item gets mouseUp: without
-// mouseDown:, and a button only fires after its own mouseDown:. The buttons stay for drawing,
-// tool tips and accessibility (their actions are the same choices).
-- (NSView*)hitTest:(NSPoint)point {
-    return NSPointInRect([self convertPoint:point fromView:self.superview], self.bounds) ? self : nil;
-}
-
-- (void)mouseDown:(NSEvent*)event {
-    (void)event;  // chosen on release
-}
-
+// The release picks the part under the pointer (see ReleasePickedRowView).
 - (void)mouseUp:(NSEvent*)event {
     const NSPoint point = [self convertPoint:event.locationInWindow fromView:nil];
     if (!NSPointInRect(point, self.bounds)) return;

@@ -101,17 +101,7 @@ using corvane::mac::toNS;
     [self refresh];
 }
 
-// Clicks land on the row, never on its dismiss button: a view in a menu item gets mouseUp:
-// without mouseDown: when the user presses on the status item and releases here, and a button only
-// fires after its own mouseDown:. The release picks the part under the pointer.
-- (NSView*)hitTest:(NSPoint)point {
-    return NSPointInRect([self convertPoint:point fromView:self.superview], self.bounds) ? self : nil;
-}
-
-- (void)mouseDown:(NSEvent*)event {
-    (void)event;  // chosen on release
-}
-
+// The release picks the part under the pointer (see ReleasePickedRowView).
 - (void)mouseUp:(NSEvent*)event {
     const NSPoint point = [self convertPoint:event.locationInWindow fromView:nil];
     if (!NSPointInRect(point, self.bounds)) return;

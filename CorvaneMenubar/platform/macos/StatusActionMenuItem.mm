@@ -1,6 +1,7 @@
 #import "StatusActionMenuItem.h"
 
 #import "MacNativeMenu.h"
+#import "ReleasePickedRowView.h"
 #import "RowLayoutDrawing.h"
 
 #include "app/MacDecisions.h"
@@ -17,7 +18,7 @@ using corvane::RowPart;
 using corvane::statusActionRowLayout;
 
 // The row view: everything drawn from `statusActionRowLayout` of the item it shows.
-@interface StatusActionRowView : NSView
+@interface StatusActionRowView : ReleasePickedRowView
 - (instancetype)initWithItem:(std::weak_ptr<NativeMenuItem>)item;
 - (void)refresh;
 @end
@@ -68,17 +69,7 @@ using corvane::statusActionRowLayout;
     [self refresh];
 }
 
-// Clicks land on the row, never on its dismiss button: a view in a menu item gets mouseUp:
-// without mouseDown: when the user presses on the status item and releases here, and a button only
-// fires after its own mouseDown:. The release picks the part under the pointer.
-- (NSView*)hitTest:(NSPoint)point {
-    return NSPointInRect([self convertPoint:point fromView:self.superview], self.bounds) ? self : nil;
-}
-
-- (void)mouseDown:(NSEvent*)event {
-    (void)event;  // chosen on release
-}
-
+// The release picks the part under the pointer (see ReleasePickedRowView).
 - (void)mouseUp:(NSEvent*)event {
     auto item = _item.lock();
     const auto layout = [self rowLayout];
