@@ -142,40 +142,6 @@ TEST_F(HeadlessAppTest, SnapshotAnswersWithoutAProcessRunUntilTheCliIsReplaced) 
     EXPECT_EQ(world.countRuns({"menu"}), 2);
 }
 
-TEST_F(HeadlessAppTest, FailuresRetryOnceThenShowTheCliAsUnresponsive) {
-    ASSERT_EQ(world.sim({"sim", "fault", "exit:4"}).exitCode, 0);
-    const auto launched = Clock::now();
-    launch();
-    // The first failure keeps the connecting row; the retry's failure turns it unresponsive.
-    const auto frame = app.waitFrameWith("The Corvane CLI isn't responding", 12);
-    ASSERT_TRUE(frame) << app.errors();
-    EXPECT_GE(secondsSince(launched), 4.5);
-    EXPECT_TRUE(hasRow(*frame, "It hasn't answered since this app started."));
-    // The CLI's own code, read from a marker that also carries a long cause.
-    EXPECT_TRUE(hasRow(*frame, "corvane menu exited 4: menu.poll failed Corvane SIM_FAILURE")) << frame->dump();
-
-    // No second retry in the same streak.
-    std::this_thread::sleep_for(std::chrono::duration<double>(std::max(0.0, 7.5 - secondsSince(launched))));
-    EXPECT_EQ(world.countRuns({"menu"}), 2);
-
-    std::vector<std::string> triggers;
-    for (const auto& line : world.refreshLines()) {
-        triggers.push_back(line.value("trigger", ""));
-        EXPECT_EQ(line["diagnostic"]["outcome"], "failed");
-        EXPECT_EQ(line["diagnostic"]["code"], "SIM_FAILURE");
-    }
-    EXPECT_EQ(triggers, (std::vector<std::string>{"launch", "retry"}));
-
-    // The repeated failure is collapsed, and its count is written when the app quits.
-    app.send("quit");
-    ASSERT_EQ(app.waitExit(10), 0);
-    std::vector<std::pair<std::string, int>> transitions;
-    for (const auto& line : world.transitionLines())
-        if (line["diagnostic"].value("operation", "") == "menu.poll")
-            transitions.emplace_back(line.value("event", ""), line.value("count", 0));
-    EXPECT_EQ(transitions, (std::vector<std::pair<std::string, int>>{{"transition", 1}, {"repeat", 1}}));
-}
-
 TEST_F(HeadlessAppTest, UnusableCliShowsTheAppsOwnRowsAndTheirAction) {
     const struct {
         const char* name;
@@ -301,25 +267,6 @@ TEST_F(HeadlessAppTest, UpdateFromTheMenuIsShownUntilTheNextMenuCloses) {
     EXPECT_TRUE(hasRow(*closed, demoSession));
 }
 
-// The stale row says how long the CLI has been silent as of each opening, not as of the render
-// that first showed it.
-TEST_F(HeadlessAppTest, TheStaleRowsAgeIsCurrentAtEachOpening) {
-    launchToPayload({"CORVANE_SIM_REFRESH_SECONDS=1"});
-    ASSERT_EQ(world.sim({"sim", "fault", "hang"}).exitCode, 0);
-    auto ageAtNextOpening = [&] {
-        std::this_thread::sleep_for(std::chrono::seconds(3));
-        app.send("open");
-        const auto frame = app.waitFrame([](const Json& f) { return f["menuOpen"] == true && hasRow(f, "No answer for "); });
-        app.send("close");
-        const std::string text = frame ? rowText(*row(*frame, "No answer for ")) : "";
-        std::smatch age;
-        return std::regex_search(text, age, std::regex("No answer for ([0-9]+) seconds?\\.")) ? std::stoi(age[1]) : -1;
-    };
-    const int first = ageAtNextOpening();
-    EXPECT_GE(first, 2) << app.lastFrame().dump();
-    EXPECT_GE(ageAtNextOpening(), first + 2) << app.lastFrame().dump();
-}
-
 // An open menu whose sessions change shape keeps its rows until it closes, but each row shows its
 // own session's status: B's new status never lands on A's row.
 TEST_F(HeadlessAppTest, AnOpenMenuShowsEachSessionsOwnStatus) {
@@ -357,42 +304,6 @@ TEST_F(HeadlessAppTest, AnOpenMenuShowsEachSessionsOwnStatus) {
     const auto closed = app.waitFrame([](const Json& f) { return f["menuOpen"] == false && !hasRow(f, "Session a"); });
     ASSERT_TRUE(closed) << app.lastFrame().dump();
     EXPECT_THAT(shown(*closed, "Session b"), testing::HasSubstr("B idle 2m"));
-}
-
-// "Retry" after a failed CLI update starts the update the way its row does: the block says it is
-// updating again and the CLI is asked a second time.
-TEST_F(HeadlessAppTest, RetryingAFailedUpdateShowsItUpdatingAgain) {
-    launchToPayload({"CORVANE_SIM_UPDATE_SECONDS=1", "CORVANE_SIM_UPDATE_FAIL=1"});
-    pick("Corvane CLI 1.5.0 is available. Update?");
-    ASSERT_TRUE(app.waitFrame([](const Json& f) { return hasRow(f, "Updating CLI…") && f["icon"] == "running"; }));
-    const auto failed = app.waitFrame([](const Json& f) { return hasRow(f, "CLI update failed") && hasRow(f, "Retry", true); }, 15);
-    ASSERT_TRUE(failed) << app.lastFrame().dump();
-    EXPECT_EQ((*failed)["icon"], "attention");
-
-    pick("Retry", true);
-    const auto again = app.waitFrameWith("Updating CLI…");
-    ASSERT_TRUE(again) << app.lastFrame().dump();
-    EXPECT_EQ((*again)["icon"], "running");
-    EXPECT_FALSE(hasRow(*again, "CLI update failed")) << again->dump();
-    EXPECT_TRUE(waitFor([&] { return world.countRuns({"update"}) == 2; }));
-}
-
-// A keyboard highlight belongs to one opening of the menu.
-TEST_F(HeadlessAppTest, TheHighlightEndsWithTheMenu) {
-    launchToPayload();
-    const std::string path = *rowPath(app.lastFrame()["items"], demoSession);
-    auto highlighted = [&](bool marked) {
-        return app.waitFrame([&](const Json& f) {
-            const Json* session = rowAt(f["items"], path);
-            return f["menuOpen"] == true && session && session->value("highlighted", false) == marked;
-        });
-    };
-    app.send("open");
-    app.send("highlight " + path);
-    EXPECT_TRUE(highlighted(true));
-    app.send("close");
-    app.send("open");
-    EXPECT_TRUE(highlighted(false)) << app.lastFrame().dump();
 }
 
 TEST_F(HeadlessAppTest, EveryWayOutEndsCleanlyAndStopsARunningTask) {
