@@ -142,44 +142,6 @@ TEST_F(HeadlessAppTest, SnapshotAnswersWithoutAProcessRunUntilTheCliIsReplaced) 
     EXPECT_EQ(world.countRuns({"menu"}), 2);
 }
 
-TEST_F(HeadlessAppTest, UnusableCliShowsTheAppsOwnRowsAndTheirAction) {
-    const struct {
-        const char* name;
-        bool missingCli;
-        const char* fault;
-        const char* title;
-        const char* subtitle;
-        const char* action;  // the title the row gives its action
-        const char* copied;  // what picking the row puts on the clipboard
-    } rows[] = {
-        {"no CLI", true, "none", "The Corvane CLI isn't installed", "Install the CLI to connect this app.",
-         "Copy Install Command", "npm install -g @usecorvane/cli && corvane init"},
-        {"newer contract", false, "contract2", "This app is too old for the installed Corvane CLI",
-         "The CLI now speaks menu format 2; this app speaks 1. Update the app.", "Copy Diagnostics",
-         "Corvane menu bar app "},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        SimWorld world(CORVANE_SIM_EXE);
-        ASSERT_EQ(world.sim({"sim", "fault", row.fault}).exitCode, 0);
-        if (row.missingCli) world.extraEnvironment = {"CORVANE_CLI_PATH=" + (world.root / "missing" / "corvane").string()};
-        HeadlessApp app;
-        ASSERT_TRUE(app.start(CORVANE_MENUBAR_EXE, world.appEnvironment(), world.root / "app.err"));
-        const auto frame = app.waitFrameWith(row.title);
-        ASSERT_TRUE(frame) << app.errors();
-        EXPECT_TRUE(hasRow(*frame, row.subtitle)) << frame->dump();
-        EXPECT_EQ(world.countRuns({"menu"}), row.missingCli ? 0 : 1);
-        EXPECT_EQ(HeadlessAppTest::row(*frame, row.title)->value("action", ""), row.action);
-
-        app.send("pick " + *rowPath((*frame)["items"], row.title));
-        const auto copied = app.waitEvent("copy");
-        ASSERT_TRUE(copied);
-        EXPECT_NE((*copied)["text"].get<std::string>().find(row.copied), std::string::npos) << copied->dump();
-        app.send("quit");
-        EXPECT_EQ(app.waitExit(10), 0);
-    }
-}
-
 TEST_F(HeadlessAppTest, FailedRunOffersRetryAndTheTerminal) {
     launchToPayload();
     pick("Check setup (fails)");
