@@ -23,7 +23,7 @@
 #include "QtStatusItem.h"
 #include "QtTextMeasure.h"
 #include "SingleInstance.h"
-#include "XdgLoginItem.h"
+#include "platform/posix/XdgLoginItem.h"
 #include "platform/posix/SystemDirectoryWatcher.h"
 #include "platform/posix/JsonFileDefaults.h"
 #include "platform/posix/ThreadBackgroundWork.h"
