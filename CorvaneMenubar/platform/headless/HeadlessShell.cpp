@@ -251,7 +251,6 @@ void HeadlessShell::command(AppDelegate& app, const std::string& line, const std
         auto part = parts.size() == 3 ? rowPartFromWord(parts[2]) : std::optional<RowPart>(RowPart::main);
         if (!item) return emit(errorEvent("no row at " + parts[1]));
         if (!part) return emit(errorEvent("unknown row part " + parts[2]));
-        if (app.menuIsOpen()) statusItem_.reportMenuDidClose();
         if (!item->fire(Activation{*part, false})) {
             return emit(errorEvent("row " + parts[1] + " cannot be chosen"));
         }
