@@ -95,7 +95,10 @@ QIcon QtMenuLook::pausedBadgeIcon() {
             QPainter p(&pixmap);
             p.setRenderHint(QPainter::Antialiasing);
             p.setPen(Qt::NoPen);
-            p.setBrush(systemOrange());
+            // Dark enough for the white bars and a light menu to stand at 3:1 from it.
+            const QColor orange = systemOrange();
+            const Rgb disc = withContrast({orange.red(), orange.green(), orange.blue()}, {255, 255, 255}, glyphContrast);
+            p.setBrush(QColor(disc.red, disc.green, disc.blue));
             p.drawEllipse(QRectF(0.5, 0.5, 12, 12));
             p.setBrush(Qt::white);
             p.drawRoundedRect(QRectF(4.2, 3.7, 1.6, 5.6), 0.5, 0.5);
