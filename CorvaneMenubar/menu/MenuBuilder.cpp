@@ -24,8 +24,9 @@ const T* roleAs(const NativeMenuItem& item) {
     return std::get_if<T>(&item.role());
 }
 
-// A toolkit keeps its menu open after a click inside custom row content; such a row closes the
-// menu itself before it acts.
+// Choosing a row closes the menu before the row acts. A toolkit closes a popup by itself after a
+// plain item, but not after a click inside custom row content, nor a menu shown as a window (on
+// Wayland), nor a text-only menu: every row asks, and a menu already closed ignores it.
 void closeMenuOf(NativeMenuItem& sender) {
     if (auto* menu = sender.menu()) menu->cancelTracking();
 }
@@ -155,9 +156,11 @@ void MenuBuilder::applyPending() {
 }
 
 void MenuBuilder::applyHighlight(NativeMenu& menu, const NativeMenuItem* highlighted) {
+    // The rows that draw their own highlight: agent and dismissible rows, and titles in two fonts
+    // (status actions, a CLI update that can start). A disabled row shows none.
     for (const auto& item : menu.items())
-        if (contentAs<AgentRowContent>(*item) || contentAs<DismissibleRowContent>(*item))
-            item->setHighlighted(item.get() == highlighted);
+        if (contentAs<AgentRowContent>(*item) || contentAs<DismissibleRowContent>(*item) || item->attributedTitle())
+            item->setHighlighted(item.get() == highlighted && item->isEnabled());
 }
 
 // ---- Building ----
@@ -192,7 +195,8 @@ bool MenuBuilder::reduceMotion() const { return hooks_->reduceMotion && hooks_->
 
 ItemHandler MenuBuilder::performing(const MenuAction& action) const {
     std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
-    return [hooks, action](NativeMenuItem&, const Activation&) {
+    return [hooks, action](NativeMenuItem& sender, const Activation&) {
+        closeMenuOf(sender);
         if (auto live = hooks.lock(); live && live->performAction) live->performAction(action);
     };
 }
@@ -341,7 +345,8 @@ MenuBuilder::ItemPtr MenuBuilder::menuItem(const MenuItem& item) {
 void MenuBuilder::appendAppRows(NativeMenu& menu) {
     std::weak_ptr<const MenuBuilderHooks> hooks = hooks_;
     auto call = [hooks](std::function<void()> MenuBuilderHooks::*member) {
-        return [hooks, member](NativeMenuItem&, const Activation&) {
+        return [hooks, member](NativeMenuItem& sender, const Activation&) {
+            closeMenuOf(sender);
             if (auto live = hooks.lock(); live && ((*live).*member)) ((*live).*member)();
         };
     };

@@ -70,8 +70,9 @@ public:
     // The menu on screen was built without "more" rows (the app's own baked menu).
     bool displayedBaked() const { return displayedBaked_; }
 
-    // Tells the custom rows (agent and dismissible rows) whether the menu's highlight is on them,
-    // so they follow keyboard highlighting. Call it from the status item's highlight event.
+    // Tells the rows that draw their own highlight (agent, dismissible and status-action rows)
+    // whether the menu's highlight is on them, so they follow keyboard highlighting: the one
+    // source of every custom row's highlight. Call it from the status item's highlight event.
     static void applyHighlight(NativeMenu& menu, const NativeMenuItem* highlighted);
 
     // ---- Building (exposed for the shells and tests) ----

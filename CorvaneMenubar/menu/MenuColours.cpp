@@ -24,6 +24,18 @@ Rgb withContrast(const Rgb& colour, const Rgb& against, double ratio) {
     return target;
 }
 
+std::optional<Rgb> iconPlate(const Rgb& ink, const Rgb& background, const Rgb& window) {
+    if (contrastRatio(ink, background) >= glyphContrast) return std::nullopt;
+    Rgb best = window;
+    double bestLeast = 0;
+    for (const Rgb& plate : {window, Rgb{255, 255, 255}, Rgb{0, 0, 0}}) {
+        const double least = std::min(contrastRatio(plate, background), contrastRatio(plate, ink));
+        if (least >= glyphContrast) return plate;
+        if (least > bestLeast) best = plate, bestLeast = least;
+    }
+    return best;
+}
+
 MenuColours menuColours(bool dark) {
     if (dark) return readable({{45, 45, 48}, {235, 235, 235}, {160, 160, 165}, {53, 132, 228}, {255, 255, 255}});
     return readable({{246, 246, 246}, {24, 24, 24}, {96, 96, 100}, {48, 140, 198}, {255, 255, 255}});

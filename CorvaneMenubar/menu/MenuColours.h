@@ -4,6 +4,8 @@
 // they keep: every text at least 4.5:1 against what it is drawn on, every glyph (marks, the
 // dismiss button, the lightning bolt) at least 3:1, highlighted rows included.
 
+#include <optional>
+
 #include "Colour.h"
 
 namespace corvane {
@@ -24,6 +26,12 @@ struct MenuColours {
     Rgb highlightedText;  // every text and glyph on the highlighted row
     bool operator==(const MenuColours&) const = default;
 };
+
+// What a picture in the app's colours (a harness app's icon) is drawn on where its ink, the mean
+// colour of its opaque pixels, would read below 3:1 against `background` (an app icon on the
+// highlight): none when it reads; else the first of the menu's `window` colour, white and black
+// that stands at 3:1 from both the background and the ink, or the one that stands out most.
+std::optional<Rgb> iconPlate(const Rgb& ink, const Rgb& background, const Rgb& window);
 
 // The menu's colours in a light or a dark desktop theme.
 MenuColours menuColours(bool dark);

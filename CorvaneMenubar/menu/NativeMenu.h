@@ -18,9 +18,10 @@
 // (Qt: aboutToShow / aboutToHide; AppKit: NSMenuDidBeginTracking / NSMenuDidEndTracking), and
 // `reportHighlight` when the highlighted item changes. Everything runs on the main thread.
 //
-// A toolkit closes its menu by itself when a plain item is chosen, but not after a click inside
-// custom row content; portable code then calls `cancelTracking` (see there), so no shell decides
-// on its own when a custom row closes the menu.
+// Portable code calls `cancelTracking` (see there) whenever a chosen row acts, plain or custom: a
+// toolkit closes a popup by itself after a plain item but not after a click inside custom row
+// content or in a menu shown as a window, and no shell decides on its own when a row closes the
+// menu.
 
 #include <cstddef>
 #include <functional>
@@ -358,9 +359,8 @@ public:
     [[nodiscard]] Subscription observeTracking(std::function<void(bool began)> observer);
     void reportTrackingBegan();
     void reportTrackingEnded();
-    // Closes the menu the user is in, as a click outside it would: a row whose custom content
-    // acted (agent rows, dismiss buttons, status-action rows) calls it on the menu holding the
-    // row, which may be a submenu. The shell ends the whole tracking session, every open level
+    // Closes the menu the user is in, as a click outside it would: a row that acts calls it on the
+    // menu holding the row, which may be a submenu. The shell ends the whole tracking session, every open level
     // (Qt: hide the popup and its parent popups; AppKit: `cancelTracking` on the top menu), and
     // then reports the close through its usual path (`StatusItem::reportMenuDidClose`). Harmless
     // when nothing is shown.

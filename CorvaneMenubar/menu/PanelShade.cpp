@@ -62,7 +62,8 @@ std::optional<std::uint8_t> byte(std::optional<double> value, double scale) {
     return static_cast<std::uint8_t>(std::lround(*value / scale * 255.0));
 }
 
-// The value of `key` in `[group]` of an INI text (KDE's config files), or absent.
+}  // namespace
+
 std::optional<std::string_view> iniValue(std::string_view text, std::string_view group, std::string_view key) {
     bool inGroup = false;
     for (auto line : split(text, '\n')) {
@@ -79,8 +80,6 @@ std::optional<std::string_view> iniValue(std::string_view text, std::string_view
     }
     return std::nullopt;
 }
-
-}  // namespace
 
 Rgb panelInk(bool darkPanel) { return darkPanel ? Rgb{242, 242, 242} : Rgb{26, 26, 26}; }
 

@@ -53,6 +53,9 @@ Rgb panelInk(bool darkPanel);
 // "#rrggbb", "#rgb" and KDE's "r,g,b" (an alpha after it is ignored); absent for anything else.
 std::optional<Rgb> parseColour(std::string_view text);
 
+// The value of `key` in `[group]` of an INI text (KDE's and GTK's settings files), or absent.
+std::optional<std::string_view> iniValue(std::string_view text, std::string_view group, std::string_view key);
+
 // Reading the desktops' settings (the shell fetches them, these read them):
 // xfce4-panel's xfconf channel as "property → value" (arrays joined by ","): the dark-mode switch
 // and, for the panel that holds the tray (a "systray" plugin), its solid background colour.

@@ -119,6 +119,21 @@ RowLayout mirrored(RowLayout layout, double width) {
     return layout;
 }
 
+RowLayout atTextColumn(RowLayout layout, double column) {
+    std::optional<double> edge;
+    for (const auto& text : layout.texts)
+        if (text.align == TextAlign::leading) edge = std::min(edge.value_or(text.frame.x), text.frame.x);
+    if (!edge || *edge == column) return layout;
+    const double shift = column - *edge;
+    for (auto& text : layout.texts) {
+        if (text.align != TextAlign::leading) continue;
+        text.frame.x += shift;
+        text.frame.width = std::max(text.frame.width - shift, 0.0);
+    }
+    if (layout.mark) layout.mark->frame.x += shift;
+    return layout;
+}
+
 RowLayout hostedRowLayout(const HostedRow& row, double width, const TextMeasure& measure) {
     auto out = lay(linesOf(row), width, width - inset, false, measure);
     if (std::holds_alternative<hosted::Header>(row)) out.texts.front().bold = true;

@@ -98,6 +98,11 @@ RowLayout statusActionRowLayout(const NativeMenuItem& item, double width, const 
 // `layout` for a right-to-left language: every frame mirrored across the row's `width`, leading
 // and trailing text swapped, so the mark, the texts and the dismiss button all change sides.
 RowLayout mirrored(RowLayout layout, double width);
+// `layout` with its leading texts starting at `column`, the x where the platform's own menu items
+// start their titles, and the mark moving with them: custom and plain rows then share one left
+// edge. The texts keep their far ends, so a trailing note or a button stays put. Apply before
+// `mirrored`.
+RowLayout atTextColumn(RowLayout layout, double column);
 
 // The CLI update row while the update cannot start: title, subtitle and (while installing) the
 // spinner.

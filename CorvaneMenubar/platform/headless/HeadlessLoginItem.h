@@ -4,8 +4,8 @@
 
 namespace corvane {
 
-// A machine without a desktop session has no login-item service: the item is never found,
-// registering fails, and unregistering (nothing to undo) succeeds.
+// The headless shell on a Mac, where starting at login belongs to the app bundle's service: the
+// item is never found, registering fails, and unregistering (nothing to undo) succeeds.
 class HeadlessLoginItem : public LoginItem {
 public:
     LoginItemStatus status() const override { return LoginItemStatus::notFound; }

@@ -30,6 +30,7 @@
 #include "platform/posix/SystemDirectoryWatcher.h"
 #include "TerminalScreen.h"
 #include "platform/posix/ThreadBackgroundWork.h"
+#include "platform/posix/XdgLoginItem.h"
 
 namespace corvane {
 namespace {
@@ -154,15 +155,25 @@ public:
     bool prepare(const Variant& variant) override {
         variant_ = variant;
         defaults_.emplace(defaultsPath(variant.appEnv));
+        // The desktop's autostart entry on Linux, the one the Qt shell switches: a copy installed
+        // under a system or user prefix registers at its first start in either shell.
+        if (hostIsMacOS())
+            loginItem_ = std::make_unique<HeadlessLoginItem>();
+        else
+            loginItem_ = std::make_unique<XdgLoginItem>(xdgConfigFolder(), desktopAppId(variant.appEnv), executablePath(),
+                                                        variant.displayName());
         return true;
     }
-    LoginItem& loginItem() override { return loginItem_; }
+    LoginItem& loginItem() override { return *loginItem_; }
     Defaults& defaults() override { return *defaults_; }
     AppSeams seams() override {
-        return AppSeams{loop_, work_, *watcher_, statusItem_, factory_, measure_, effects_, loginItem_, *defaults_,
+        return AppSeams{loop_, work_, *watcher_, statusItem_, factory_, measure_, effects_, *loginItem_, *defaults_,
                         appearance_};
     }
-    std::string bundlePath() const override { return executablePath(); }
+    std::string bundlePath() const override {
+        const char* home = std::getenv("HOME");
+        return hostIsMacOS() ? executablePath() : firstLaunchBundlePath(executablePath(), home ? home : "");
+    }
     void showAbout() override { emit(event("about")); }
     void systemLog(std::string_view line) override {
         if (screen_) return screen_->showNote(std::string(line));
@@ -199,7 +210,7 @@ private:
     FixedWidthTextMeasure measure_;
     LineSink sink_;
     PrintingEffects effects_;
-    HeadlessLoginItem loginItem_;
+    std::unique_ptr<LoginItem> loginItem_;
     std::optional<JsonFileDefaults> defaults_;
     FixedAppearance appearance_;
     std::optional<TerminalScreen> screen_;  // set when a person reads stdout
@@ -240,7 +251,6 @@ void HeadlessShell::command(AppDelegate& app, const std::string& line, const std
         auto part = parts.size() == 3 ? rowPartFromWord(parts[2]) : std::optional<RowPart>(RowPart::main);
         if (!item) return emit(errorEvent("no row at " + parts[1]));
         if (!part) return emit(errorEvent("unknown row part " + parts[2]));
-        if (app.menuIsOpen()) statusItem_.reportMenuDidClose();
         if (!item->fire(Activation{*part, false})) {
             return emit(errorEvent("row " + parts[1] + " cannot be chosen"));
         }

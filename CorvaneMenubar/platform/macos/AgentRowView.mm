@@ -151,7 +151,8 @@ NSImage* harnessIcon(const std::string& iconWord) {
 
 - (void)hover:(NSEvent*)event {
     const NSPoint point = [self convertPoint:event.locationInWindow fromView:nil];
-    const auto target = agentTargetAt(point.x, NSWidth(self.bounds));
+    const double width = NSWidth(self.bounds);
+    const auto target = agentTargetAt(corvane::mac::isRightToLeft(self) ? width - point.x : point.x, width);
     if (target == _hoveredTarget) return;
     _hoveredTarget = target;
     [self redrawHighlight];
@@ -187,7 +188,8 @@ NSImage* harnessIcon(const std::string& iconWord) {
 - (void)mouseUp:(NSEvent*)event {
     const NSPoint point = [self convertPoint:event.locationInWindow fromView:nil];
     if (!NSPointInRect(point, self.bounds)) return;
-    const auto target = agentTargetAt(point.x, NSWidth(self.bounds));
+    const double width = NSWidth(self.bounds);
+    const auto target = agentTargetAt(corvane::mac::isRightToLeft(self) ? width - point.x : point.x, width);
     if (target == AgentTarget::corvane)
         [self corvaneClicked:nil];
     else if (target == AgentTarget::harness && [_harnessButton isEnabled])
@@ -223,7 +225,8 @@ NSImage* harnessIcon(const std::string& iconWord) {
         statusWidth = [toNS(*status) sizeWithAttributes:@{NSFontAttributeName : corvane::mac::fontFor(FontRole::menu13)}]
                           .width;
     }
-    return agentRowGeometry(NSWidth(self.bounds), NSHeight(self.bounds), statusWidth);
+    const auto geometry = agentRowGeometry(NSWidth(self.bounds), NSHeight(self.bounds), statusWidth);
+    return corvane::mac::isRightToLeft(self) ? corvane::mirrored(geometry, NSWidth(self.bounds)) : geometry;
 }
 
 - (void)layoutParts {
@@ -252,9 +255,14 @@ NSImage* harnessIcon(const std::string& iconWord) {
     NSFont* font = corvane::mac::fontFor(FontRole::menu13);
     NSColor* titleColour = target ? NSColor.selectedMenuItemTextColor : NSColor.labelColor;
     NSColor* statusColour = target ? NSColor.selectedMenuItemTextColor : NSColor.secondaryLabelColor;
+    // The status hugs the row's trailing side and the title its leading side, whichever way the
+    // row reads.
+    const bool rightToLeft = corvane::mac::isRightToLeft(self);
     if (const auto status = agentStatusText(_row); status && geometry.status)
-        corvane::mac::drawLine(toNS(*status), nsRect(*geometry.status), font, statusColour, NSTextAlignmentRight);
-    corvane::mac::drawLine(toNS(_row.corvane.title), nsRect(geometry.title), font, titleColour, NSTextAlignmentLeft);
+        corvane::mac::drawLine(toNS(*status), nsRect(*geometry.status), font, statusColour,
+                               rightToLeft ? NSTextAlignmentLeft : NSTextAlignmentRight);
+    corvane::mac::drawLine(toNS(_row.corvane.title), nsRect(geometry.title), font, titleColour,
+                           rightToLeft ? NSTextAlignmentRight : NSTextAlignmentLeft);
 }
 
 @end

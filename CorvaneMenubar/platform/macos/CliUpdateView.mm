@@ -28,6 +28,7 @@ void show(NSTextField* field, const TextSlot& slot) {
     field.font = corvane::mac::fontFor(slot.font);
     field.textColor = corvane::mac::colourFor(slot.colour);
     field.frame = corvane::mac::nsRect(slot.frame);
+    field.alignment = slot.align == corvane::TextAlign::trailing ? NSTextAlignmentRight : NSTextAlignmentLeft;
 }
 }  // namespace
 
@@ -68,7 +69,7 @@ void show(NSTextField* field, const TextSlot& slot) {
 }
 
 - (void)layoutParts {
-    const auto layout = cliUpdateRowLayout(_content.model, NSWidth(self.bounds));
+    const auto layout = corvane::mac::placedFor(self, cliUpdateRowLayout(_content.model, NSWidth(self.bounds)));
     if (layout.texts.size() >= 2) {
         show(_titleLabel, layout.texts[0]);
         show(_subtitleLabel, layout.texts[1]);

@@ -47,8 +47,9 @@ using corvane::mac::toNS;
 }
 
 - (RowLayout)rowLayout {
-    return dismissibleRowLayout(_content, NSWidth(self.bounds), _hovered || _keyboardHighlighted,
-                                corvane::mac::rowTextMeasure());
+    const auto layout = dismissibleRowLayout(_content, NSWidth(self.bounds), _hovered || _keyboardHighlighted,
+                                             corvane::mac::rowTextMeasure());
+    return corvane::mac::placedFor(self, layout);
 }
 
 - (void)updateFromContent:(const DismissibleRowContent&)content {

@@ -38,7 +38,8 @@ using corvane::plainText;
 
 - (void)drawRect:(NSRect)dirtyRect {
     (void)dirtyRect;
-    corvane::mac::drawRowLayout(hostedRowLayout(_row, NSWidth(self.bounds), corvane::mac::rowTextMeasure()));
+    corvane::mac::drawRowLayout(
+        corvane::mac::placedFor(self, hostedRowLayout(_row, NSWidth(self.bounds), corvane::mac::rowTextMeasure())));
 }
 
 @end

@@ -22,6 +22,14 @@ NSColor* colourFor(ColourRole role) {
     return NSColor.labelColor;
 }
 
+bool isRightToLeft(NSView* view) {
+    return view.userInterfaceLayoutDirection == NSUserInterfaceLayoutDirectionRightToLeft;
+}
+
+RowLayout placedFor(NSView* view, RowLayout layout) {
+    return isRightToLeft(view) ? mirrored(std::move(layout), NSWidth(view.bounds)) : layout;
+}
+
 void drawRowLayout(const RowLayout& layout) {
     if (layout.highlight) {
         [colourFor(ColourRole::selectedContentBackground) setFill];
@@ -33,9 +41,13 @@ void drawRowLayout(const RowLayout& layout) {
         [colourFor(layout.mark->colour) setFill];
         [[NSBezierPath bezierPathWithOvalInRect:nsRect(layout.mark->frame)] fill];
     }
-    for (const auto& text : layout.texts)
-        drawLine(toNS(text.text), nsRect(text.frame), fontFor(text.font), colourFor(text.colour),
+    for (const auto& text : layout.texts) {
+        NSFont* font = fontFor(text.font);
+        if (text.bold) font = [NSFont systemFontOfSize:font.pointSize weight:NSFontWeightBold];
+        // Left and right are absolute here: a mirrored layout has already swapped them.
+        drawLine(toNS(text.text), nsRect(text.frame), font, colourFor(text.colour),
                  text.align == TextAlign::trailing ? NSTextAlignmentRight : NSTextAlignmentLeft);
+    }
 }
 
 const TextMeasure& rowTextMeasure() {

@@ -50,7 +50,8 @@ using corvane::statusActionRowLayout;
 - (std::optional<RowLayout>)rowLayout {
     auto item = _item.lock();
     if (!item) return std::nullopt;
-    return statusActionRowLayout(*item, NSWidth(self.bounds), corvane::mac::rowTextMeasure());
+    return corvane::mac::placedFor(self,
+                                   statusActionRowLayout(*item, NSWidth(self.bounds), corvane::mac::rowTextMeasure()));
 }
 
 - (void)refresh {

@@ -12,6 +12,8 @@
 
 #include "platform/posix/HostPlatform.h"
 
+#include "menu/MenuColours.h"
+
 #include "QtHarnessIcon.h"
 #include "QtMenuLook.h"
 #include "QtNativeMenuItem.h"
@@ -53,6 +55,23 @@ QString qs(const std::string& text) { return QString::fromStdString(text); }
 
 QRectF qrect(const Rect& r) { return {r.x, r.y, r.width, r.height}; }
 
+Rgb rgb(const QColor& colour) { return {colour.red(), colour.green(), colour.blue()}; }
+
+// The mean colour of an icon's pixels, each weighted by how opaque it is.
+Rgb meanInk(const QIcon& icon) {
+    const QImage image = icon.pixmap(16, 16).toImage().convertToFormat(QImage::Format_ARGB32);
+    double red = 0, green = 0, blue = 0, weight = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            const double alpha = qAlpha(pixel) / 255.0;
+            red += qRed(pixel) * alpha, green += qGreen(pixel) * alpha, blue += qBlue(pixel) * alpha;
+            weight += alpha;
+        }
+    if (weight <= 0) return {};
+    return {int(red / weight), int(green / weight), int(blue / weight)};
+}
+
 }  // namespace
 
 QtAgentRowWidget::QtAgentRowWidget(QtNativeMenuItem& item) : QtRowWidget(item) {}
@@ -70,6 +89,7 @@ void QtAgentRowWidget::sync() {
     if (row.icon != iconWord_ || icon_.isNull()) {
         iconWord_ = row.icon;
         icon_ = QtHarnessIcon::forWord(row.icon);
+        iconInk_ = meanInk(icon_);
     }
     const auto descriptions = describeTargets(row, hostWords());
     setAccessibleName(QString::fromStdString(descriptions.harnessAccessibilityLabel));
@@ -213,6 +233,13 @@ void QtAgentRowWidget::paintEvent(QPaintEvent*) {
         p.fillPath(path, selection);
     }
 
+    // An app icon that would not stand out from the highlight sits on a plate that does.
+    if (target == AgentTarget::harness)
+        if (const auto plate = iconPlate(iconInk_, rgb(selection), rgb(palette().color(QPalette::Active, QPalette::Window)))) {
+            QPainterPath path;
+            path.addRoundedRect(qrect(g.icon).adjusted(-2, -2, 2, 2), 4, 4);
+            p.fillPath(path, QColor(plate->red, plate->green, plate->blue));
+        }
     p.save();
     p.setOpacity(iconOpacity());
     icon_.paint(&p, qrect(g.icon).toAlignedRect());

@@ -8,6 +8,8 @@
 
 #include <QElapsedTimer>
 #include <QIcon>
+
+#include "menu/Colour.h"
 #include <optional>
 
 #include "menu/AgentRowLogic.h"
@@ -55,6 +57,7 @@ private:
     bool hasShown_ = false;
     std::optional<AgentTarget> hovered_;
     QIcon icon_;
+    Rgb iconInk_;  // the mean colour of the icon's opaque pixels
     std::string iconWord_;
     bool pulsing_ = false;
     int pulseStarts_ = 0;

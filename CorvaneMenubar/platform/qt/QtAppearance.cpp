@@ -24,6 +24,15 @@ const QString gnomeInterfaceNamespace = QStringLiteral("org.gnome.desktop.interf
 const QString xfconfService = QStringLiteral("org.xfce.Xfconf");
 const QString xfconfPath = QStringLiteral("/org/xfce/Xfconf");
 const QString panelChannel = QStringLiteral("xfce4-panel");
+const QString xsettingsChannel = QStringLiteral("xsettings");
+const QString themeNameProperty = QStringLiteral("/Net/ThemeName");
+const QString appearanceNamespace = QStringLiteral("org.freedesktop.appearance");
+
+QString configFolder() {
+    QString config = qEnvironmentVariable("XDG_CONFIG_HOME");
+    if (config.isEmpty()) config = QDir::homePath() + QStringLiteral("/.config");
+    return config;
+}
 
 // Read answers a variant that older portals wrap in one more variant.
 QVariant unwrap(QVariant value) {
@@ -88,12 +97,21 @@ QtAppearance::QtAppearance(bool readDesktop) : observers_(std::make_shared<Obser
     qApp->installEventFilter(this);
     panelFacts_.desktop = qEnvironmentVariable("XDG_CURRENT_DESKTOP").left(200).toStdString();
     if (!readDesktop) return;
+    readGtk();
     readPortal();
     auto bus = QDBusConnection::sessionBus();
     if (desktopIs(QStringLiteral("XFCE")) && bus.isConnected()) {
         bus.connect(xfconfService, xfconfPath, xfconfService, QStringLiteral("PropertyChanged"), this,
                     SLOT(onXfconfChanged(QString, QString, QDBusVariant)));
         readXfconf();
+        auto message = QDBusMessage::createMethodCall(xfconfService, xfconfPath, xfconfService, QStringLiteral("GetProperty"));
+        message << xsettingsChannel << themeNameProperty;
+        auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(message, 2000), this);
+        connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
+            call->deleteLater();
+            QDBusPendingReply<QDBusVariant> reply = *call;
+            if (!reply.isError()) onXfconfChanged(xsettingsChannel, themeNameProperty, reply.value());
+        });
     }
     if (bus.isConnected()) {
         const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
@@ -132,6 +150,7 @@ void QtAppearance::readPortal() {
         });
     };
     read(gnomeInterfaceNamespace, QStringLiteral("enable-animations"));
+    read(appearanceNamespace, QStringLiteral("color-scheme"));
 }
 
 void QtAppearance::readXfconf() {
@@ -155,7 +174,33 @@ void QtAppearance::readXfconf() {
     });
 }
 
-void QtAppearance::onXfconfChanged(const QString& channel, const QString&, const QDBusVariant&) {
+void QtAppearance::readGtk() {
+    DesktopTheme theme = theme_;
+    theme.gtkThemeName.clear();
+    theme.gtkPreferDark.reset();
+    for (const auto* version : {"gtk-4.0", "gtk-3.0"}) {
+        const auto text = settingsText(configFolder() + QLatin1Char('/') + QLatin1String(version) + QStringLiteral("/settings.ini"));
+        if (text.empty()) continue;
+        readGtkSettings(text, theme);
+        break;
+    }
+    setDesktopTheme(theme);
+}
+
+void QtAppearance::setDesktopTheme(const DesktopTheme& theme) {
+    if (theme == theme_) return;
+    theme_ = theme;
+    notify();
+}
+
+void QtAppearance::onXfconfChanged(const QString& channel, const QString& property, const QDBusVariant& value) {
+    if (channel == xsettingsChannel && property == themeNameProperty) {
+        DesktopTheme theme = theme_;
+        theme.gtkThemeName = xfconfText(value.variant()).left(200).toStdString();
+        if (theme.gtkThemeName.empty()) readGtk();
+        else setDesktopTheme(theme);
+        return;
+    }
     // A panel's settings change several properties at once: read them all once the burst is over.
     if (channel != panelChannel || xfconfPending_) return;
     xfconfPending_ = true;
@@ -171,8 +216,13 @@ void QtAppearance::readKde() {
     PanelFacts facts = panelFacts_;
     facts.plasmaStyleDark.reset();
     facts.background.reset();
-    readKdePanel(settingsText(config + QStringLiteral("/kdeglobals")), settingsText(config + QStringLiteral("/plasmarc")), facts);
+    const auto kdeglobals = settingsText(config + QStringLiteral("/kdeglobals"));
+    readKdePanel(kdeglobals, settingsText(config + QStringLiteral("/plasmarc")), facts);
     setPanelFacts(facts);
+    DesktopTheme theme = theme_;
+    theme.kdeWindow.reset();
+    readKdeColours(kdeglobals, theme);
+    setDesktopTheme(theme);
 }
 
 void QtAppearance::readTrayHost(const QString& owner) {
@@ -209,6 +259,13 @@ void QtAppearance::onSettingChanged(const QString& nameSpace, const QString& key
     const QVariant plain = unwrap(value.variant());
     if (nameSpace == gnomeInterfaceNamespace && key == QStringLiteral("enable-animations")) {
         portalAnimations(plain.typeId() == QMetaType::Bool ? std::optional<bool>(plain.toBool()) : std::nullopt);
+    }
+    if (nameSpace == appearanceNamespace && key == QStringLiteral("color-scheme")) {
+        DesktopTheme theme = theme_;
+        bool ok = false;
+        const uint scheme = plain.toUInt(&ok);
+        theme.colorScheme = ok ? std::optional<std::uint32_t>(scheme) : std::nullopt;
+        setDesktopTheme(theme);
     }
 }
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <vector>
 
+#include "menu/DesktopTheme.h"
 #include "menu/PanelShade.h"
 #include "seams/Appearance.h"
 
@@ -39,6 +40,13 @@ public:
     // The colour template icons take: the text colour of a dark or light panel.
     QColor panelTextColour() const;
 
+    // Whether the desktop's windows and menus are dark (DesktopTheme.h), which the app's own popup
+    // follows; absent when the desktop says nothing. Read from the portal's color-scheme, KDE's
+    // kdeglobals, Xfce's xsettings theme and GTK's settings.ini, and followed like the panel.
+    std::optional<bool> desktopIsDark() const { return corvane::desktopIsDark(theme_); }
+    void setDesktopTheme(const DesktopTheme& theme);
+    const DesktopTheme& desktopTheme() const { return theme_; }
+
     // What was read about the panel, and what the portal said about animations (absent when not
     // published). Public so tests can feed answers.
     void setPanelFacts(const PanelFacts& facts);
@@ -59,7 +67,10 @@ private:
     void readPortal();
     void readXfconf();
 
+    void readGtk();
+
     PanelFacts panelFacts_;
+    DesktopTheme theme_;
     bool xfconfPending_ = false;
     std::optional<bool> animations_;
     struct Observers;

@@ -21,7 +21,8 @@ QtCliUpdateWidget::QtCliUpdateWidget(QtNativeMenuItem& item) : QtRowWidget(item)
     timer_.setInterval(1000 / spokes);
     QObject::connect(&timer_, &QTimer::timeout, this, [this] {
         step_ = (step_ + 1) % spokes;
-        update(qrect(layout().spinner).toAlignedRect().adjusted(-1, -1, 1, 1));
+        if (const auto spinner = placed(cliUpdateRowLayout(model_, width())).spinner)
+            update(qrect(*spinner).toAlignedRect().adjusted(-1, -1, 1, 1));
     });
 }
 
@@ -63,24 +64,19 @@ void QtCliUpdateWidget::hideEvent(QHideEvent* event) {
 }
 
 int QtCliUpdateWidget::naturalWidth() const {
-    const auto shown = state();
-    const double title = QFontMetricsF(QtMenuLook::font(FontRole::menu13)).horizontalAdvance(QString::fromStdString(shown.title));
-    const double subtitle =
-        QFontMetricsF(QtMenuLook::font(FontRole::system11)).horizontalAdvance(QString::fromStdString(shown.subtitle));
-    const double needed = std::max(title, subtitle) + 30 + (shown.spinnerVisible ? 24 : 0);
-    return static_cast<int>(std::ceil(std::max(needed, cliUpdateViewWidth)));
+    const int needed = placedNaturalWidth([&](double w) { return cliUpdateRowLayout(model_, w); });
+    return std::max(needed, static_cast<int>(std::ceil(cliUpdateViewWidth)));
 }
 
 void QtCliUpdateWidget::paintEvent(QPaintEvent*) {
-    const auto shown = state();
-    const auto box = layout();
+    const auto shown = placed(cliUpdateRowLayout(model_, width()));
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
-    QtMenuLook::paint(p, *this, cliUpdateRowLayout(model_, width()));
-    if (!shown.spinnerVisible) return;
+    QtMenuLook::paint(p, *this, shown);
+    if (!shown.spinner) return;
     // Twelve spokes fading behind the leading one; still (the leading spoke at the top) when the
     // spinner does not turn.
-    const QRectF spinner = qrect(box.spinner);
+    const QRectF spinner = qrect(*shown.spinner);
     p.translate(spinner.center());
     const QColor base = QtMenuLook::label(*this);
     for (int i = 0; i < spokes; ++i) {

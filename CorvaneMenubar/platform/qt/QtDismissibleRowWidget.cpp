@@ -24,7 +24,7 @@ RowLayout QtDismissibleRowWidget::layout() const {
     auto out = dismissibleRowLayout(content_, width(), item().isHighlighted(), QtMenuLook::measure());
     // The button alone shows the pointer on it.
     if (dismissHovered_ && !out.highlight) out = QtMenuLook::highlighted(out, width());
-    return isRightToLeft() ? mirrored(out, width()) : out;
+    return placed(std::move(out));
 }
 
 QRectF QtDismissibleRowWidget::dismissButton() const {
@@ -33,7 +33,7 @@ QRectF QtDismissibleRowWidget::dismissButton() const {
 }
 
 int QtDismissibleRowWidget::naturalWidth() const {
-    return QtMenuLook::naturalWidth(
+    return placedNaturalWidth(
         [&](double w) { return dismissibleRowLayout(content_, w, false, QtMenuLook::measure()); });
 }
 

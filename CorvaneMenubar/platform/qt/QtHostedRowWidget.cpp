@@ -17,12 +17,11 @@ void QtHostedRowWidget::sync() {
 }
 
 RowLayout QtHostedRowWidget::layout() const {
-    const auto out = hostedRowLayout(row_, width(), QtMenuLook::measure());
-    return isRightToLeft() ? mirrored(out, width()) : out;
+    return placed(hostedRowLayout(row_, width(), QtMenuLook::measure()));
 }
 
 int QtHostedRowWidget::naturalWidth() const {
-    return QtMenuLook::naturalWidth([&](double w) { return hostedRowLayout(row_, w, QtMenuLook::measure()); });
+    return placedNaturalWidth([&](double w) { return hostedRowLayout(row_, w, QtMenuLook::measure()); });
 }
 
 void QtHostedRowWidget::paintEvent(QPaintEvent*) {

@@ -10,6 +10,7 @@
 #include <cmath>
 
 #include "menu/IconRenderer.h"
+#include "menu/MenuColours.h"
 #include "QtTextMeasure.h"
 #include <QFontMetricsF>
 #include <map>
@@ -33,11 +34,14 @@ QColor QtMenuLook::label(const QWidget& widget) {
 
 QColor QtMenuLook::secondaryLabel(const QWidget& widget) {
     // Between the text and the background, like the secondary label colour: readable on light
-    // and dark menus alike.
+    // and dark menus alike, and never below 4.5:1 on the menu.
     QColor text = label(widget);
     const QColor base = widget.palette().color(QPalette::Active, QPalette::Window);
-    return QColor::fromRgbF(text.redF() * 0.6f + base.redF() * 0.4f, text.greenF() * 0.6f + base.greenF() * 0.4f,
-                            text.blueF() * 0.6f + base.blueF() * 0.4f);
+    const QColor mixed = QColor::fromRgbF(text.redF() * 0.6f + base.redF() * 0.4f, text.greenF() * 0.6f + base.greenF() * 0.4f,
+                                          text.blueF() * 0.6f + base.blueF() * 0.4f);
+    const Rgb readable = withContrast({mixed.red(), mixed.green(), mixed.blue()}, {base.red(), base.green(), base.blue()},
+                                      textContrast);
+    return QColor(readable.red, readable.green, readable.blue);
 }
 
 QColor QtMenuLook::selectedBackground(const QWidget& widget) {
@@ -91,7 +95,10 @@ QIcon QtMenuLook::pausedBadgeIcon() {
             QPainter p(&pixmap);
             p.setRenderHint(QPainter::Antialiasing);
             p.setPen(Qt::NoPen);
-            p.setBrush(systemOrange());
+            // Dark enough for the white bars and a light menu to stand at 3:1 from it.
+            const QColor orange = systemOrange();
+            const Rgb disc = withContrast({orange.red(), orange.green(), orange.blue()}, {255, 255, 255}, glyphContrast);
+            p.setBrush(QColor(disc.red, disc.green, disc.blue));
             p.drawEllipse(QRectF(0.5, 0.5, 12, 12));
             p.setBrush(Qt::white);
             p.drawRoundedRect(QRectF(4.2, 3.7, 1.6, 5.6), 0.5, 0.5);
@@ -166,8 +173,15 @@ void QtMenuLook::paint(QPainter& p, const QWidget& widget, const RowLayout& layo
     }
     if (layout.mark) {
         const auto& r = layout.mark->frame;
+        // A status colour keeps its hue but stands at 3:1 from what it is drawn on, the highlight
+        // included.
+        const QColor ground = layout.highlight ? selectedBackground(widget) : widget.palette().color(QPalette::Active, QPalette::Window);
+        QColor mark = colour(layout.mark->colour, widget);
+        const Rgb readable = withContrast({mark.red(), mark.green(), mark.blue()}, {ground.red(), ground.green(), ground.blue()},
+                                          glyphContrast);
+        mark.setRgb(readable.red, readable.green, readable.blue, mark.alpha());
         p.setPen(Qt::NoPen);
-        p.setBrush(colour(layout.mark->colour, widget));
+        p.setBrush(mark);
         p.drawEllipse(QRectF(r.x, r.y, r.width, r.height));
     }
     for (const auto& text : layout.texts) {

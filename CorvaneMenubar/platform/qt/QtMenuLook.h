@@ -55,13 +55,8 @@ struct QtMenuLook {
     // Draws a portable row layout: highlight, mark, texts (tail-truncated to their frames) and the
     // dismiss button (the spinner is the row's own).
     static void paint(QPainter& painter, const QWidget& widget, const RowLayout& layout);
-    // The width a layout's texts need on their lines without truncation, laid out by `make` at
-    // any width.
-    template <class Make>
-    static int naturalWidth(Make make) {
-        constexpr double wide = 4000;
-        return naturalWidthOf(make(wide), wide);
-    }
+    // The width a layout's texts need on their lines without truncation, laid out at
+    // `laidOutWidth` (any wide width).
     static int naturalWidthOf(const RowLayout& layout, double laidOutWidth);
 
     // The lightning bolt of the Corvane target, filled into `rect` (square) in `colour`.

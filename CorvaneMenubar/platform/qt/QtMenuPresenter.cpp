@@ -93,9 +93,6 @@ void QtMenuPresenter::showAsWindow() {
         QObject::connect(qApp, &QGuiApplication::focusWindowChanged, focusWatch_.get(), [window](QWindow* focused) {
             if (window->isVisible() && focused != window->windowHandle()) window->hide();
         });
-        // A popup closes itself when a plain row is chosen; a window does not. (Custom rows close
-        // the menu themselves.) `triggered` also reaches here from the rows of open submenus.
-        QObject::connect(window, &QMenu::triggered, focusWatch_.get(), [window] { window->hide(); });
     }
     // A window whose least and greatest sizes agree floats at that size in tiling compositors
     // (sway tiles any other top-level over the whole output).

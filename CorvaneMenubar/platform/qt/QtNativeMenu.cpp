@@ -119,9 +119,10 @@ void QtNativeMenu::didChangeSettings() { popup_->setMinimumWidth(static_cast<int
 
 void QtNativeMenu::willCancelTracking() {
     // Every open level: the popups (this menu may be a submenu of the one the user opened), and
-    // the popup shown as a window where popups cannot be placed.
+    // the app's menu shown as a window where popups cannot be placed, whichever level the row is on.
     while (QWidget* popup = QApplication::activePopupWidget()) popup->close();
-    if (popup_->isVisible()) popup_->hide();
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (dynamic_cast<QtPopupMenu*>(window) && window->isVisible()) window->hide();
 }
 
 void QtNativeMenu::surfaceShown() {

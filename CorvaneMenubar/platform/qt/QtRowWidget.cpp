@@ -10,6 +10,8 @@
 #include "QtCliUpdateWidget.h"
 #include "QtDismissibleRowWidget.h"
 #include "QtHostedRowWidget.h"
+#include "QtMenuLook.h"
+#include "QtPopupMenu.h"
 #include "QtNativeMenuItem.h"
 #include "QtTitleRowWidget.h"
 #include "menu/MenuText.h"
@@ -61,9 +63,18 @@ const std::optional<RowContent>& QtRowWidget::itemContent() const { return item_
 
 QMenu* QtRowWidget::menu() const { return qobject_cast<QMenu*>(parentWidget()); }
 
-bool QtRowWidget::isCurrent() const {
-    const QMenu* shown = menu();
-    return shown && shown->activeAction() == static_cast<QAction*>(item_.action());
+std::optional<double> QtRowWidget::textColumn() const {
+    auto* popup = dynamic_cast<QtPopupMenu*>(menu());
+    return popup ? popup->plainTextColumn() : std::nullopt;
+}
+
+RowLayout QtRowWidget::placed(RowLayout layout) const {
+    if (const auto column = textColumn()) layout = atTextColumn(std::move(layout), *column);
+    return isRightToLeft() ? mirrored(std::move(layout), width()) : layout;
+}
+
+int QtRowWidget::naturalWidthOf(const RowLayout& layout, double laidOutWidth) {
+    return QtMenuLook::naturalWidthOf(layout, laidOutWidth);
 }
 
 void QtRowWidget::choose(const Activation& activation) { item_.choose(activation); }

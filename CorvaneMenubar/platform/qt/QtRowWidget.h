@@ -33,8 +33,6 @@ public:
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 
-    // The menu's pointer or keyboard highlight is on this row (the menu's current action).
-    bool isCurrent() const;
     QtNativeMenuItem& item() const { return item_; }
 
 protected:
@@ -51,12 +49,29 @@ protected:
     const std::optional<RowContent>& itemContent() const;
     // The menu holding the row, or null while the row is not shown.
     QMenu* menu() const;
+    // `layout` as this row shows it: its texts on the column where the popup's style starts plain
+    // items' titles (one left edge for every row), then mirrored in a right-to-left layout.
+    RowLayout placed(RowLayout layout) const;
+    // `naturalWidth` for layouts made by `make(width)`, their texts on that column.
+    template <class Make>
+    int placedNaturalWidth(Make make) const;
     // Chooses a part of the row. The item's handler closes the menu when the row acts.
     void choose(const Activation& activation);
     bool event(QEvent* event) override;
 
 private:
+    std::optional<double> textColumn() const;
+    static int naturalWidthOf(const RowLayout& layout, double laidOutWidth);
+
     QtNativeMenuItem& item_;
 };
+
+template <class Make>
+int QtRowWidget::placedNaturalWidth(Make make) const {
+    constexpr double wide = 4000;
+    auto layout = make(wide);
+    if (const auto column = textColumn()) layout = atTextColumn(std::move(layout), *column);
+    return naturalWidthOf(layout, wide);
+}
 
 }  // namespace corvane

@@ -15,6 +15,7 @@
 #include "app/DesktopShell.h"
 #include "platform/posix/HostPlatform.h"
 #include "QtAppearance.h"
+#include "QtPopupMenu.h"
 #include "QtEffects.h"
 #include "QtFallbackWindow.h"
 #include "QtMainLoop.h"
@@ -23,7 +24,7 @@
 #include "QtStatusItem.h"
 #include "QtTextMeasure.h"
 #include "SingleInstance.h"
-#include "XdgLoginItem.h"
+#include "platform/posix/XdgLoginItem.h"
 #include "platform/posix/SystemDirectoryWatcher.h"
 #include "platform/posix/JsonFileDefaults.h"
 #include "platform/posix/ThreadBackgroundWork.h"
@@ -130,6 +131,7 @@ bool QtShell::prepare(const Variant& variant) {
     parts.background = std::make_unique<ThreadBackgroundWork>();
     parts.watcher = makeSystemDirectoryWatcher(*parts.loop);
     parts.appearance = std::make_unique<QtAppearance>();
+    QtPopupMenu::setDesktopShade([appearance = parts.appearance.get()] { return appearance->desktopIsDark(); });
     parts.statusItem = std::make_unique<QtStatusItem>(*parts.appearance, QString::fromStdString(variant.displayName()),
                                                       !options_.window);
     parts.menuFactory = std::make_unique<QtNativeMenuFactory>();

@@ -18,10 +18,7 @@ void QtTitleRowWidget::sync() {
 }
 
 RowLayout QtTitleRowWidget::layout() const {
-    auto out = statusActionRowLayout(item(), width(), QtMenuLook::measure());
-    // The menu's current row, like any plain row under the pointer or the keyboard.
-    if (!out.highlight && item().isEnabled() && isCurrent()) out = QtMenuLook::highlighted(out, width());
-    return isRightToLeft() ? mirrored(out, width()) : out;
+    return placed(statusActionRowLayout(item(), width(), QtMenuLook::measure()));
 }
 
 QSize QtTitleRowWidget::sizeHint() const {
@@ -36,7 +33,7 @@ QRectF QtTitleRowWidget::dismissButton() const {
 }
 
 int QtTitleRowWidget::naturalWidth() const {
-    return QtMenuLook::naturalWidth([&](double w) { return statusActionRowLayout(item(), w, QtMenuLook::measure()); });
+    return placedNaturalWidth([&](double w) { return statusActionRowLayout(item(), w, QtMenuLook::measure()); });
 }
 
 void QtTitleRowWidget::paintEvent(QPaintEvent*) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "menu/DesktopTheme.h"
 #include "menu/MenuColours.h"
 
 namespace corvane {
@@ -44,6 +45,56 @@ TEST(MenuColours, BothThemesAndAnyAccentStayReadable) {
         }
     }
     EXPECT_GE(contrastRatio(withContrast({40, 40, 40}, {30, 30, 30}, glyphContrast), {30, 30, 30}), glyphContrast);
+}
+
+// A harness icon on the highlight: drawn as it is where it reads, else on a plate that stands out
+// from the highlight and from the icon.
+TEST(MenuColours, IconPlateOnlyWhereTheIconWouldNotRead) {
+    struct Row {
+        Rgb ink, background, window;
+        std::optional<Rgb> plate;
+    };
+    const Rgb light{246, 246, 246}, dark{45, 45, 48}, blue{39, 113, 159}, white{255, 255, 255};
+    const std::vector<Row> rows = {
+        {{40, 40, 40}, light, light, std::nullopt},  // a dark glyph on the light menu
+        {{52, 101, 164}, blue, light, light},         // a blue app icon on a blue highlight: the window
+        {{220, 220, 220}, blue, dark, std::nullopt},  // a pale icon reads on the highlight
+        {{70, 90, 120}, {60, 80, 110}, dark, white},  // the dark window would not stand out
+    };
+    for (const auto& r : rows) EXPECT_EQ(iconPlate(r.ink, r.background, r.window), r.plate);
+}
+
+// The popup's shade: the portal's preference first, then KDE's window, GTK's preference and the
+// GTK theme's name; the toolkit's palette is kept where it already agrees.
+TEST(MenuColours, PopupFollowsTheDesktopsShade) {
+    struct Row {
+        std::optional<std::uint32_t> portal;
+        std::string kdeglobals, gtkIni, xsettingsTheme;
+        std::optional<bool> dark;
+    };
+    const std::string breezeDark = "[Colors:Window]\nBackgroundNormal=32,35,38\n";
+    const std::vector<Row> rows = {
+        {std::nullopt, "", "", "", std::nullopt},            // nothing said: the toolkit's palette stays
+        {0u, "", "", "", std::nullopt},
+        {1u, "", "[Settings]\ngtk-theme-name=Adwaita\n", "", true},  // the portal wins
+        {2u, breezeDark, "", "", false},
+        {std::nullopt, breezeDark, "", "Adwaita", true},
+        {std::nullopt, "", "[Settings]\ngtk-application-prefer-dark-theme=1\n", "", true},
+        {std::nullopt, "", "[Settings]\ngtk-theme-name=Arc-Dark\n", "", true},
+        {std::nullopt, "", "[Settings]\ngtk-theme-name=Arc-Dark\n", "Greybird", false},  // Xfce's xsettings
+        {std::nullopt, "", "", "Adwaita:dark", true},
+    };
+    for (const auto& r : rows) {
+        DesktopTheme theme{r.portal, std::nullopt, std::nullopt, {}};
+        readKdeColours(r.kdeglobals, theme);
+        readGtkSettings(r.gtkIni, theme);
+        if (!r.xsettingsTheme.empty()) theme.gtkThemeName = r.xsettingsTheme;
+        EXPECT_EQ(desktopIsDark(theme), r.dark) << r.kdeglobals << r.gtkIni << r.xsettingsTheme;
+    }
+    const MenuColours toolkit = menuColours(false);
+    EXPECT_EQ(popupColours(toolkit, false), toolkit);
+    EXPECT_EQ(popupColours(toolkit, std::nullopt), toolkit);
+    EXPECT_EQ(popupColours(toolkit, true), menuColours(true));
 }
 
 }  // namespace

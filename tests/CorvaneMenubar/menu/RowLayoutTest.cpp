@@ -53,6 +53,13 @@ TEST(RowLayout, EveryCustomRowKindAt300Points) {
          "[Install the CLI.]14,20,272:secondary"},
         {cliUpdateRowLayout(testrows::update(CliUpdatePhase::installing), 300),
          "36 [Corvane CLI 1.4.0 is available.]14,1,246:secondary [Updating CLI\u2026]14,19,246:secondary spin@270"},
+        // On the column of the platform's own items: the trailing note and the spinner stay put.
+        {atTextColumn(hostedRowLayout(hosted::Header{"Corvane", "2 sessions", "now"}, 300, measure), 28),
+         "38 [Corvane]28,2,229:label [now]265,2,21:secondary [2 sessions]28,20,258:secondary"},
+        {atTextColumn(hostedRowLayout(hosted::StatusRow{StatusMark::ok, "Synced", std::nullopt, false}, 300, measure), 22),
+         "22 mark@8,7:green [Synced]22,2,264:label"},
+        {mirrored(atTextColumn(cliUpdateRowLayout(testrows::update(CliUpdatePhase::installing), 300), 28), 300),
+         "36 [Corvane CLI 1.4.0 is available.]40,1,232:secondary [Updating CLI\u2026]40,19,232:secondary spin@14"},
     };
     for (const auto& [layout, expected] : rows) EXPECT_EQ(summary(layout), expected);
     // Heights agree with the ones the builder compares rows by.

@@ -122,8 +122,10 @@ TEST_F(QtMenuFixture, TheIconPulsesOnlyWhileShownAndWorkingAndRestartsOnlyWhenWo
     EXPECT_EQ(agentWidget(0).iconOpacity(), 1.0);
 }
 
-// The demo menu, drawn offscreen in a light and a dark palette: the pictures are kept for a
-// person to look at (and as the reference of the desktop screenshots).
+// The demo menu, drawn offscreen for a light and a dark desktop (the toolkit's palette is light;
+// the popup follows the desktop): the pictures are kept for a person to look at (and as the
+// reference of the desktop screenshots). The header and a plain row start their texts on one
+// edge, on either side.
 TEST_F(QtMenuFixture, RendersTheDemoMenu) {
     QFile file(QStringLiteral(CORVANE_TEST_DATA_DIR "/sample-menu.json"));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
@@ -141,19 +143,10 @@ TEST_F(QtMenuFixture, RendersTheDemoMenu) {
     const QPalette original = QApplication::palette();
     const QString dir = qEnvironmentVariable("CORVANE_TEST_ARTIFACTS", QDir::currentPath());
     // Light, dark, and right to left (dark).
+    QApplication::setPalette(QApplication::style()->standardPalette());
     for (const auto& [dark, rightToLeft] : {std::pair{false, false}, {true, false}, {true, true}}) {
         QApplication::setLayoutDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
-        QPalette palette = QApplication::style()->standardPalette();
-        if (dark) {
-            const QColor back(45, 45, 48), text(235, 235, 235), dimmed(130, 130, 130);
-            for (const auto role : {QPalette::Window, QPalette::Button}) palette.setColor(role, back);
-            for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) palette.setColor(role, text);
-            palette.setColor(QPalette::Base, QColor(30, 30, 32));
-            palette.setColor(QPalette::Highlight, QColor(53, 132, 228));
-            palette.setColor(QPalette::HighlightedText, Qt::white);
-            for (const auto role : {QPalette::WindowText, QPalette::Text}) palette.setColor(QPalette::Disabled, role, dimmed);
-        }
-        QApplication::setPalette(palette);
+        QtPopupMenu::setDesktopShade([dark = dark] { return std::optional<bool>(dark); });
         submit(items, payload->more);
         open();
         // A keyboard highlight on the first session.
@@ -165,6 +158,26 @@ TEST_F(QtMenuFixture, RendersTheDemoMenu) {
         const QImage image = popup().grab().toImage();
         EXPECT_GT(image.height(), 400);
         EXPECT_GE(image.width(), 320);
+        const QColor ground = image.pixelColor(3, image.height() / 2);
+        EXPECT_EQ(ground.lightnessF() < 0.5, dark);
+        // The text's leading edge in a row: its first column (last, right to left) unlike the ground.
+        auto textEdge = [&](QAction* action) {
+            const QRect row = popup().actionGeometry(action);
+            for (int step = 0; step < row.width(); ++step) {
+                const int x = rightToLeft ? row.right() - step : row.left() + step;
+                for (int y = row.top() + 2; y < row.bottom() - 2; ++y)
+                    if (image.pixelColor(x, y) != ground) return step;
+            }
+            return -1;
+        };
+        QAction* plain = nullptr;
+        for (auto* action : popup().actions()) {
+            const auto* custom = qobject_cast<QWidgetAction*>(action);
+            if (!plain && !action->isSeparator() && action->icon().isNull() && !(custom && custom->defaultWidget()))
+                plain = action;
+        }
+        ASSERT_NE(plain, nullptr);
+        EXPECT_NEAR(textEdge(itemAt(0).action()), textEdge(plain), 2) << "header and " << plain->text().toStdString();
         const QString path = dir + (rightToLeft ? QStringLiteral("/qt-menu-rtl.png")
                                     : dark      ? QStringLiteral("/qt-menu-dark.png")
                                                 : QStringLiteral("/qt-menu-light.png"));
@@ -173,6 +186,7 @@ TEST_F(QtMenuFixture, RendersTheDemoMenu) {
     }
     QApplication::setPalette(original);
     QApplication::setLayoutDirection(Qt::LeftToRight);
+    QtPopupMenu::setDesktopShade({});
 }
 
 }  // namespace

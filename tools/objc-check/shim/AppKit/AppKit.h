@@ -89,6 +89,10 @@ SHIM_ONLY @interface NSImageSymbolConfiguration : NSObject <NSCopying>  // macOS
 + (instancetype)configurationWithPaletteColors:(NSArray<NSColor *> *)paletteColors SHIM_ONLY;  // macOS 12
 @end
 
+@interface NSFont (ObjcCheckShim)
++ (NSFont *)systemFontOfSize:(CGFloat)fontSize weight:(NSFontWeight)weight SHIM_ONLY API_AVAILABLE(macos(10.11));
+@end
+
 @interface NSColor (ObjcCheckShim)
 @property (class, strong, readonly) NSColor *selectedContentBackgroundColor SHIM_ONLY;  // macOS 10.14
 @end

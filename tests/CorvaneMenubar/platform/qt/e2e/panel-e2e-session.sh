@@ -132,3 +132,19 @@ size=$(popupSize)
 echo "popup after the panel's menu: $size"
 [[ $size != *tiled* ]] || fail "the popup window was tiled over the output ($size)"
 kill -0 "$appPid" || fail "the app ended"
+
+if [[ $HOST == xfce ]]; then
+  # The popup's own background, left of its rows' texts: as dark or light as the desktop's theme.
+  window=$(for w in $(xdotool search --onlyvisible --classname '^corvane-menubar$'); do
+    eval "$(xdotool getwindowgeometry --shell "$w")"; ((WIDTH > 100 && HEIGHT > 100)) && echo "$X $Y"; done | tail -1)
+  read -r px py <<<"$window"
+  shade=$(convert "$ARTIFACTS/popup.png" -crop "6x200+$((px + 4))+$((py + 4))" +repage -colorspace Gray -format '%[fx:mean]' info:)
+  echo "popup background: mean grey $shade ($MODE desktop)"
+  if [[ $MODE == dark ]]; then python3 -c "import sys; sys.exit(0 if $shade < 0.35 else 1)" || fail "a light popup on a dark desktop"
+  else python3 -c "import sys; sys.exit(0 if $shade > 0.65 else 1)" || fail "a dark popup on a light desktop"; fi
+  if [[ -n ${ATSPI:-} ]]; then
+    /usr/bin/python3 "$(dirname "$0")/atspi-popup.py" >"$ARTIFACTS/atspi.txt" 2>&1 ||
+      { cat "$ARTIFACTS/atspi.txt"; fail "a screen reader cannot read every row of the popup"; }
+    tail -1 "$ARTIFACTS/atspi.txt"
+  fi
+fi

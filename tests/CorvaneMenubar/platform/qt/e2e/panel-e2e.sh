@@ -8,7 +8,10 @@
 #      its ink must contrast with the panel by at least 3:1;
 #   3. a right click opens the panel's own menu (a GTK host never says when that menu closes);
 #      then a left click must still open the app's popup (on sway: a window floating at its own
-#      size, not tiled over the output).
+#      size, not tiled over the output);
+#   4. on Xfce the desktop's GTK theme is Adwaita-dark or Adwaita with the panel: the popup's
+#      background must be as dark or light; and where python3-pyatspi is installed, the light run
+#      reads the open popup with a screen reader's eyes (atspi-popup.py).
 # Screenshots are kept in ARTIFACTS. sway refuses to run as root: as root the run goes to the
 # ordinary user corvane-e2e (scripts/install-deps.sh creates it), and is skipped without one.
 # Usage: panel-e2e.sh APP POINTER_TOOL xfce|sway dark|light ARTIFACTS. Exit 77: skipped.
@@ -89,6 +92,19 @@ if [[ $host == xfce ]]; then
   </property>
 </channel>
 XML
+  # The desktop's theme, which the app's own popup follows (xfconf serves this channel).
+  cat >"$panel/xsettings.xml" <<XML
+<?xml version="1.0" encoding="UTF-8"?>
+<channel name="xsettings" version="1.0">
+  <property name="Net" type="empty">
+    <property name="ThemeName" type="string" value="$([[ $mode == dark ]] && echo Adwaita-dark || echo Adwaita)"/>
+  </property>
+</channel>
+XML
+  if [[ $mode == light ]] && /usr/bin/python3 -c 'import pyatspi' 2>/dev/null; then
+    unset NO_AT_BRIDGE
+    export QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 ATSPI=1
+  fi
   Xvfb -displayfd 3 -screen 0 ${width}x${height}x24 -nolisten tcp 3>"$work/display" 2>"$work/xvfb.err" &
   pids+=($!)
   waitFor 10 test -s "$work/display" || fail "Xvfb did not start"

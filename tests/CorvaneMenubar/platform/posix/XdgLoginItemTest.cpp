@@ -1,4 +1,4 @@
-#include "platform/qt/XdgLoginItem.h"
+#include "platform/posix/XdgLoginItem.h"
 
 #include <gtest/gtest.h>
 
