@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -117,6 +118,18 @@ std::string escapeJsonControls(std::string_view json) {
     return escaped;
 }
 
+bool isCopyableText(std::string_view text) {
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const auto byte = static_cast<unsigned char>(text[at]);
+        const bool lineBreakOrTab = byte == '\t' || byte == '\n' || byte == '\r';
+        if ((byte < 0x20 && !lineBreakOrTab) || byte == 0x7F) return false;
+        if (byte == 0xC2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) <= 0x9F &&
+            static_cast<unsigned char>(text[at + 1]) >= 0x80)
+            return false;
+    }
+    return true;
+}
+
 bool isOpenableUrl(std::string_view url) {
     static constexpr std::array<std::string_view, 6> schemes{"http", "https", "claude", "codex", "cursor", "chatgpt"};
     if (url.size() > urlLengthLimit || holdsControlByte(url) || url.find(' ') != std::string_view::npos) return false;
@@ -192,6 +205,22 @@ int openTrustedFolder(const std::string& path, bool create, bool ownerOnly) {
         return -1;
     }
     return fd;
+}
+
+std::string privateRuntimeFolder() {
+    const auto trusted = [](const std::string& path, bool create) {
+        const int fd = openTrustedFolder(path, create, true);
+        if (fd < 0) return false;
+        ::close(fd);
+        return true;
+    };
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime && *runtime && trusted(runtime, false)) return runtime;
+    const char* temporary = std::getenv("TMPDIR");
+    std::string folder = temporary && *temporary == '/' ? temporary : "/tmp";
+    while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+    folder += "/corvane-" + std::to_string(::getuid());
+    return trusted(folder, true) ? folder : std::string();
 }
 
 }  // namespace corvane
