@@ -379,5 +379,14 @@ TEST(MenuDecode, OneAnswerCostsABoundedMenu) {
     EXPECT_EQ(decoded(answerWith({{"watchPaths", paths}})).watchPaths, expected);
 }
 
+// Copied text is often pasted into a terminal: one holding an escape sequence (the end of a
+// bracketed paste) could run the rest as typed, so it is not copied; tabs and line ends are kept.
+TEST(MenuDecode, CopiedTextHoldsNoEscapeSequence) {
+    const std::pair<std::string, bool> rows[] = {
+        {"a\tb\r\nc", true}, {"ls\x1b[201~rm -rf ~\n", false}, {"\xc2\x9b" "201~", false}, {"x\x7f", false}};
+    for (const auto& [text, copied] : rows)
+        EXPECT_EQ(rowsOf({item("action", {{"title", "T"}, {"copy", text}})}).size(), copied ? 1u : 0u) << text;
+}
+
 }  // namespace
 }  // namespace corvane
