@@ -290,7 +290,7 @@ struct DesktopFault {
     const char* name;
     std::function<void(const SimWorld&, const Start&)> setup;  // may start a copy of its own (the attacker's)
     bool installed = false;  // run from ~/.local/bin/100%/, which counts as installed: the first start registers at login
-    std::function<bool(const SimWorld&)> settled = {};  // waited for up to 10 s; else 3 s pass
+    std::function<bool(const SimWorld&)> settled = {};  // waited for up to 20 s; else 3 s pass
     std::function<void(const SimWorld&, const std::string& errors)> verify = {};
 };
 
@@ -375,7 +375,7 @@ TEST_P(DesktopFaultTest, TheDesktopAppStartsOnItsOwnAndWritesOnlyItsOwnFiles) {
     if (fault.setup) fault.setup(world, start);
     if (HasFatalFailure()) return;
     const pid_t app = start({"XDG_RUNTIME_DIR"});
-    if (fault.settled) EXPECT_TRUE(waitFor([&] { return fault.settled(world); }, 10)) << readText(errors);
+    if (fault.settled) EXPECT_TRUE(waitFor([&] { return fault.settled(world); }, 20)) << readText(errors);
     else std::this_thread::sleep_for(std::chrono::seconds(3));
     EXPECT_TRUE(processAlive(app)) << "the app left: " << readText(errors);
     kill(app, SIGTERM);
