@@ -385,7 +385,7 @@ TEST(MenuDecode, CopiedTextHoldsNoEscapeSequence) {
     const std::pair<std::string, bool> rows[] = {
         {"a\tb\r\nc", true}, {"ls\x1b[201~rm -rf ~\n", false}, {"\xc2\x9b" "201~", false}, {"x\x7f", false}};
     for (const auto& [text, copied] : rows)
-        EXPECT_EQ(rowsOf({item("action", {{"title", "T"}, {"copy", text}})}).size(), copied ? 1u : 0u) << text;
+        EXPECT_EQ(rowsOf(Json::array({item("action", {{"title", "T"}, {"copy", text}})})).size(), copied ? 1u : 0u) << text;
 }
 
 }  // namespace

@@ -96,7 +96,7 @@ QIcon QtHarnessIcon::generic() {
             pixmap.fill(Qt::transparent);
             QPainter p(&pixmap);
             p.setRenderHint(QPainter::Antialiasing);
-            p.setPen(QPen(QColor(128, 128, 128), 1.2));
+            p.setPen(QPen(QColor(128, 128, 128), 1.0));
             p.drawRoundedRect(QRectF(1.5, 2.5, 13, 11), 2.5, 2.5);
             p.drawLine(QPointF(1.5, 5.5), QPointF(14.5, 5.5));
             p.end();
