@@ -126,8 +126,8 @@ std::optional<std::string> createPrivateFile(const std::string& folder, std::str
     Descriptor trusted(openTrustedFolder(folder, false, true));
     if (trusted.get() < 0) return std::nullopt;
     const std::string name = std::string(prefix) + makeUuid() + std::string(suffix);
-    Descriptor file(::openat(trusted.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY,
-                             static_cast<mode_t>(mode)));
+    const int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY;
+    Descriptor file(::openat(trusted.get(), name.c_str(), flags, static_cast<mode_t>(mode)));
     if (file.get() < 0) return std::nullopt;
     if (::fchmod(file.get(), static_cast<mode_t>(mode)) != 0 || !writeAll(file.get(), bytes)) {
         ::unlinkat(trusted.get(), name.c_str(), 0);

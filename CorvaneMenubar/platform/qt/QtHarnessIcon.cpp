@@ -48,8 +48,8 @@ QIcon QtHarnessIcon::fromFile(const QString& path) {
     // A compressed SVG cannot be checked before it is expanded.
     if (format == "svgz" || (format == "svg" && !isRenderableSvgIcon(*bytes))) return {};
     const QSize size = reader.size();
-    if (format != "svg" && (!size.isValid() || size.width() > harnessIconSideLimit || size.height() > harnessIconSideLimit))
-        return {};
+    const bool tooLarge = size.width() > harnessIconSideLimit || size.height() > harnessIconSideLimit;
+    if (format != "svg" && (!size.isValid() || tooLarge)) return {};
     // Decoded once, here, at every size the rows draw: nothing reads the file again later.
     QIcon icon;
     QImage whole;

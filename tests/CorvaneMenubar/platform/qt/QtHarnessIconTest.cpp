@@ -24,8 +24,8 @@ TEST(QtHarnessIconTest, AnIconFileIsReadWithinBoundsOrNotAtAll) {
     const fs::path data = folder / "data", icon = folder / "icon";
     fs::create_directories(data / "applications");
     const auto write = [&](const std::string& svgBody) {
-        std::ofstream(icon) << R"(<svg xmlns="http://www.w3.org/2000/svg" xmlns:xlink="http://www.w3.org/1999/xlink" width="16" height="16">)"
-                            << svgBody << "</svg>";
+        std::ofstream(icon) << R"(<svg xmlns="http://www.w3.org/2000/svg" xmlns:xlink="http://www.w3.org/1999/xlink")"
+                            << R"( width="16" height="16">)" << svgBody << "</svg>";
     };
     const auto png = [&](int side) {
         QImage image(side, side, QImage::Format_ARGB32);
@@ -59,7 +59,7 @@ TEST(QtHarnessIconTest, AnIconFileIsReadWithinBoundsOrNotAtAll) {
         fs::remove(icon);
         row.plant();
         const std::string desktopId = "corvane-test-app-" + std::to_string(++id);
-        std::ofstream(data / "applications" / (desktopId + ".desktop")) << "[Desktop Entry]\nIcon=" << icon.string() << "\n";
+        std::ofstream(data / "applications" / (desktopId + ".desktop")) << "[Desktop Entry]\nIcon=" << icon.string();
         const QIcon found = QtHarnessIcon::lookup(desktopId);
         EXPECT_EQ(!found.isNull() && !found.pixmap(16).isNull(), row.loads) << row.name;
     }
