@@ -274,6 +274,8 @@ TEST_P(FaultTest, TheAppKeepsAnsweringAndEndsCleanly) {
 }
 
 
+void PrintTo(const Fault& fault, std::ostream* out) { *out << fault.name; }
+
 const auto rowName = [](const auto& info) {
     std::string name;
     for (const char* c = info.param.name; *c; ++c) name += std::isalnum(static_cast<unsigned char>(*c)) ? *c : '_';
@@ -293,6 +295,8 @@ struct DesktopFault {
     std::function<bool(const SimWorld&)> settled = {};  // waited for up to 20 s; else 3 s pass
     std::function<void(const SimWorld&, const std::string& errors)> verify = {};
 };
+
+void PrintTo(const DesktopFault& fault, std::ostream* out) { *out << fault.name; }
 
 constexpr const char* appId = "com.usecorvane.Menubar";
 fs::path autostartEntry(const SimWorld& w) { return w.configHome / "autostart" / (std::string(appId) + ".desktop"); }
