@@ -72,8 +72,7 @@ HarnessIconCandidates harnessIconCandidates(std::string_view word) {
 }
 
 bool isRenderableSvgIcon(std::string_view text) {
-    if (text.find("<!DOCTYPE") != std::string_view::npos || text.find("<!ENTITY") != std::string_view::npos)
-        return false;
+    if (text.find("<!ENTITY") != std::string_view::npos) return false;
     int uses = 0, depth = 0;
     for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {
         const std::size_t end = text.find('>', at);

@@ -78,9 +78,10 @@ HarnessIconCandidates harnessIconCandidates(std::string_view iconWord);
 // name a file of gigabytes, a device or a FIFO.
 inline constexpr std::size_t harnessIconFileLimit = 512 * 1024;
 inline constexpr int harnessIconSideLimit = 1024;
-// True when an SVG icon's text is one the app hands its renderer: no document type (whose
-// entities can expand without end), at most 16 <use> references (each can draw a group that
-// draws others, multiplying the work) and elements nested at most 32 deep.
+// True when an SVG icon's text is one the app hands its renderer: no entity declaration (entities
+// can expand without end; a document type without them is fine), at most 16 <use> references
+// (each can draw a group that draws others, multiplying the work) and elements nested at most 32
+// deep.
 bool isRenderableSvgIcon(std::string_view text);
 // The first of `candidates` that `available` accepts, or none (then the generic icon).
 std::optional<std::string> firstAvailable(const std::vector<std::string>& candidates,

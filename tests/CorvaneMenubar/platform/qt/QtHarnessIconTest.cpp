@@ -42,6 +42,10 @@ TEST(QtHarnessIconTest, AnIconFileIsReadWithinBoundsOrNotAtAll) {
     } rows[] = {
         {"a small PNG", [&] { png(32); }, true},
         {"an SVG", [&] { write(R"(<rect width="8" height="8" fill="red"/>)"); }, true},
+        {"an SVG with a document type", [&] {
+             std::ofstream(icon) << R"(<!DOCTYPE svg PUBLIC "-//W3C//DTD SVG 1.1//EN" "svg11.dtd">)"
+                                 << R"(<svg xmlns="http://www.w3.org/2000/svg" width="16" height="16"><rect width="8" height="8"/></svg>)";
+         }, true},
         {"a PNG of 1,500 px a side", [&] { png(1500); }, false},
         {"an SVG with 17 uses", [&] { write(uses); }, false},
         {"an SVG with entities", [&] { std::ofstream(icon) << "<!DOCTYPE svg [<!ENTITY a \"aa\">]><svg>&a;</svg>"; }, false},
