@@ -17,7 +17,7 @@ namespace {
 
 // A .desktop file is a few kilobytes; one past this is not read.
 constexpr std::size_t maxDesktopFileBytes = 64 * 1024;
-// The sizes the icon is kept at: 16 and 24 px rows at scales 1 to 3.
+// The sizes the icon is kept at, for rows at scales 1 to 3 (others scale the nearest one).
 constexpr int iconSides[] = {16, 24, 32, 48, 64};
 
 QString iconKeyOf(const QString& path) {
@@ -78,7 +78,8 @@ QIcon QtHarnessIcon::lookup(const std::string& desktopId) {
         const QString key = iconKeyOf(path);
         if (QFileInfo(key).isAbsolute()) return fromFile(key);
         // A theme icon is a plain name: "../../tmp/x" would reach outside the theme's folders.
-        if (!key.isEmpty() && !key.contains(QLatin1Char('/')) && QIcon::hasThemeIcon(key)) return QIcon::fromTheme(key);
+        const bool plainName = !key.isEmpty() && !key.contains(QLatin1Char('/'));
+        if (plainName && QIcon::hasThemeIcon(key)) return QIcon::fromTheme(key);
     }
     if (QIcon::hasThemeIcon(id)) return QIcon::fromTheme(id);
     return {};

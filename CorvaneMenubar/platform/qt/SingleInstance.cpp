@@ -4,8 +4,6 @@
 #include <QLocalSocket>
 #include <QLockFile>
 
-#include <unistd.h>
-
 #include "UntrustedInput.h"
 
 namespace corvane {
