@@ -118,16 +118,23 @@ std::string escapeJsonControls(std::string_view json) {
     return escaped;
 }
 
-bool isCopyableText(std::string_view text) {
+std::string clipboardSafeText(std::string_view text) {
+    std::string safe;
+    safe.reserve(text.size());
     for (std::size_t at = 0; at < text.size(); ++at) {
         const auto byte = static_cast<unsigned char>(text[at]);
-        const bool lineBreakOrTab = byte == '\t' || byte == '\n' || byte == '\r';
-        if ((byte < 0x20 && !lineBreakOrTab) || byte == 0x7F) return false;
-        if (byte == 0xC2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) <= 0x9F &&
-            static_cast<unsigned char>(text[at + 1]) >= 0x80)
-            return false;
+        const auto next = at + 1 < text.size() ? static_cast<unsigned char>(text[at + 1]) : 0;
+        const bool kept = byte == '\t' || byte == '\n' || byte == '\r';
+        if ((byte < 0x20 && !kept) || byte == 0x7F) {
+            safe += replacement;
+        } else if (byte == 0xC2 && next >= 0x80 && next <= 0x9F) {
+            safe += replacement;
+            ++at;
+        } else {
+            safe += text[at];
+        }
     }
-    return true;
+    return safe;
 }
 
 bool isOpenableUrl(std::string_view url) {

@@ -24,11 +24,11 @@ std::string escapeJsonControls(std::string_view json);
 // True when `text` holds a NUL byte (which would silently shorten it at the system's edge).
 constexpr bool holdsNul(std::string_view text) { return text.find('\0') != std::string_view::npos; }
 
-// Text the app may put on the clipboard: no NUL and no control character but tab, line feed and
-// carriage return (no ESC, DEL or C1 control). Copied text is often pasted into a terminal,
-// where an escape sequence in it (the end of a bracketed paste, "ESC [201~") would make the rest
-// run as if typed.
-bool isCopyableText(std::string_view text);
+// `text` as the app puts it on the clipboard: every control character but tab, line feed and
+// carriage return (ESC, DEL and the C1 controls included) becomes U+FFFD. Copied text is often
+// pasted into a terminal, where an escape sequence in it (the end of a bracketed paste,
+// "ESC [201~") would make the rest run as if typed.
+std::string clipboardSafeText(std::string_view text);
 
 // URLs longer than this are not opened: no real address comes near it.
 inline constexpr std::size_t urlLengthLimit = 8192;

@@ -309,6 +309,7 @@ void plantLockFolder(const SimWorld& w, const Start& start, bool otherUser) {
     fs::permissions(folder, fs::perms::owner_all);
     start({"XDG_RUNTIME_DIR=" + folder.string()});
     ASSERT_TRUE(waitFor([&] { return fs::exists(folder / (std::string(appId) + ".socket")); }, 10));
+    if (otherUser && geteuid() != 0) GTEST_SKIP() << "only root can give a folder to another user";
     if (otherUser) ASSERT_EQ(chown(folder.c_str(), 65534, 65534), 0);
     else fs::permissions(folder, fs::perms::all);
 }
@@ -377,7 +378,7 @@ TEST_P(DesktopFaultTest, TheDesktopAppStartsOnItsOwnAndWritesOnlyItsOwnFiles) {
         return spawnProcess(exe, {}, env, false, errors.string()).pid;
     };
     if (fault.setup) fault.setup(world, start);
-    if (HasFatalFailure()) return;
+    if (HasFatalFailure() || IsSkipped()) return;
     const pid_t app = start({"XDG_RUNTIME_DIR"});
     if (fault.settled) EXPECT_TRUE(waitFor([&] { return fault.settled(world); }, 20)) << readText(errors);
     else std::this_thread::sleep_for(std::chrono::seconds(3));
