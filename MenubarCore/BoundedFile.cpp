@@ -29,6 +29,16 @@ private:
 
 bool isRegular(int fd, struct stat& info) { return ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode); }
 
+bool writeAll(int fd, std::string_view bytes) {
+    while (!bytes.empty()) {
+        auto count = ::write(fd, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return false;
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
 }  // namespace
 
 std::optional<std::string> readBoundedFile(const std::string& path, std::size_t limit) {
@@ -99,17 +109,7 @@ bool replaceOwnedFile(const std::string& path, std::string_view bytes, unsigned 
         Descriptor file(::openat(folder.get(), temporary.c_str(),
                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, static_cast<mode_t>(mode)));
         if (file.get() < 0) return false;
-        bool written = ::fchmod(file.get(), static_cast<mode_t>(mode)) == 0;
-        while (written && !bytes.empty()) {
-            auto count = ::write(file.get(), bytes.data(), bytes.size());
-            if (count < 0 && errno == EINTR) continue;
-            if (count <= 0) {
-                written = false;
-                break;
-            }
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        }
-        if (!written) {
+        if (::fchmod(file.get(), static_cast<mode_t>(mode)) != 0 || !writeAll(file.get(), bytes)) {
             ::unlinkat(folder.get(), temporary.c_str(), 0);
             return false;
         }
@@ -119,6 +119,21 @@ bool replaceOwnedFile(const std::string& path, std::string_view bytes, unsigned 
         return false;
     }
     return true;
+}
+
+std::optional<std::string> createPrivateFile(const std::string& folder, std::string_view prefix,
+                                             std::string_view suffix, std::string_view bytes, unsigned mode) {
+    Descriptor trusted(openTrustedFolder(folder, false, true));
+    if (trusted.get() < 0) return std::nullopt;
+    const std::string name = std::string(prefix) + makeUuid() + std::string(suffix);
+    const int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY;
+    Descriptor file(::openat(trusted.get(), name.c_str(), flags, static_cast<mode_t>(mode)));
+    if (file.get() < 0) return std::nullopt;
+    if (::fchmod(file.get(), static_cast<mode_t>(mode)) != 0 || !writeAll(file.get(), bytes)) {
+        ::unlinkat(trusted.get(), name.c_str(), 0);
+        return std::nullopt;
+    }
+    return folder + "/" + name;
 }
 
 }  // namespace corvane

@@ -27,4 +27,11 @@ std::optional<std::string> readBoundedFile(const std::string& path, std::size_t 
 bool replaceOwnedFile(const std::string& path, std::string_view bytes, unsigned mode, std::size_t limit,
                       const std::function<bool(std::string_view current)>& mayReplace);
 
+// Creates a new file "<folder>/<prefix><random><suffix>" holding `bytes` with mode `mode`, for
+// the app's own use: the folder must be one `openTrustedFolder` trusts for this user alone, and
+// the name is new (O_CREAT|O_EXCL|O_NOFOLLOW), so nothing planted there is written through.
+// Its path, or nothing on any failure (leaving no file behind).
+std::optional<std::string> createPrivateFile(const std::string& folder, std::string_view prefix,
+                                             std::string_view suffix, std::string_view bytes, unsigned mode);
+
 }  // namespace corvane

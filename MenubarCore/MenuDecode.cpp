@@ -327,7 +327,8 @@ private:
         if (fallback) return verb::Terminal{std::move(*fallback)};
         if (raw.url && isOpenableUrl(*raw.url)) return verb::Url{*raw.url};
         if (raw.file && isOpenablePath(*raw.file)) return verb::File{*raw.file};
-        if (raw.copy && !holdsNul(*raw.copy) && raw.copy->size() <= copyTextLimit) return verb::Copy{*raw.copy};
+        if (raw.copy && !holdsNul(*raw.copy) && raw.copy->size() <= copyTextLimit)
+            return verb::Copy{clipboardSafeText(*raw.copy)};
         if (raw.diagnostics && *raw.diagnostics) return verb::Diagnostics{};
         return std::nullopt;
     }

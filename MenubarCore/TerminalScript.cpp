@@ -78,15 +78,11 @@ std::string terminalFailureGuidance(std::int64_t code) {
     }
 }
 
-std::optional<std::vector<std::string>> linuxTerminalInvocation(
-    const std::optional<std::string>& terminalVariable, const std::function<bool(std::string_view program)>& isOnPath,
-    std::string_view commandLine) {
-    const std::vector<std::string> shell = {"sh", "-c", std::string(commandLine)};
-    const auto with = [&](std::vector<std::string> prefix) {
-        prefix.insert(prefix.end(), shell.begin(), shell.end());
-        return prefix;
-    };
+namespace {
 
+// The words that start the terminal, before the command it runs.
+std::optional<std::vector<std::string>> terminalPrefix(const std::optional<std::string>& terminalVariable,
+                                                       const std::function<bool(std::string_view program)>& isOnPath) {
     if (terminalVariable) {
         std::vector<std::string> words;
         std::string word;
@@ -101,7 +97,7 @@ std::optional<std::vector<std::string>> linuxTerminalInvocation(
         if (!word.empty()) words.push_back(std::move(word));
         if (!words.empty() && (words.front().front() == '/' || isOnPath(words.front()))) {
             words.push_back("-e");
-            return with(std::move(words));
+            return words;
         }
     }
 
@@ -121,8 +117,32 @@ std::optional<std::vector<std::string>> linuxTerminalInvocation(
         {"xterm", {"xterm", "-e"}},
     };
     for (const auto& candidate : candidates)
-        if (isOnPath(candidate.program)) return with(candidate.prefix);
+        if (isOnPath(candidate.program)) return candidate.prefix;
     return std::nullopt;
+}
+
+std::optional<std::vector<std::string>> withCommand(std::optional<std::vector<std::string>> prefix,
+                                                    std::initializer_list<std::string_view> command) {
+    if (prefix) prefix->insert(prefix->end(), command.begin(), command.end());
+    return prefix;
+}
+
+}  // namespace
+
+std::optional<std::vector<std::string>> linuxTerminalInvocation(
+    const std::optional<std::string>& terminalVariable, const std::function<bool(std::string_view program)>& isOnPath,
+    std::string_view commandLine) {
+    return withCommand(terminalPrefix(terminalVariable, isOnPath), {"sh", "-c", commandLine});
+}
+
+std::optional<std::vector<std::string>> linuxTerminalScriptInvocation(
+    const std::optional<std::string>& terminalVariable, const std::function<bool(std::string_view program)>& isOnPath,
+    std::string_view scriptPath) {
+    return withCommand(terminalPrefix(terminalVariable, isOnPath), {"sh", scriptPath});
+}
+
+std::string terminalScriptText(std::string_view commandLine) {
+    return "#!/bin/sh\nrm -f -- \"$0\"\n" + std::string(commandLine) + "\n";
 }
 
 }  // namespace corvane

@@ -55,4 +55,16 @@ std::optional<std::vector<std::string>> linuxTerminalInvocation(
     const std::optional<std::string>& terminalVariable, const std::function<bool(std::string_view program)>& isOnPath,
     std::string_view commandLine);
 
+// The same terminal running the script file at `scriptPath` as "sh SCRIPT" instead. Some
+// launchers (x-terminal-emulator wrappers, terminals whose -e takes one string) join the words
+// after -e and split them again on spaces, which breaks "sh -c LINE" whenever the line has a
+// space; a script path of plain characters survives that. Nothing when no terminal is available.
+std::optional<std::vector<std::string>> linuxTerminalScriptInvocation(
+    const std::optional<std::string>& terminalVariable, const std::function<bool(std::string_view program)>& isOnPath,
+    std::string_view scriptPath);
+
+// The text of the script file that runs `commandLine` in a terminal: it removes itself first
+// (the shell has it open), then runs the line.
+std::string terminalScriptText(std::string_view commandLine);
+
 }  // namespace corvane

@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -117,6 +118,25 @@ std::string escapeJsonControls(std::string_view json) {
     return escaped;
 }
 
+std::string clipboardSafeText(std::string_view text) {
+    std::string safe;
+    safe.reserve(text.size());
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const auto byte = static_cast<unsigned char>(text[at]);
+        const auto next = at + 1 < text.size() ? static_cast<unsigned char>(text[at + 1]) : 0;
+        const bool kept = byte == '\t' || byte == '\n' || byte == '\r';
+        if ((byte < 0x20 && !kept) || byte == 0x7F) {
+            safe += replacement;
+        } else if (byte == 0xC2 && next >= 0x80 && next <= 0x9F) {
+            safe += replacement;
+            ++at;
+        } else {
+            safe += text[at];
+        }
+    }
+    return safe;
+}
+
 bool isOpenableUrl(std::string_view url) {
     static constexpr std::array<std::string_view, 6> schemes{"http", "https", "claude", "codex", "cursor", "chatgpt"};
     if (url.size() > urlLengthLimit || holdsControlByte(url) || url.find(' ') != std::string_view::npos) return false;
@@ -192,6 +212,22 @@ int openTrustedFolder(const std::string& path, bool create, bool ownerOnly) {
         return -1;
     }
     return fd;
+}
+
+std::string privateRuntimeFolder() {
+    const auto trusted = [](const std::string& path, bool create) {
+        const int fd = openTrustedFolder(path, create, true);
+        if (fd < 0) return false;
+        ::close(fd);
+        return true;
+    };
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime && *runtime && trusted(runtime, false)) return runtime;
+    const char* temporary = std::getenv("TMPDIR");
+    std::string folder = temporary && *temporary == '/' ? temporary : "/tmp";
+    while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+    folder += "/corvane-" + std::to_string(::getuid());
+    return trusted(folder, true) ? folder : std::string();
 }
 
 }  // namespace corvane

@@ -24,6 +24,12 @@ std::string escapeJsonControls(std::string_view json);
 // True when `text` holds a NUL byte (which would silently shorten it at the system's edge).
 constexpr bool holdsNul(std::string_view text) { return text.find('\0') != std::string_view::npos; }
 
+// `text` as the app puts it on the clipboard: every control character but tab, line feed and
+// carriage return (ESC, DEL and the C1 controls included) becomes U+FFFD. Copied text is often
+// pasted into a terminal, where an escape sequence in it (the end of a bracketed paste,
+// "ESC [201~") would make the rest run as if typed.
+std::string clipboardSafeText(std::string_view text);
+
 // URLs longer than this are not opened: no real address comes near it.
 inline constexpr std::size_t urlLengthLimit = 8192;
 // Paths longer than this are not opened or watched (the system's own PATH_MAX).
@@ -61,5 +67,11 @@ bool isTtyName(std::string_view tty);
 // user that others may only read is tightened to 0700 rather than refused. Returns the descriptor, or -1 with
 // errno set (EPERM for a folder another user could tamper with, ELOOP for a link, ENOTDIR).
 int openTrustedFolder(const std::string& path, bool create, bool ownerOnly);
+
+// The folder for the app's private runtime files (the single-instance lock and socket, the
+// scripts it hands a terminal): $XDG_RUNTIME_DIR when it is this user's own folder with mode
+// 0700, else "corvane-<uid>" in $TMPDIR (when absolute) or /tmp, made or tightened so; empty
+// when neither can be trusted, for a shared temporary folder lets anyone create that name first.
+std::string privateRuntimeFolder();
 
 }  // namespace corvane

@@ -71,6 +71,22 @@ HarnessIconCandidates harnessIconCandidates(std::string_view word) {
     return {};
 }
 
+bool isRenderableSvgIcon(std::string_view text) {
+    if (text.find("<!ENTITY") != std::string_view::npos) return false;
+    int uses = 0, depth = 0;
+    for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {
+        const std::size_t end = text.find('>', at);
+        if (end == std::string_view::npos) return false;
+        const std::string_view tag = text.substr(at, end - at + 1);
+        if (tag.starts_with("</")) --depth;
+        else if (tag.starts_with("<?") || tag.starts_with("<!")) continue;
+        else if (!tag.ends_with("/>")) ++depth;
+        if (tag.starts_with("<use") && ++uses > 16) return false;
+        if (depth > 32) return false;
+    }
+    return true;
+}
+
 std::optional<std::string> firstAvailable(const std::vector<std::string>& candidates,
                                           const std::function<bool(const std::string&)>& available) {
     for (const auto& candidate : candidates)

@@ -5,6 +5,7 @@
 // A shell's row view asks these functions what to say, what to highlight, what to open, whether
 // to pulse and where to draw.
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -70,8 +71,18 @@ struct HarnessIconCandidates {
     bool operator==(const HarnessIconCandidates&) const = default;
 };
 inline constexpr std::string_view genericHarnessSymbol = "app.dashed";
-inline constexpr std::string_view genericHarnessIconName = "application-x-executable";
 HarnessIconCandidates harnessIconCandidates(std::string_view iconWord);
+// An icon file that an application's .desktop file names is read only when it is a regular file
+// of at most this many bytes, and a raster image is decoded only when neither side is longer
+// than `harnessIconSideLimit` pixels: any installed app, or whoever wrote its .desktop file, can
+// name a file of gigabytes, a device or a FIFO.
+inline constexpr std::size_t harnessIconFileLimit = 512 * 1024;
+inline constexpr int harnessIconSideLimit = 1024;
+// True when an SVG icon's text is one the app hands its renderer: no entity declaration (entities
+// can expand without end; a document type without them is fine), at most 16 <use> references
+// (each can draw a group that draws others, multiplying the work) and elements nested at most 32
+// deep.
+bool isRenderableSvgIcon(std::string_view text);
 // The first of `candidates` that `available` accepts, or none (then the generic icon).
 std::optional<std::string> firstAvailable(const std::vector<std::string>& candidates,
                                           const std::function<bool(const std::string&)>& available);

@@ -52,8 +52,9 @@ public:
 
     // Opens a new terminal window that runs `commandLine` (a shell command line, already quoted).
     // Absent on success. AppKit: the "do script" AppleScript sent to Terminal. Linux: the first
-    // available terminal emulator (`linuxTerminalInvocation`) started detached, running the line
-    // through `sh -c`; `terminalNotFoundCode` or `terminalStartFailedCode` on failure.
+    // available terminal emulator started detached, running the line from a private script file
+    // (`linuxTerminalScriptInvocation`; `sh -c` when none can be written);
+    // `terminalNotFoundCode` or `terminalStartFailedCode` on failure.
     virtual std::optional<TerminalError> openTerminal(const std::string& commandLine) = 0;
 
     // Brings the session on terminal `tty`, hosted by the app with process id `appPid`, to the

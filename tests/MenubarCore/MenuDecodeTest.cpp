@@ -379,5 +379,17 @@ TEST(MenuDecode, OneAnswerCostsABoundedMenu) {
     EXPECT_EQ(decoded(answerWith({{"watchPaths", paths}})).watchPaths, expected);
 }
 
+// Copied text is often pasted into a terminal: an escape sequence in it (the end of a bracketed
+// paste) could run the rest as typed, so its controls are copied as U+FFFD; tabs and line ends stay.
+TEST(MenuDecode, CopiedTextHoldsNoEscapeSequence) {
+    const std::pair<std::string, std::string> rows[] = {{"a\tb\r\nc", "a\tb\r\nc"},
+                                                        {"ls\x1b[201~rm\n", "ls\uFFFD[201~rm\n"},
+                                                        {"\xc2\x9b" "201~", "\uFFFD" "201~"},
+                                                        {"x\x7f", "x\uFFFD"}};
+    for (const auto& [text, copied] : rows)
+        EXPECT_EQ(rowsOf(Json::array({item("action", {{"title", "T"}, {"copy", text}})})),
+                  std::vector<MenuItem>{actionRow("T", verb::Copy{copied})}) << text;
+}
+
 }  // namespace
 }  // namespace corvane

@@ -1,10 +1,12 @@
 // The headless app against a CLI that misbehaves, as a process or through the files it names:
 // endless or huge output, floods of damaged diagnostic markers, a hung poll that ignores SIGTERM
 // and leaves grandchildren behind, snapshot and request files that are folders, FIFOs, endless
-// devices or huge, refresh intervals far out of range, and log writes that cannot complete (a
-// file-size limit, a full disk). Whatever the case, the app keeps answering, does not run the CLI
-// in a tight loop, stays small, quits within 3 s leaving none of the CLI's processes behind, and
-// keeps its log files whole JSON lines.
+// devices or huge, refresh intervals far out of range, log writes that cannot complete (a
+// file-size limit, a full disk), thousands of folders to watch or one that never stops changing.
+// Whatever the case, the app keeps answering, does not run the CLI in a tight loop, stays small,
+// quits within 3 s leaving none of the CLI's processes behind, and keeps its log files whole JSON
+// lines. The second table starts the desktop shell on a private X server against another local
+// user's files: a planted lock folder and links at the autostart entry's temporary names.
 
 #include "integration/ProcessHarness.h"
 
@@ -70,7 +72,29 @@ struct Fault {
     std::vector<std::string> environment = {};  // more changes to the app's environment
     // Checks once the app has ended, given the world and the CLI's state folder.
     std::function<void(const SimWorld&, const fs::path&)> verify = {};
+    // Checks while the app runs, after the openings, given the world and the app.
+    std::function<void(const SimWorld&, HeadlessApp&)> whileRunning = {};
 };
+
+// The stand-in's answer asks to watch `paths`.
+void watch(const SimWorld& w, const std::vector<std::string>& paths) {
+    Json answer = objectOf(readText(w.root / "answer.json"));
+    answer["watchPaths"] = paths;
+    std::ofstream(w.root / "answer.json") << answer.dump();
+}
+
+int menuRuns(const SimWorld& w) { return static_cast<int>(std::ranges::count(readText(w.root / "runs"), '\n')); }
+
+// The inotify instances a process holds.
+int inotifyInstances(pid_t pid) {
+    int count = 0;
+    const fs::path fds = "/proc/" + std::to_string(pid) + "/fd";
+    for (const auto& fd : fs::directory_iterator(fds, fs::directory_options::skip_permission_denied)) {
+        std::error_code error;
+        count += fs::read_symlink(fd.path(), error).string() == "anon_inode:inotify";
+    }
+    return count;
+}
 
 // What a user's own file looks like, for the faults that point the app at one.
 const std::string usersFile = "export PATH=\"$HOME/bin:$PATH\"\n";
@@ -149,6 +173,30 @@ const Fault faults[] = {
          mkfifo((w.logFolder() / "menubar-refresh.jsonl").c_str(), 0600);
      },
      .shown = "corvane menu exited 3", .shownWithinSeconds = 20},
+    // Thousands of watched folders cost one inotify instance, not one each: the user's limit of
+    // 128 stays free for every other program.
+    {.name = "2000 folders to watch",
+     .setup = [](const SimWorld& w, const fs::path&) {
+         std::vector<std::string> paths;
+         for (int i = 0; i < 2000; ++i) paths.push_back((w.root / "watched" / std::to_string(i)).string());
+         for (const auto& path : paths) fs::create_directories(path);
+         watch(w, paths);
+     },
+     .whileRunning = [](const SimWorld&, HeadlessApp& app) { EXPECT_EQ(inotifyInstances(app.pid()), 1); }},
+    // A folder that changes every 50 ms still asks the CLI again at least once a second.
+    {.name = "a watched folder that never stops changing",
+     .setup = [](const SimWorld& w, const fs::path&) {
+         fs::create_directories(w.root / "busy");
+         watch(w, {(w.root / "busy").string()});
+     },
+     .whileRunning = [](const SimWorld& w, HeadlessApp&) {
+         const int before = menuRuns(w);
+         for (auto start = Clock::now(); secondsSince(start) < 3;) {
+             std::ofstream(w.root / "busy" / "file") << secondsSince(start);
+             std::this_thread::sleep_for(std::chrono::milliseconds(50));
+         }
+         EXPECT_GE(menuRuns(w) - before, 2);
+     }},
 };
 
 class FaultTest : public ::testing::TestWithParam<Fault> {
@@ -159,8 +207,6 @@ protected:
             EXPECT_EQ(std::system(("umount '" + world.stateHome.string() + "'").c_str()), 0);
         }
     }
-
-    int menuRuns() const { return static_cast<int>(std::ranges::count(readText(world.root / "runs"), '\n')); }
 
     SimWorld world{CORVANE_SIM_EXE};
     const std::string mark = "CORVANE_FAULT_MARK=" + world.root.filename().string();
@@ -202,9 +248,10 @@ TEST_P(FaultTest, TheAppKeepsAnsweringAndEndsCleanly) {
         app.send("close");
         ASSERT_TRUE(app.waitFrame([](const Json& frame) { return !frame.value("menuOpen", true); }, 3));
     }
-    const int runsBefore = menuRuns();
+    if (fault.whileRunning) fault.whileRunning(world, app);
+    const int runsBefore = menuRuns(world);
     std::this_thread::sleep_for(std::chrono::seconds(3));
-    EXPECT_LE(menuRuns() - runsBefore, fault.maxRunsIn3Seconds);
+    EXPECT_LE(menuRuns(world) - runsBefore, fault.maxRunsIn3Seconds);
     EXPECT_TRUE(hasRow(app.lastFrame(), fault.shown));
     EXPECT_LT(peakMegabytes(app.pid()), 100.0);
 
@@ -226,10 +273,121 @@ TEST_P(FaultTest, TheAppKeepsAnsweringAndEndsCleanly) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Faults, FaultTest, ::testing::ValuesIn(faults), [](const auto& info) {
+
+void PrintTo(const Fault& fault, std::ostream* out) { *out << fault.name; }
+
+const auto rowName = [](const auto& info) {
     std::string name;
     for (const char* c = info.param.name; *c; ++c) name += std::isalnum(static_cast<unsigned char>(*c)) ? *c : '_';
     return name;
-});
+};
+
+INSTANTIATE_TEST_SUITE_P(Faults, FaultTest, ::testing::ValuesIn(faults), rowName);
+
+// ---- The desktop shell on a private X server -------------------------------------------------
+
+using Start = std::function<pid_t(std::vector<std::string>)>;  // a copy of the app, given more environment
+
+struct DesktopFault {
+    const char* name;
+    std::function<void(const SimWorld&, const Start&)> setup;  // may start a copy of its own (the attacker's)
+    bool installed = false;  // run from ~/.local/bin/100%/, which counts as installed: the first start registers at login
+    std::function<bool(const SimWorld&)> settled = {};  // waited for up to 20 s; else 3 s pass
+    std::function<void(const SimWorld&, const std::string& errors)> verify = {};
+};
+
+void PrintTo(const DesktopFault& fault, std::ostream* out) { *out << fault.name; }
+
+constexpr const char* appId = "com.usecorvane.Menubar";
+fs::path autostartEntry(const SimWorld& w) { return w.configHome / "autostart" / (std::string(appId) + ".desktop"); }
+
+// "corvane-<uid>" in the temporary folder holds the lock and socket of a running copy, then
+// becomes another user's or open to everyone: the app must start on its own, not hand over.
+void plantLockFolder(const SimWorld& w, const Start& start, bool otherUser) {
+    const fs::path folder = w.root / "tmp" / ("corvane-" + std::to_string(getuid()));
+    fs::create_directories(folder);
+    fs::permissions(folder, fs::perms::owner_all);
+    start({"XDG_RUNTIME_DIR=" + folder.string()});
+    ASSERT_TRUE(waitFor([&] { return fs::exists(folder / (std::string(appId) + ".socket")); }, 10));
+    if (otherUser && geteuid() != 0) GTEST_SKIP() << "only root can give a folder to another user";
+    if (otherUser) ASSERT_EQ(chown(folder.c_str(), 65534, 65534), 0);
+    else fs::permissions(folder, fs::perms::all);
+}
+
+void ranUnguarded(const SimWorld&, const std::string& errors) {
+    EXPECT_NE(errors.find("no private folder for the single-instance lock"), std::string::npos) << errors;
+}
+
+const DesktopFault desktopFaults[] = {
+    {.name = "lock folder of another user",
+     .setup = [](const SimWorld& w, const Start& start) { plantLockFolder(w, start, true); }, .verify = ranUnguarded},
+    {.name = "lock folder everyone may write to",
+     .setup = [](const SimWorld& w, const Start& start) { plantLockFolder(w, start, false); }, .verify = ranUnguarded},
+    // Links at the names the entry's temporary file once had (".tmp-<pid>", for the next 2,000
+    // process ids) point at a file of the user's, which stays whole; Exec= escapes the "%".
+    {.name = "autostart entry from a path with % and planted links",
+     .setup = [](const SimWorld& w, const Start&) {
+         std::ofstream(w.home / "notes") << usersFile;
+         fs::create_directories(autostartEntry(w).parent_path());
+         const int last = std::stoi(readText("/proc/sys/kernel/ns_last_pid"));
+         for (int pid = last + 1; pid <= last + 2000; ++pid)
+             fs::create_symlink(w.home / "notes", autostartEntry(w).string() + ".tmp-" + std::to_string(pid));
+     },
+     .installed = true,
+     .settled = [](const SimWorld& w) { return fs::is_regular_file(autostartEntry(w)); },
+     .verify = [](const SimWorld& w, const std::string&) {
+         EXPECT_EQ(readText(w.home / "notes"), usersFile);
+         EXPECT_NE(readText(autostartEntry(w)).find("/.local/bin/100%%/corvane-menubar"), std::string::npos);
+         const auto check = finish(spawnProcess("/usr/bin/desktop-file-validate", {autostartEntry(w).string()}, {}));
+         EXPECT_TRUE(check.exitCode == 0 || !fs::exists("/usr/bin/desktop-file-validate")) << check.out;
+     }},
+};
+
+class DesktopFaultTest : public ::testing::TestWithParam<DesktopFault> {
+protected:
+    void TearDown() override {
+        for (pid_t pid : markedProcesses(mark)) kill(pid, SIGKILL);
+    }
+    SimWorld world{CORVANE_SIM_EXE};
+    const std::string mark = "CORVANE_FAULT_MARK=" + world.root.filename().string();
+};
+
+TEST_P(DesktopFaultTest, TheDesktopAppStartsOnItsOwnAndWritesOnlyItsOwnFiles) {
+    const DesktopFault& fault = GetParam();
+    // The server says its display number once it is ready.
+    Spawned server = spawnProcess("/usr/bin/Xvfb", {"-displayfd", "1", "-nolisten", "tcp"}, {mark});
+    std::string display;
+    if (!waitFor([&] { return readSome(server.outFd, display, 100) && display.ends_with('\n'); }, 10))
+        GTEST_SKIP() << "no Xvfb here";
+    std::string exe = CORVANE_MENUBAR_EXE;
+    if (fault.installed) {
+        const fs::path copy = world.home / ".local/bin/100%/corvane-menubar";
+        fs::create_directories(copy.parent_path());
+        std::error_code error;
+        fs::create_hard_link(exe, copy, error);
+        if (error) fs::copy_file(exe, copy);
+        exe = copy.string();
+    }
+    fs::create_directories(world.root / "tmp");
+    world.extraEnvironment = {mark, "DISPLAY=:" + display.substr(0, display.size() - 1), "WAYLAND_DISPLAY",
+                              "DBUS_SESSION_BUS_ADDRESS", "QT_QPA_PLATFORM=xcb", "TMPDIR=" + (world.root / "tmp").string()};
+    const fs::path errors = world.root / "app.err";
+    const Start start = [&](std::vector<std::string> more) {
+        std::vector<std::string> env = world.appEnvironment();
+        env.insert(env.end(), more.begin(), more.end());
+        return spawnProcess(exe, {}, env, false, errors.string()).pid;
+    };
+    if (fault.setup) fault.setup(world, start);
+    if (HasFatalFailure() || IsSkipped()) return;
+    const pid_t app = start({"XDG_RUNTIME_DIR"});
+    if (fault.settled) EXPECT_TRUE(waitFor([&] { return fault.settled(world); }, 20)) << readText(errors);
+    else std::this_thread::sleep_for(std::chrono::seconds(3));
+    EXPECT_TRUE(processAlive(app)) << "the app left: " << readText(errors);
+    kill(app, SIGTERM);
+    reap(app, 5, [] {});
+    if (fault.verify) fault.verify(world, readText(errors));
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, DesktopFaultTest, ::testing::ValuesIn(desktopFaults), rowName);
 
 }  // namespace

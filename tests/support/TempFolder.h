@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 namespace corvane::testing {
@@ -19,6 +21,12 @@ public:
     }
     const std::string& path() const { return path_; }
     std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+    // The content of the file `name` in the folder (empty when it cannot be read).
+    std::string read(const std::string& name) const {
+        std::stringstream text;
+        text << std::ifstream(*this / name, std::ios::binary).rdbuf();
+        return text.str();
+    }
 
 private:
     std::string path_;

@@ -11,8 +11,10 @@
 #include <cstdlib>
 #include <unistd.h>
 
+#include "BoundedFile.h"
 #include "QtSessionFocus.h"
 #include "TerminalScript.h"
+#include "UntrustedInput.h"
 
 namespace corvane {
 
@@ -32,10 +34,11 @@ bool programIsOnPath(std::string_view program, std::string_view path) {
 }
 
 QtEffects::QtEffects(StartDetached startDetached, std::function<std::optional<std::string>()> terminalVariable,
-                     std::function<bool(std::string_view program)> isOnPath)
+                     std::function<bool(std::string_view program)> isOnPath, WriteScript writeScript)
     : startDetached_(std::move(startDetached)),
       terminalVariable_(std::move(terminalVariable)),
-      isOnPath_(std::move(isOnPath)) {
+      isOnPath_(std::move(isOnPath)),
+      writeScript_(std::move(writeScript)) {
     if (!startDetached_) {
         startDetached_ = [](const std::vector<std::string>& argv) {
             if (argv.empty()) return false;
@@ -57,6 +60,13 @@ QtEffects::QtEffects(StartDetached startDetached, std::function<std::optional<st
             return programIsOnPath(program, path ? path : "/usr/local/bin:/usr/bin:/bin");
         };
     }
+    if (!writeScript_) {
+        writeScript_ = [](const std::string& text) -> std::optional<std::string> {
+            const std::string folder = privateRuntimeFolder();
+            if (folder.empty()) return std::nullopt;
+            return createPrivateFile(folder, "corvane-terminal-", ".sh", text, 0700);
+        };
+    }
 }
 
 void QtEffects::openUrl(const std::string& url) { QDesktopServices::openUrl(QUrl(QString::fromStdString(url))); }
@@ -70,10 +80,16 @@ void QtEffects::copyText(const std::string& text) {
 }
 
 std::optional<TerminalError> QtEffects::openTerminal(const std::string& commandLine) {
-    auto argv = linuxTerminalInvocation(terminalVariable_(), isOnPath_, commandLine);
-    if (!argv) return TerminalError{terminalNotFoundCode};
-    if (!startDetached_(*argv)) return TerminalError{terminalStartFailedCode};
-    return std::nullopt;
+    const auto terminal = terminalVariable_();
+    if (!linuxTerminalInvocation(terminal, isOnPath_, commandLine)) return TerminalError{terminalNotFoundCode};
+    // The line goes through a script file of the app's; without a private folder for one, the
+    // line itself (which every terminal but a re-splitting launcher passes on whole).
+    const auto script = writeScript_(terminalScriptText(commandLine));
+    const auto argv = script ? linuxTerminalScriptInvocation(terminal, isOnPath_, *script)
+                             : linuxTerminalInvocation(terminal, isOnPath_, commandLine);
+    if (startDetached_(*argv)) return std::nullopt;
+    if (script) ::unlink(script->c_str());
+    return TerminalError{terminalStartFailedCode};
 }
 
 SessionFocus QtEffects::focusSession(const std::string& tty, std::int32_t appPid) {

@@ -1,26 +1,30 @@
 #include "QtHarnessIcon.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
+#include <QImageReader>
 #include <QPainter>
 #include <QPixmap>
 #include <QStandardPaths>
 #include <map>
 
+#include "BoundedFile.h"
 #include "menu/AgentRowLogic.h"
 
 namespace corvane {
 namespace {
 
-// A .desktop file is a few kilobytes; anything past this is not read.
-constexpr qint64 maxDesktopFileBytes = 64 * 1024;
+// A .desktop file is a few kilobytes; one past this is not read.
+constexpr std::size_t maxDesktopFileBytes = 64 * 1024;
+// The sizes the icon is kept at, for rows at scales 1 to 3 (others scale the nearest one).
+constexpr int iconSides[] = {16, 24, 32, 48, 64};
 
 QString iconKeyOf(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    const QString text = QString::fromUtf8(file.read(maxDesktopFileBytes));
+    const auto bytes = readBoundedFile(QFile::encodeName(path).toStdString(), maxDesktopFileBytes);
+    if (!bytes) return {};
     bool inEntry = false;
-    for (const QString& raw : text.split(QLatin1Char('\n'))) {
+    for (const QString& raw : QString::fromUtf8(bytes->data(), qsizetype(bytes->size())).split(QLatin1Char('\n'))) {
         const QString line = raw.trimmed();
         if (line.startsWith(QLatin1Char('['))) {
             inEntry = line == QLatin1String("[Desktop Entry]");
@@ -33,26 +37,59 @@ QString iconKeyOf(const QString& path) {
 
 }  // namespace
 
+QIcon QtHarnessIcon::fromFile(const QString& path) {
+    const auto bytes = readBoundedFile(QFile::encodeName(path).toStdString(), harnessIconFileLimit);
+    if (!bytes) return {};
+    QByteArray data(bytes->data(), qsizetype(bytes->size()));
+    QBuffer buffer(&data);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
+    const QByteArray format = reader.format();
+    // A compressed SVG cannot be checked before it is expanded.
+    if (format == "svgz" || (format == "svg" && !isRenderableSvgIcon(*bytes))) return {};
+    const QSize size = reader.size();
+    const bool tooLarge = size.width() > harnessIconSideLimit || size.height() > harnessIconSideLimit;
+    if (format != "svg" && (!size.isValid() || tooLarge)) return {};
+    // Decoded once, here, at every size the rows draw: nothing reads the file again later.
+    QIcon icon;
+    QImage whole;
+    for (const int side : iconSides) {
+        QImage image;
+        if (format == "svg") {
+            buffer.seek(0);
+            QImageReader svg(&buffer, format);
+            svg.setScaledSize(QSize(side, side));
+            image = svg.read();
+        } else {
+            if (whole.isNull() && !reader.read(&whole)) return {};
+            image = whole.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        }
+        if (image.isNull()) return {};
+        icon.addPixmap(QPixmap::fromImage(image));
+    }
+    return icon;
+}
+
 QIcon QtHarnessIcon::lookup(const std::string& desktopId) {
     const QString id = QString::fromStdString(desktopId);
     const QString path =
         QStandardPaths::locate(QStandardPaths::ApplicationsLocation, id + QLatin1String(".desktop"));
     if (!path.isEmpty()) {
         const QString key = iconKeyOf(path);
-        if (QFileInfo(key).isAbsolute()) {
-            if (QFileInfo(key).isFile()) return QIcon(key);
-        } else if (!key.isEmpty() && QIcon::hasThemeIcon(key)) {
-            return QIcon::fromTheme(key);
-        }
+        if (QFileInfo(key).isAbsolute()) return fromFile(key);
+        // A theme icon is a plain name: "../../tmp/x" would reach outside the theme's folders.
+        const bool plainName = !key.isEmpty() && !key.contains(QLatin1Char('/'));
+        if (plainName && QIcon::hasThemeIcon(key)) return QIcon::fromTheme(key);
     }
     if (QIcon::hasThemeIcon(id)) return QIcon::fromTheme(id);
     return {};
 }
 
 QIcon QtHarnessIcon::generic() {
+    // Drawn here rather than taken from the icon theme, so that it looks the same on every theme
+    // (a theme without a generic application icon falls back to its "missing image" glyph, which
+    // would read as a fault of the agent): a grey window outline with a title bar.
     static const QIcon icon = [] {
-        const QString name = QString::fromUtf8(genericHarnessIconName.data(), int(genericHarnessIconName.size()));
-        if (QIcon::hasThemeIcon(name)) return QIcon::fromTheme(name);
         QIcon out;
         for (const int scale : {1, 2, 3}) {
             QPixmap pixmap(16 * scale, 16 * scale);
@@ -60,10 +97,9 @@ QIcon QtHarnessIcon::generic() {
             pixmap.fill(Qt::transparent);
             QPainter p(&pixmap);
             p.setRenderHint(QPainter::Antialiasing);
-            QPen pen(QColor(128, 128, 128), 1.2, Qt::DashLine);
-            pen.setDashPattern({2.0, 1.6});
-            p.setPen(pen);
-            p.drawRoundedRect(QRectF(1.5, 1.5, 13, 13), 3.5, 3.5);
+            p.setPen(QPen(QColor(128, 128, 128), 1.0));
+            p.drawRoundedRect(QRectF(1.5, 2.5, 13, 11), 2.5, 2.5);
+            p.drawLine(QPointF(1.5, 5.5), QPointF(14.5, 5.5));
             p.end();
             out.addPixmap(pixmap);
         }

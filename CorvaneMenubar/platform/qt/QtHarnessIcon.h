@@ -2,7 +2,8 @@
 
 // Harness app icons on Linux: the icon named by an installed application's .desktop file, or an
 // icon-theme icon, tried in the order the agent row's icon word lists; else a generic application
-// icon. Looked up once per word for the life of the process (the lookups read the disk).
+// icon. Looked up once per word for the life of the process (the lookups read the disk). An icon
+// file the .desktop file names is read within bounds and decoded at once (`fromFile`).
 
 #include <QIcon>
 #include <string>
@@ -14,7 +15,11 @@ struct QtHarnessIcon {
     // The icon of `desktopId` + ".desktop" in the applications folders, or a theme icon named
     // `desktopId`; null when neither exists.
     static QIcon lookup(const std::string& desktopId);
-    // The generic icon: the theme's application icon, else a dashed rounded square.
+    // The image file at `path` as an icon, decoded at the sizes rows draw; null when it is not a
+    // regular file within `harnessIconFileLimit`, is a raster image larger than
+    // `harnessIconSideLimit` on a side, an SVG `isRenderableSvgIcon` refuses, or does not decode.
+    static QIcon fromFile(const QString& path);
+    // The generic icon, the same on every theme: a grey window outline.
     static QIcon generic();
 };
 

@@ -1,12 +1,8 @@
 #include "SingleInstance.h"
 
-#include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QLockFile>
-#include <QStandardPaths>
-
-#include <unistd.h>
 
 #include "UntrustedInput.h"
 
@@ -24,20 +20,9 @@ SingleInstance::SingleInstance(const QString& folder, const QString& name)
 SingleInstance::~SingleInstance() = default;
 
 QString SingleInstance::defaultFolder() {
-    // Another local user must not be able to hold the lock or answer on the socket: the folder
-    // must be this user's own and closed to everyone else (a shared temporary folder lets anyone
-    // create "corvane-<uid>" first).
-    const auto isPrivate = [](const QByteArray& path, bool create) {
-        const int fd = openTrustedFolder(path.toStdString(), create, true);
-        if (fd < 0) return false;
-        ::close(fd);
-        return true;
-    };
-    const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
-    if (!runtime.isEmpty() && isPrivate(runtime, false)) return QString::fromLocal8Bit(runtime);
-    const QString folder = QDir::tempPath() + QStringLiteral("/corvane-") + QString::number(::getuid());
-    if (isPrivate(QFile::encodeName(folder), true)) return folder;
-    return {};
+    // Another local user must not be able to hold the lock or answer on the socket.
+    const std::string folder = privateRuntimeFolder();
+    return QString::fromLocal8Bit(folder.data(), qsizetype(folder.size()));
 }
 
 SingleInstance::Role SingleInstance::claim(std::function<void()> onOpenRequest) {

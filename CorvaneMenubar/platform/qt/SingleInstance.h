@@ -32,9 +32,7 @@ public:
     // not answer (the caller runs anyway rather than leave the user with nothing).
     Role claim(std::function<void()> onOpenRequest);
 
-    // $XDG_RUNTIME_DIR, else "corvane-<uid>" under the temporary folder (made with mode 0700),
-    // each only when it is a real folder of this user that nobody else can enter (see
-    // `openTrustedFolder`); empty when neither is.
+    // The user's private runtime folder (`privateRuntimeFolder`); empty when there is none.
     static QString defaultFolder();
 
 private:

@@ -53,32 +53,25 @@ TEST(XdgLoginItemTest, EntryFollowsRegistrationAndHiddenMeansOff) {
     EXPECT_EQ(XdgLoginItem("", "id", "/x", "X").status(), LoginItemStatus::notFound);
 }
 
-// An install path the launcher would expand, a temporary name planted as a link, an entry that is
-// a FIFO: the entry starts exactly that program, nothing else is written, nothing blocks.
+// An install path the launcher would expand (a field code and a space; a plain "%" is the
+// end-to-end fault table's), an entry that is a FIFO: the entry starts exactly that program,
+// nothing else is written, nothing blocks.
 TEST(XdgLoginItemTest, HostilePathsAndPlantedFilesAreHarmless) {
-    struct Case { const char* executable; const char* exec; };
-    for (const Case& c : {Case{"/opt/100%/corvane-menubar", "Exec=\"/opt/100%%/corvane-menubar\"\n"},
-                          Case{"/opt/a%u b/x", "Exec=\"/opt/a%%u b/x\"\n"}}) {
+    {
         testing::TempFolder home;
-        XdgLoginItem item(home.path(), "id", c.executable, "Corvane");
+        XdgLoginItem item(home.path(), "id", "/opt/a%u b/x", "Corvane");
         ASSERT_EQ(item.registerApp(), std::nullopt);
         const std::string text = readAll(item.entryPath());
-        EXPECT_NE(text.find(c.exec), std::string::npos) << text;
+        EXPECT_NE(text.find("Exec=\"/opt/a%%u b/x\"\n"), std::string::npos) << text;
         if (::access("/usr/bin/desktop-file-validate", X_OK) == 0) {
             EXPECT_EQ(std::system(("/usr/bin/desktop-file-validate '" + item.entryPath() + "' >/dev/null").c_str()), 0) << text;
         }
     }
 
-    testing::TempFolder home, elsewhere;
+    // Links planted at the temporary names are the end-to-end fault table's.
+    testing::TempFolder home;
     XdgLoginItem item(home.path(), "id", "/usr/bin/corvane-menubar", "Corvane");
     std::filesystem::create_directories(home / "autostart");
-    std::ofstream(elsewhere / "victim") << "keep";
-    std::filesystem::create_symlink(elsewhere / "victim", item.entryPath() + ".tmp-" + std::to_string(::getpid()));
-    ASSERT_EQ(item.registerApp(), std::nullopt);
-    EXPECT_EQ(readAll(elsewhere / "victim"), "keep");
-    EXPECT_EQ(item.status(), LoginItemStatus::enabled);
-
-    ASSERT_EQ(item.unregisterApp(), std::nullopt);
     ASSERT_EQ(::mkfifo(item.entryPath().c_str(), 0600), 0);
     EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
 }

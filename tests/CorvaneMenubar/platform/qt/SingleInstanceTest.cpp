@@ -4,7 +4,6 @@
 #include <QTest>
 
 #include <filesystem>
-#include <functional>
 #include <optional>
 
 #include <unistd.h>
@@ -57,23 +56,19 @@ TEST(SingleInstanceTest, TheLockFolderIsPrivateOrNotUsed) {
     ASSERT_EQ(::chown(theirs.c_str(), 65534, 65534), 0);
     std::filesystem::permissions(theirs, std::filesystem::perms::owner_all);
     std::filesystem::create_directory_symlink(ours, link);
-    struct Case { const char* name; std::optional<std::string> runtime; std::function<void()> plant; std::string folder; };
+    // A squatted or open "corvane-<uid>" is the end-to-end fault table's (the app starts on its own).
+    struct Case { const char* name; std::optional<std::string> runtime; std::string folder; };
     const Case cases[] = {
-        {"runtime folder", ours, {}, ours},
-        {"runtime folder others may read", open, {}, squatted},
-        {"runtime folder of another user", theirs, {}, squatted},
-        {"runtime folder is a link", link, {}, squatted},
-        {"no runtime folder", std::nullopt, {}, squatted},
-        {"temporary folder squatted by another user", std::nullopt,
-         [&] { std::filesystem::create_directory(squatted); ASSERT_EQ(::chown(squatted.c_str(), 65534, 65534), 0); }, ""},
-        {"temporary folder open to everyone", std::nullopt,
-         [&] { std::filesystem::create_directory(squatted); std::filesystem::permissions(squatted, std::filesystem::perms::all); }, ""},
+        {"runtime folder", ours, ours},
+        {"runtime folder others may read", open, squatted},
+        {"runtime folder of another user", theirs, squatted},
+        {"runtime folder is a link", link, squatted},
+        {"no runtime folder", std::nullopt, squatted},
     };
     const QByteArray savedRuntime = qgetenv("XDG_RUNTIME_DIR"), savedTmp = qgetenv("TMPDIR");
     for (const auto& c : cases) {
         std::filesystem::remove_all(tmp);
         std::filesystem::create_directory(tmp);
-        if (c.plant) c.plant();
         if (c.runtime) qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(*c.runtime));
         else qunsetenv("XDG_RUNTIME_DIR");
         qputenv("TMPDIR", QByteArray::fromStdString(tmp));
