@@ -12,3 +12,12 @@ TrayStep trayStep(const TrayFacts& facts) {
 }
 
 }  // namespace corvane
+
+namespace corvane {
+
+ClipboardRoute clipboardRoute(bool wayland, bool appHasFocus, bool copyToolInstalled) {
+    if (!wayland || appHasFocus) return ClipboardRoute::toolkit;
+    return copyToolInstalled ? ClipboardRoute::copyTool : ClipboardRoute::cannot;
+}
+
+}  // namespace corvane

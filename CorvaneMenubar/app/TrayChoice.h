@@ -38,3 +38,15 @@ inline constexpr double quickLookSeconds = 10;
 TrayStep trayStep(const TrayFacts& facts);
 
 }  // namespace corvane
+
+namespace corvane {
+
+// How a copy reaches the clipboard on a Linux desktop. On Wayland a client may set the clipboard
+// only while one of its surfaces has the keyboard focus; a row chosen in the panel's menu reaches
+// the app over D-Bus with no focused surface, so the toolkit's clipboard silently keeps the old
+// contents. wl-copy (wl-clipboard) sets it through the compositor's data-control protocol where
+// there is one (sway, KDE) and through a brief surface of its own elsewhere.
+enum class ClipboardRoute { toolkit, copyTool, cannot };
+ClipboardRoute clipboardRoute(bool wayland, bool appHasFocus, bool copyToolInstalled);
+
+}  // namespace corvane

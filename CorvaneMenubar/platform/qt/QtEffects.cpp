@@ -1,5 +1,6 @@
 #include "QtEffects.h"
 
+#include <QApplication>
 #include <QClipboard>
 #include <QDesktopServices>
 #include <QGuiApplication>
@@ -12,6 +13,7 @@
 #include <unistd.h>
 
 #include "QtSessionFocus.h"
+#include "app/TrayChoice.h"
 #include "TerminalScript.h"
 
 namespace corvane {
@@ -66,7 +68,40 @@ void QtEffects::openFile(const std::string& path) {
 }
 
 void QtEffects::copyText(const std::string& text) {
-    QGuiApplication::clipboard()->setText(QString::fromStdString(text), QClipboard::Clipboard);
+    const bool wayland = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    const auto cannotCopy = [this] {
+        showAlert("Could not copy to the clipboard",
+                  "On Wayland, a row chosen in the panel's menu reaches the clipboard only through wl-copy "
+                  "(the wl-clipboard package). Install it, or choose the row in " +
+                      QGuiApplication::applicationDisplayName().toStdString() + "'s own menu (left click).");
+    };
+    switch (clipboardRoute(wayland, QGuiApplication::focusWindow() != nullptr, isOnPath_("wl-copy"))) {
+        case ClipboardRoute::toolkit:
+            QGuiApplication::clipboard()->setText(QString::fromStdString(text), QClipboard::Clipboard);
+            return;
+        case ClipboardRoute::cannot:
+            cannotCopy();
+            return;
+        case ClipboardRoute::copyTool:
+            break;
+    }
+    // The text goes through standard input (never the command line, which other users can read);
+    // wl-copy stays in the background serving it until something else is copied.
+    auto* process = new QProcess(qApp);
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->setStandardErrorFile(QProcess::nullDevice());
+    QObject::connect(process, &QProcess::finished, process, [process, cannotCopy](int code, QProcess::ExitStatus status) {
+        process->deleteLater();
+        if (status != QProcess::NormalExit || code != 0) cannotCopy();
+    });
+    QObject::connect(process, &QProcess::errorOccurred, process, [process, cannotCopy](QProcess::ProcessError error) {
+        if (error != QProcess::FailedToStart) return;
+        process->deleteLater();
+        cannotCopy();
+    });
+    process->start(QStringLiteral("wl-copy"), {QStringLiteral("--type"), QStringLiteral("text/plain;charset=utf-8")});
+    process->write(QByteArray::fromStdString(text));
+    process->closeWriteChannel();
 }
 
 std::optional<TerminalError> QtEffects::openTerminal(const std::string& commandLine) {

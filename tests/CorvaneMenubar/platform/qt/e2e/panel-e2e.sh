@@ -15,10 +15,10 @@
 set -euo pipefail
 app=$1 pointer=$2 host=$3 mode=$4 artifacts=$5
 here=$(cd "$(dirname "$0")" && pwd)
-need=(dbus-run-session dbus-send convert python3)
+need=(dbus-run-session dbus-send gdbus convert python3)
 case $host in
-  xfce) need+=(Xvfb xfce4-panel xfwm4 xfconf-query xdotool import) ;;
-  sway) need+=(sway waybar grim swaymsg) ;;
+  xfce) need+=(Xvfb xfce4-panel xfwm4 xfconf-query xdotool import xclip) ;;
+  sway) need+=(sway waybar grim swaymsg wl-paste) ;;
   *) echo "unknown host $host"; exit 2 ;;
 esac
 for tool in "${need[@]}"; do command -v "$tool" >/dev/null || { echo "skipped: $tool is not installed"; exit 77; }; done
