@@ -34,7 +34,7 @@ shot() {
   case $HOST in
     sway) grim "$1" ;;
     # GNOME Shell draws with OpenGL: the X root window stays black, the shell itself takes it.
-    gnome) gjs "$HERE/gnome-screenshot.js" "$1" ;;
+    gnome) gjs "$HERE/gnome-screenshot.js" "$1" || fail "GNOME Shell took no screenshot" ;;
     *) import -window root "$1" ;;
   esac
 }
@@ -113,9 +113,12 @@ box=$(convert "$WORK/panel.png" "$ARTIFACTS/panel.png" -crop "${SEARCH_WIDTH}x${
   -compose difference -composite -threshold 12% -trim -format '%wx%h%X%Y' info: 2>/dev/null)
 read -r w h x y < <(echo "$box" | tr 'x+' '  ')
 x=$((x + SEARCH_X)) y=$((y + BAR_Y))
+# Plasma's tray redraws its other items as a new one comes in at their left: the icon is the
+# square at the left of what changed.
+[[ $HOST != kde ]] || w=$((w < h ? w : h))
 ((w >= 6 && h >= 6 && w <= 64)) || fail "no icon stands out from the panel (difference box $box)"
 convert "$ARTIFACTS/panel.png" -crop "$((w + 16))x${BAR}+$((x - 8))+${BAR_Y}" +repage -scale 400% "$ARTIFACTS/icon.png"
-contrast=$(python3 - "$ARTIFACTS/panel.png" "$box" "$((x - 6))" "$((y + h / 2))" <<'PY'
+contrast=$(python3 - "$ARTIFACTS/panel.png" "${w}x${h}+${x}+${y}" "$((x - 6))" "$((y + h / 2))" <<'PY'
 import re, subprocess, sys
 shot, box, bx, by = sys.argv[1], sys.argv[2], sys.argv[3], sys.argv[4]
 def pixels(geometry):
@@ -136,14 +139,14 @@ ink = max(pixels(box), key=lambda c: ratio(c, panel))
 print("%.2f panel #%02x%02x%02x ink #%02x%02x%02x" % ((ratio(ink, panel),) + panel + ink))
 PY
 )
-echo "icon: $box, contrast $contrast"
+echo "icon: ${w}x${h}+${x}+${y}, contrast $contrast"
 python3 -c "import sys; sys.exit(0 if float('${contrast%% *}') >= 3 else 1)" ||
   fail "the icon contrasts with the panel by only ${contrast} (at least 3:1 wanted; see $ARTIFACTS/icon.png)"
 
 cx=$((x + w / 2)) cy=$((y + h / 2))
 # The panel's own menu first: GTK hosts never say it closed.
 click $cx $cy 3
-sleep 1.2
+if x11 && [[ $HOST != xfce ]]; then sleep 3; else sleep 1.2; fi  # Plasma and GNOME fetch the menu first
 shot "$ARTIFACTS/panel-menu.png"
 dismiss
 sleep 0.6
