@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The part of panel-e2e.sh that runs inside the private session bus (see there).
 set -euo pipefail
+[[ -z ${E2E_TRACE:-} ]] || set -x
 pids=()
 cleanup() {
   for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
@@ -179,9 +180,13 @@ service=${item%%/*} itemPath=/${item#*/}
 [[ $item == */* ]] || itemPath=/StatusNotifierItem
 menuPath=$(gdbus call --session --dest "$service" --object-path "$itemPath" \
   --method org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierItem Menu | grep -o "'/[^']*'" | tr -d "'")
-copyId=$(gdbus call --session --dest "$service" --object-path "$menuPath" --method com.canonical.dbusmenu.GetLayout 0 -1 '[]' |
-  grep -o "([0-9]*, {[^{}]*'label': <'Copy Diagnostics" | grep -o '^([0-9]*' | tr -d '(' | head -1)
-[[ -n $copyId ]] || fail "the panel's menu has no Copy Diagnostics row"
+gdbus call --session --dest "$service" --object-path "$menuPath" --method com.canonical.dbusmenu.GetLayout -- 0 -1 '[]' \
+  >"$WORK/layout.txt" || fail "the panel's menu did not answer GetLayout"
+copyId=$(python3 -c '
+import re, sys
+found = re.search(r"\((\d+), \{[^{}]*?'"'label'"': <'"'Copy [Dd]iagnostics"'", open(sys.argv[1]).read())
+print(found.group(1) if found else "")' "$WORK/layout.txt")
+[[ -n $copyId ]] || { cp "$WORK/layout.txt" "$ARTIFACTS/"; fail "the panel's menu has no Copy Diagnostics row (its layout: $ARTIFACTS/layout.txt)"; }
 gdbus call --session --dest "$service" --object-path "$menuPath" --method com.canonical.dbusmenu.Event \
   "$copyId" clicked '<int32 0>' 0 >/dev/null
 pasted() { if [[ $HOST != sway ]]; then xclip -selection clipboard -o 2>/dev/null; else wl-paste -n 2>/dev/null; fi; }
