@@ -176,7 +176,9 @@ sleep 0.6
 item=$(gdbus call --session --dest org.kde.StatusNotifierWatcher --object-path /StatusNotifierWatcher \
   --method org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierWatcher RegisteredStatusNotifierItems |
   grep -o "'[^']*'" | head -1 | tr -d "'")
+# "service/path"; GNOME's watcher lists "service@/path".
 service=${item%%/*} itemPath=/${item#*/}
+service=${service%@}
 [[ $item == */* ]] || itemPath=/StatusNotifierItem
 menuPath=$(gdbus call --session --dest "$service" --object-path "$itemPath" \
   --method org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierItem Menu | grep -o "'/[^']*'" | tr -d "'")
