@@ -31,24 +31,3 @@ TEST(TrayChoice, TheIconIsMadeOnlyWhenTheProtocolQtWouldPickIsTheRightOne) {
 
 }  // namespace
 }  // namespace corvane
-
-namespace corvane {
-namespace {
-
-TEST(TrayChoice, ACopyFromThePanelsMenuReachesTheWaylandClipboardOrSaysItCannot) {
-    using R = ClipboardRoute;
-    struct Row {
-        bool wayland, focus, tool;
-        R expected;
-    };
-    const Row rows[] = {
-        {false, false, false, R::toolkit},  // X11 needs no focus
-        {true, true, false, R::toolkit},    // a choice in the app's own window
-        {true, false, true, R::copyTool},   // the panel's menu
-        {true, false, false, R::cannot},
-    };
-    for (const auto& row : rows) EXPECT_EQ(clipboardRoute(row.wayland, row.focus, row.tool), row.expected);
-}
-
-}  // namespace
-}  // namespace corvane
