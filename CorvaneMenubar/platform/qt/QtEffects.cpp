@@ -69,18 +69,17 @@ void QtEffects::openFile(const std::string& path) {
 
 void QtEffects::copyText(const std::string& text) {
     const bool wayland = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
-    const auto cannotCopy = [this] {
-        showAlert("Could not copy to the clipboard",
-                  "On Wayland, a row chosen in the panel's menu reaches the clipboard only through wl-copy "
-                  "(the wl-clipboard package). Install it, or choose the row in " +
-                      QGuiApplication::applicationDisplayName().toStdString() + "'s own menu (left click).");
-    };
+    // Said rather than leave the old contents for the user to paste unawares.
+    const std::string ownMenu =
+        " Choose the row in " + QGuiApplication::applicationDisplayName().toStdString() + "'s own menu (left click).";
+    const auto cannotCopy = [this](const std::string& why) { showAlert("Could not copy to the clipboard", why); };
     switch (clipboardRoute(wayland, QGuiApplication::focusWindow() != nullptr, isOnPath_("wl-copy"))) {
         case ClipboardRoute::toolkit:
             QGuiApplication::clipboard()->setText(QString::fromStdString(text), QClipboard::Clipboard);
             return;
         case ClipboardRoute::cannot:
-            cannotCopy();
+            cannotCopy("On Wayland, a row chosen in the panel's menu reaches the clipboard only through wl-copy "
+                       "(the wl-clipboard package): install it." + ownMenu);
             return;
         case ClipboardRoute::copyTool:
             break;
@@ -90,15 +89,18 @@ void QtEffects::copyText(const std::string& text) {
     auto* process = new QProcess(qApp);
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setStandardErrorFile(QProcess::nullDevice());
-    QObject::connect(process, &QProcess::finished, process, [process, cannotCopy](int code, QProcess::ExitStatus status) {
-        process->deleteLater();
-        if (status != QProcess::NormalExit || code != 0) cannotCopy();
-    });
-    QObject::connect(process, &QProcess::errorOccurred, process, [process, cannotCopy](QProcess::ProcessError error) {
-        if (error != QProcess::FailedToStart) return;
-        process->deleteLater();
-        cannotCopy();
-    });
+    const std::string failed = "wl-copy could not set the clipboard." + ownMenu;
+    QObject::connect(process, &QProcess::finished, process,
+                     [process, cannotCopy, failed](int code, QProcess::ExitStatus status) {
+                         process->deleteLater();
+                         if (status != QProcess::NormalExit || code != 0) cannotCopy(failed);
+                     });
+    QObject::connect(process, &QProcess::errorOccurred, process,
+                     [process, cannotCopy, failed](QProcess::ProcessError error) {
+                         if (error != QProcess::FailedToStart) return;
+                         process->deleteLater();
+                         cannotCopy(failed);
+                     });
     process->start(QStringLiteral("wl-copy"), {QStringLiteral("--type"), QStringLiteral("text/plain;charset=utf-8")});
     process->write(QByteArray::fromStdString(text));
     process->closeWriteChannel();

@@ -188,7 +188,7 @@ copyId=$(python3 -c '
 import re, sys
 found = re.search(r"\((\d+), \{[^{}]*?'"'label'"': <'"'Copy [Dd]iagnostics"'", open(sys.argv[1]).read())
 print(found.group(1) if found else "")' "$WORK/layout.txt")
-[[ -n $copyId ]] || { cp "$WORK/layout.txt" "$ARTIFACTS/"; fail "the panel's menu has no Copy Diagnostics row (its layout: $ARTIFACTS/layout.txt)"; }
+[[ -n $copyId ]] || { cp "$WORK/layout.txt" "$ARTIFACTS/"; fail "the panel's menu has no Copy Diagnostics row (see layout.txt)"; }
 gdbus call --session --dest "$service" --object-path "$menuPath" --method com.canonical.dbusmenu.Event \
   "$copyId" clicked '<int32 0>' 0 >/dev/null
 pasted() { if [[ $HOST != sway ]]; then xclip -selection clipboard -o 2>/dev/null; else wl-paste -n 2>/dev/null; fi; }
