@@ -15,9 +15,11 @@ TrayStep trayStep(const TrayFacts& facts) {
 
 namespace corvane {
 
-ClipboardRoute clipboardRoute(bool wayland, bool appHasFocus, bool copyToolInstalled) {
-    if (!wayland || appHasFocus) return ClipboardRoute::toolkit;
-    return copyToolInstalled ? ClipboardRoute::copyTool : ClipboardRoute::cannot;
+ClipboardRoute clipboardRoute(const ClipboardFacts& facts) {
+    if (!facts.waylandSession || (facts.nativeWayland && facts.appHasFocus)) return ClipboardRoute::toolkit;
+    if (facts.copyToolInstalled) return ClipboardRoute::copyTool;
+    // Through XWayland the X clipboard is still something X apps can paste from.
+    return facts.nativeWayland ? ClipboardRoute::cannot : ClipboardRoute::toolkit;
 }
 
 }  // namespace corvane

@@ -68,12 +68,16 @@ void QtEffects::openFile(const std::string& path) {
 }
 
 void QtEffects::copyText(const std::string& text) {
-    const bool wayland = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    ClipboardFacts facts;
+    facts.nativeWayland = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    facts.waylandSession = facts.nativeWayland || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    facts.appHasFocus = QGuiApplication::focusWindow() != nullptr;
+    facts.copyToolInstalled = isOnPath_("wl-copy");
     // Said rather than leave the old contents for the user to paste unawares.
     const std::string ownMenu =
         " Choose the row in " + QGuiApplication::applicationDisplayName().toStdString() + "'s own menu (left click).";
     const auto cannotCopy = [this](const std::string& why) { showAlert("Could not copy to the clipboard", why); };
-    switch (clipboardRoute(wayland, QGuiApplication::focusWindow() != nullptr, isOnPath_("wl-copy"))) {
+    switch (clipboardRoute(facts)) {
         case ClipboardRoute::toolkit:
             QGuiApplication::clipboard()->setText(QString::fromStdString(text), QClipboard::Clipboard);
             return;

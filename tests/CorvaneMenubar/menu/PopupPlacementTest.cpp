@@ -16,7 +16,6 @@ TEST(PopupPlacement, OpensOnTheFarSideOfTheIconsPanelAndNeverCoversAPanel) {
         ScreenPoint expected;
     };
     const Row rows[] = {
-        {"icon in a top bar", {ScreenRect{600, 2, 22, 22}, {}}, 400, 500, topBar, {600, 26}},
         {"icon in a bottom panel (Plasma)", {ScreenRect{1200, 762, 32, 32}, {}}, 400, 500, bottomPanel, {880, 256}},
         {"click in a bottom panel, no icon rectangle", {std::nullopt, {1210, 780}}, 400, 500, bottomPanel, {880, 256}},
         {"click in a top bar: below the bar", {std::nullopt, {700, 20}}, 400, 500, topBar, {700, 26}},
