@@ -31,12 +31,6 @@ TEST(TrayChoice, TheIconIsMadeOnlyWhenTheProtocolQtWouldPickIsTheRightOne) {
     }
 }
 
-}  // namespace
-}  // namespace corvane
-
-namespace corvane {
-namespace {
-
 TEST(TrayChoice, ACopyReachesTheWaylandClipboardOrSaysItCannot) {
     using R = ClipboardRoute;
     const std::pair<ClipboardFacts, R> rows[] = {

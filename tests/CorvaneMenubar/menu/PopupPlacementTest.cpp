@@ -8,13 +8,7 @@ namespace {
 TEST(PopupPlacement, OpensOnTheFarSideOfTheIconsPanelAndNeverCoversAPanel) {
     const ScreenRect screen{0, 0, 1280, 800};
     const ScreenRect topBar{0, 26, 1280, 774}, bottomPanel{0, 0, 1280, 756}, leftPanel{48, 0, 1232, 800};
-    struct Row {
-        const char* when;
-        PopupAnchor anchor;
-        int width, height;
-        ScreenRect available;
-        ScreenPoint expected;
-    };
+    struct Row { const char* when; PopupAnchor anchor; int width, height; ScreenRect available; ScreenPoint expected; };
     const Row rows[] = {
         {"icon in a bottom panel (Plasma)", {ScreenRect{1200, 762, 32, 32}, {}}, 400, 500, bottomPanel, {880, 256}},
         {"click in a bottom panel, no icon rectangle", {std::nullopt, {1210, 780}}, 400, 500, bottomPanel, {880, 256}},
