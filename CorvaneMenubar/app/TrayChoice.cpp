@@ -11,10 +11,6 @@ TrayStep trayStep(const TrayFacts& facts) {
     return {false, facts.waitedSeconds < quickLookSeconds ? 0.25 : 1.0};
 }
 
-}  // namespace corvane
-
-namespace corvane {
-
 ClipboardRoute clipboardRoute(const ClipboardFacts& facts) {
     if (!facts.waylandSession || (facts.nativeWayland && facts.appHasFocus)) return ClipboardRoute::toolkit;
     if (facts.copyToolInstalled) return ClipboardRoute::copyTool;

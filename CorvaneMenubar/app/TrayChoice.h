@@ -37,10 +37,6 @@ inline constexpr double quickLookSeconds = 10;
 
 TrayStep trayStep(const TrayFacts& facts);
 
-}  // namespace corvane
-
-namespace corvane {
-
 // How a copy reaches the clipboard on a Linux desktop. On Wayland a client may set the clipboard
 // only while one of its surfaces has the keyboard focus; a row chosen in the panel's menu reaches
 // the app over D-Bus with no focused surface, so the toolkit's clipboard silently keeps the old
