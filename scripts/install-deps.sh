@@ -23,7 +23,11 @@ packages=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libgtest-dev
           xvfb xauth trayer xdotool xclip imagemagick x11-utils dbus dbus-x11
           # Real panels for the end-to-end runs: xfce4-panel on Xvfb, waybar's tray on headless sway
           # (with a small virtual-pointer client built from wayland-scanner's output).
-          xfce4-panel xfwm4 xfconf sway waybar grim qt6-wayland libwayland-dev pkg-config)
+          xfce4-panel xfwm4 xfconf sway waybar grim qt6-wayland libwayland-dev pkg-config
+          # The panel menu's copy on Wayland (wl-copy), its check (wl-paste) and D-Bus calls (gdbus).
+          wl-clipboard libglib2.0-bin
+          # GNOME Shell with the AppIndicator extension, an X11 session on Xvfb (gjs: its screenshots).
+          gnome-shell gnome-shell-extension-appindicator gjs)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -11,4 +11,11 @@ TrayStep trayStep(const TrayFacts& facts) {
     return {false, facts.waitedSeconds < quickLookSeconds ? 0.25 : 1.0};
 }
 
+ClipboardRoute clipboardRoute(const ClipboardFacts& facts) {
+    if (!facts.waylandSession || (facts.nativeWayland && facts.appHasFocus)) return ClipboardRoute::toolkit;
+    if (facts.copyToolInstalled) return ClipboardRoute::copyTool;
+    // Through XWayland the X clipboard is still something X apps can paste from.
+    return facts.nativeWayland ? ClipboardRoute::cannot : ClipboardRoute::toolkit;
+}
+
 }  // namespace corvane

@@ -37,4 +37,20 @@ inline constexpr double quickLookSeconds = 10;
 
 TrayStep trayStep(const TrayFacts& facts);
 
+// How a copy reaches the clipboard on a Linux desktop. On Wayland a client may set the clipboard
+// only while one of its surfaces has the keyboard focus; a row chosen in the panel's menu reaches
+// the app over D-Bus with no focused surface, so the toolkit's clipboard silently keeps the old
+// contents. An app drawn through XWayland sets only the X clipboard, which wlroots compositors do
+// not hand on to Wayland apps. wl-copy (wl-clipboard) sets the Wayland clipboard through the
+// compositor's data-control protocol where there is one (sway, KDE) and through a brief surface of
+// its own elsewhere.
+enum class ClipboardRoute { toolkit, copyTool, cannot };
+struct ClipboardFacts {
+    bool waylandSession = false;  // the session is Wayland (the app may still draw through XWayland)
+    bool nativeWayland = false;   // the app draws on Wayland itself
+    bool appHasFocus = false;     // one of the app's windows has the keyboard focus
+    bool copyToolInstalled = false;
+};
+ClipboardRoute clipboardRoute(const ClipboardFacts& facts);
+
 }  // namespace corvane

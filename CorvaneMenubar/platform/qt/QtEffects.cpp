@@ -1,5 +1,6 @@
 #include "QtEffects.h"
 
+#include <QApplication>
 #include <QClipboard>
 #include <QDesktopServices>
 #include <QGuiApplication>
@@ -13,6 +14,7 @@
 
 #include "BoundedFile.h"
 #include "QtSessionFocus.h"
+#include "app/TrayChoice.h"
 #include "TerminalScript.h"
 #include "UntrustedInput.h"
 
@@ -76,7 +78,46 @@ void QtEffects::openFile(const std::string& path) {
 }
 
 void QtEffects::copyText(const std::string& text) {
-    QGuiApplication::clipboard()->setText(QString::fromStdString(text), QClipboard::Clipboard);
+    ClipboardFacts facts;
+    facts.nativeWayland = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    facts.waylandSession = facts.nativeWayland || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    facts.appHasFocus = QGuiApplication::focusWindow() != nullptr;
+    facts.copyToolInstalled = isOnPath_("wl-copy");
+    // Said rather than leave the old contents for the user to paste unawares.
+    const std::string ownMenu =
+        " Choose the row in " + QGuiApplication::applicationDisplayName().toStdString() + "'s own menu (left click).";
+    const auto cannotCopy = [this](const std::string& why) { showAlert("Could not copy to the clipboard", why); };
+    switch (clipboardRoute(facts)) {
+        case ClipboardRoute::toolkit:
+            QGuiApplication::clipboard()->setText(QString::fromStdString(text), QClipboard::Clipboard);
+            return;
+        case ClipboardRoute::cannot:
+            cannotCopy("On Wayland, a row chosen in the panel's menu reaches the clipboard only through wl-copy "
+                       "(the wl-clipboard package): install it." + ownMenu);
+            return;
+        case ClipboardRoute::copyTool:
+            break;
+    }
+    // The text goes through standard input (never the command line, which other users can read);
+    // wl-copy stays in the background serving it until something else is copied.
+    auto* process = new QProcess(qApp);
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->setStandardErrorFile(QProcess::nullDevice());
+    const std::string failed = "wl-copy could not set the clipboard." + ownMenu;
+    QObject::connect(process, &QProcess::finished, process,
+                     [process, cannotCopy, failed](int code, QProcess::ExitStatus status) {
+                         process->deleteLater();
+                         if (status != QProcess::NormalExit || code != 0) cannotCopy(failed);
+                     });
+    QObject::connect(process, &QProcess::errorOccurred, process,
+                     [process, cannotCopy, failed](QProcess::ProcessError error) {
+                         if (error != QProcess::FailedToStart) return;
+                         process->deleteLater();
+                         cannotCopy(failed);
+                     });
+    process->start(QStringLiteral("wl-copy"), {QStringLiteral("--type"), QStringLiteral("text/plain;charset=utf-8")});
+    process->write(QByteArray::fromStdString(text));
+    process->closeWriteChannel();
 }
 
 std::optional<TerminalError> QtEffects::openTerminal(const std::string& commandLine) {

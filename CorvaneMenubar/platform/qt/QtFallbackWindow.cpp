@@ -1,6 +1,7 @@
 #include "QtFallbackWindow.h"
 
 #include <QAction>
+#include <QCloseEvent>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -69,6 +70,11 @@ bool QtFallbackWindow::eventFilter(QObject* watched, QEvent* event) {
             break;
     }
     return QWidget::eventFilter(watched, event);
+}
+
+void QtFallbackWindow::closeEvent(QCloseEvent* event) {
+    QWidget::closeEvent(event);
+    if (onClosed) onClosed();
 }
 
 void QtFallbackWindow::scheduleRefresh() {

@@ -3,6 +3,8 @@
 #include <QPointer>
 #include <QWidget>
 
+#include <functional>
+
 class QAction;
 class QLabel;
 class QListWidget;
@@ -28,8 +30,12 @@ public:
     QStringList rowTexts() const;
     void openMenu();
 
+    // Called when the window closes (by the user or by the shell).
+    std::function<void()> onClosed;
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void refresh();

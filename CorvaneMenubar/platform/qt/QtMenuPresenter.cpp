@@ -9,6 +9,7 @@
 
 #include "QtNativeMenu.h"
 #include "QtPopupMenu.h"
+#include "menu/PopupPlacement.h"
 
 namespace corvane {
 
@@ -56,22 +57,32 @@ void QtMenuPresenter::popupAt(const QPoint& globalPosition) {
     menu_->popupMenu()->popup(globalPosition);
 }
 
-void QtMenuPresenter::popupAtCursor() { popupAt(QCursor::pos()); }
+void QtMenuPresenter::popupAtCursor() { popupAtIcon(QRect()); }
 
 void QtMenuPresenter::popupAtIcon(const QRect& icon) {
     if (!menu_) return;
-    if (!icon.isValid() || icon.isEmpty()) {
-        popupAtCursor();
+    if (placement_ == Placement::window) {
+        showAsWindow();
         return;
     }
-    const QScreen* screen = QGuiApplication::screenAt(icon.center());
-    const QRect area = screen ? screen->availableGeometry() : QRect();
-    const QSize size = menu_->popupMenu()->sizeHint();
-    if (!screen || icon.center().y() < area.center().y()) {
-        popupAt(icon.bottomLeft() + QPoint(0, 1));
-    } else {
-        popupAt(QPoint(icon.left(), icon.top() - size.height()));
+    auto rect = [](const QRect& r) { return ScreenRect{r.x(), r.y(), r.width(), r.height()}; };
+    const bool iconKnown = icon.isValid() && !icon.isEmpty();
+    const QPoint click = QCursor::pos();
+    PopupAnchor anchor;
+    if (iconKnown) anchor.icon = rect(icon);
+    anchor.click = {click.x(), click.y()};
+    const QScreen* screen = QGuiApplication::screenAt(iconKnown ? icon.center() : click);
+    if (!screen) screen = QGuiApplication::primaryScreen();
+    QMenu* popup = menu_->popupMenu();
+    if (!screen) {
+        popup->popup(click);
+        return;
     }
+    popup->ensurePolished();
+    const QSize size = popup->sizeHint();
+    const ScreenPoint at =
+        popupPosition(anchor, size.width(), size.height(), rect(screen->geometry()), rect(screen->availableGeometry()));
+    popup->popup(QPoint(at.x, at.y));
 }
 
 void QtMenuPresenter::close() {

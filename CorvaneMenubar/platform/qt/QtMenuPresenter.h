@@ -52,8 +52,9 @@ public:
 
     // Opens the popup with its top-left corner at `globalPosition` (moved to fit the screen).
     void popupAt(const QPoint& globalPosition);
-    // Opens the popup next to the tray icon: below it when the icon is in the upper half of its
-    // screen, above it otherwise. An empty geometry (the host did not say) opens at the pointer.
+    // Opens the popup next to the tray icon (`popupPosition`: on the far side of its panel, inside
+    // the screen's available area). An empty geometry (the host did not say) places it from the
+    // pointer instead, by the same rule.
     void popupAtIcon(const QRect& iconGeometry);
     void popupAtCursor();
     // Closes whichever surface is open.

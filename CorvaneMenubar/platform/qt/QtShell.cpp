@@ -180,6 +180,16 @@ void QtShell::showWindow() {
     auto& parts = *parts_;
     if (!parts.window) {
         parts.window = std::make_unique<QtFallbackWindow>(*parts.statusItem, QString::fromStdString(parts.variant.displayName()));
+        // Without an icon in a tray the window is the app's only way in: closing it quits, like
+        // any ordinary app (starting the app again brings it back). With the icon shown the app
+        // goes on in the tray.
+        parts.window->onClosed = [this] {
+            if (parts_->statusItem->iconShown()) return;
+            const std::string name = parts_->variant.displayName();
+            systemLog(name + "'s window was closed and no tray shows its icon, so " + name + " quits.");
+            // The session-end path: aboutToQuit runs the termination order.
+            QTimer::singleShot(0, parts_->application.get(), [] { QCoreApplication::quit(); });
+        };
         // In the middle of the screen's free area: clear of panels (a window manager that places
         // new windows at the origin would put its title bar under a top panel).
         if (const QScreen* screen = QGuiApplication::primaryScreen()) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "app/TrayChoice.h"
 
 namespace corvane {
@@ -27,6 +29,19 @@ TEST(TrayChoice, TheIconIsMadeOnlyWhenTheProtocolQtWouldPickIsTheRightOne) {
         SCOPED_TRACE(row.when);
         EXPECT_EQ(trayStep(row.facts), row.expected);
     }
+}
+
+TEST(TrayChoice, ACopyReachesTheWaylandClipboardOrSaysItCannot) {
+    using R = ClipboardRoute;
+    const std::pair<ClipboardFacts, R> rows[] = {
+        {{false, false, false, false}, R::toolkit},  // X11
+        {{true, true, true, true}, R::toolkit},      // chosen in the app's own window
+        {{true, true, false, true}, R::copyTool},    // chosen in the panel's menu
+        {{true, true, false, false}, R::cannot},
+        {{true, false, true, true}, R::copyTool},    // XWayland: the X clipboard stays there
+        {{true, false, true, false}, R::toolkit},
+    };
+    for (const auto& [facts, expected] : rows) EXPECT_EQ(clipboardRoute(facts), expected);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The part of panel-e2e.sh that runs inside the private session bus (see there).
 set -euo pipefail
+[[ -z ${E2E_TRACE:-} ]] || set -x
 pids=()
 cleanup() {
   for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
@@ -29,18 +30,27 @@ itemRegistered() {
     org.freedesktop.DBus.Properties.Get string:org.kde.StatusNotifierWatcher string:RegisteredStatusNotifierItems \
     2>/dev/null | grep -q 'string "'
 }
-shot() { if [[ $HOST == xfce ]]; then import -window root "$1"; else grim "$1"; fi; }
-click() {  # x y button(1 left, 3 right)
-  if [[ $HOST == xfce ]]; then xdotool mousemove "$1" "$2" click "$3"; else "$POINTER" "$1" "$2" "$3"; fi
+x11() { [[ $HOST != sway ]]; }
+shot() {
+  case $HOST in
+    sway) grim "$1" ;;
+    # GNOME Shell draws with OpenGL: the X root window stays black, the shell itself takes it.
+    gnome) gjs "$HERE/gnome-screenshot.js" "$1" || fail "GNOME Shell took no screenshot" ;;
+    *) import -window root "$1" ;;
+  esac
 }
-dismiss() { if [[ $HOST == xfce ]]; then xdotool key Escape; else "$POINTER" 40 400 1; fi; }
-# The app's popup: on X11 its largest visible window, on sway its toplevel; prints WxH.
+click() {  # x y button(1 left, 3 right)
+  if x11; then xdotool mousemove "$1" "$2" click "$3"; else "$POINTER" "$1" "$2" "$3"; fi
+}
+dismiss() { if x11; then xdotool key Escape; else "$POINTER" 40 400 1; fi; }
+# The app's popup: on X11 its largest visible window, on sway its toplevel; prints WxH (X11:
+# WxH+X+Y).
 popupSize() {
-  if [[ $HOST == xfce ]]; then
-    local window size best=""
+  if x11; then
+    local window best="" WINDOW X Y WIDTH HEIGHT SCREEN
     for window in $(xdotool search --onlyvisible --classname '^corvane-menubar$' 2>/dev/null); do
       eval "$(xdotool getwindowgeometry --shell "$window")"
-      ((WIDTH > 100 && HEIGHT > 100)) && best="${WIDTH}x${HEIGHT}"
+      ((WIDTH > 100 && HEIGHT > 100)) && best="${WIDTH}x${HEIGHT}+${X}+${Y}"
     done
     [[ -n $best ]] && echo "$best"
   else
@@ -63,6 +73,16 @@ if [[ $HOST == xfce ]]; then
   pids+=($!)
   xfce4-panel >"$WORK/panel.log" 2>&1 &
   pids+=($!)
+elif [[ $HOST == gnome ]]; then
+  gsettings set org.gnome.shell enabled-extensions "['ubuntu-appindicators@ubuntu.com']"
+  gsettings set org.gnome.desktop.interface color-scheme "$([[ $MODE == dark ]] && echo prefer-dark || echo default)"
+  gnome-shell --x11 --replace >"$WORK/shell.log" 2>&1 &
+  pids+=($!)
+elif [[ $HOST == kde ]]; then
+  kwin_x11 >"$WORK/kwin.log" 2>&1 &
+  pids+=($!)
+  plasmashell >"$WORK/plasma.log" 2>&1 &
+  pids+=($!)
 else
   sway >"$WORK/sway.log" 2>&1 &
   pids+=($!)
@@ -70,9 +90,13 @@ else
   export WAYLAND_DISPLAY=$(basename "$(ls "$XDG_RUNTIME_DIR"/wayland-? | head -1)")
   export SWAYSOCK=$(ls "$XDG_RUNTIME_DIR"/sway-ipc.*.sock)
 fi
-waitFor 20 watcherUp || fail "the panel's StatusNotifierWatcher did not come up"
+waitFor 60 watcherUp || fail "the panel's StatusNotifierWatcher did not come up"
 echo "panel: watcher up after $(ms "$started") ms"
-sleep 1  # drawn
+case $HOST in
+  gnome) sleep 4; xdotool key Escape; sleep 1 ;;  # GNOME starts in its overview
+  kde) sleep 6 ;;
+  *) sleep 1 ;;  # drawn
+esac
 shot "$WORK/panel.png"
 
 launched=$(now)
@@ -86,12 +110,16 @@ shot "$ARTIFACTS/panel.png"
 
 # The icon: what differs from the panel without it, within the bar. An icon drawn in (almost) the
 # panel's own colour is not found at all.
-box=$(convert "$WORK/panel.png" "$ARTIFACTS/panel.png" -crop "${WIDTH}x${BAR}+0+0" +repage -compose difference \
-  -composite -threshold 12% -trim -format '%wx%h%X%Y' info: 2>/dev/null)
+box=$(convert "$WORK/panel.png" "$ARTIFACTS/panel.png" -crop "${SEARCH_WIDTH}x${BAR}+${SEARCH_X}+${BAR_Y}" +repage \
+  -compose difference -composite -threshold 12% -trim -format '%wx%h%X%Y' info: 2>/dev/null)
 read -r w h x y < <(echo "$box" | tr 'x+' '  ')
+x=$((x + SEARCH_X)) y=$((y + BAR_Y))
+# Plasma's tray redraws its other items as a new one comes in at their left: the icon is the
+# square at the left of what changed.
+[[ $HOST != kde ]] || w=$((w < h ? w : h))
 ((w >= 6 && h >= 6 && w <= 64)) || fail "no icon stands out from the panel (difference box $box)"
-convert "$ARTIFACTS/panel.png" -crop "$((w + 16))x${BAR}+$((x - 8))+0" +repage -scale 400% "$ARTIFACTS/icon.png"
-contrast=$(python3 - "$ARTIFACTS/panel.png" "$box" "$((x - 6))" "$((y + h / 2))" <<'PY'
+convert "$ARTIFACTS/panel.png" -crop "$((w + 16))x${BAR}+$((x - 8))+${BAR_Y}" +repage -scale 400% "$ARTIFACTS/icon.png"
+contrast=$(python3 - "$ARTIFACTS/panel.png" "${w}x${h}+${x}+${y}" "$((x - 6))" "$((y + h / 2))" <<'PY'
 import re, subprocess, sys
 shot, box, bx, by = sys.argv[1], sys.argv[2], sys.argv[3], sys.argv[4]
 def pixels(geometry):
@@ -112,25 +140,33 @@ ink = max(pixels(box), key=lambda c: ratio(c, panel))
 print("%.2f panel #%02x%02x%02x ink #%02x%02x%02x" % ((ratio(ink, panel),) + panel + ink))
 PY
 )
-echo "icon: $box, contrast $contrast"
+echo "icon: ${w}x${h}+${x}+${y}, contrast $contrast"
 python3 -c "import sys; sys.exit(0 if float('${contrast%% *}') >= 3 else 1)" ||
   fail "the icon contrasts with the panel by only ${contrast} (at least 3:1 wanted; see $ARTIFACTS/icon.png)"
 
 cx=$((x + w / 2)) cy=$((y + h / 2))
 # The panel's own menu first: GTK hosts never say it closed.
 click $cx $cy 3
-sleep 1.2
+if x11 && [[ $HOST != xfce ]]; then sleep 3; else sleep 1.2; fi  # Plasma and GNOME fetch the menu first
 shot "$ARTIFACTS/panel-menu.png"
 dismiss
 sleep 0.6
 ! popupSize >/dev/null || fail "the panel's menu opened the app's popup"
-click $cx $cy 1
+# GNOME's AppIndicator extension shows its own menu on a single click, and activates the item on
+# a double click only.
+if [[ $HOST == gnome ]]; then xdotool mousemove $cx $cy click --repeat 2 --delay 80 1; else click $cx $cy 1; fi
 waitFor 5 popupSize >/dev/null || fail "after the panel's menu, a left click opened no popup"
 sleep 0.8  # painted
 shot "$ARTIFACTS/popup.png"
 size=$(popupSize)
 echo "popup after the panel's menu: $size"
 [[ $size != *tiled* ]] || fail "the popup window was tiled over the output ($size)"
+if x11; then
+  # Clear of the panel: below a top bar, above a bottom panel.
+  read -r pw ph px py < <(echo "$size" | tr 'x+' '  ')
+  if ((BAR_Y == 0)); then ((py >= BAR)) || fail "the popup covers the top bar ($size)"
+  else ((py + ph <= BAR_Y)) || fail "the popup covers the bottom panel ($size; the panel starts at y=$BAR_Y)"; fi
+fi
 kill -0 "$appPid" || fail "the app ended"
 
 if [[ $HOST == xfce ]]; then
@@ -148,3 +184,29 @@ if [[ $HOST == xfce ]]; then
     tail -1 "$ARTIFACTS/atspi.txt"
   fi
 fi
+# A copy chosen in the panel's menu: the host's "clicked" arrives over D-Bus while no surface of
+# the app has the focus (on Wayland the toolkit's clipboard then keeps the old contents).
+dismiss
+sleep 0.6
+item=$(gdbus call --session --dest org.kde.StatusNotifierWatcher --object-path /StatusNotifierWatcher \
+  --method org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierWatcher RegisteredStatusNotifierItems |
+  grep -o "'[^']*'" | head -1 | tr -d "'")
+# "service/path"; GNOME's watcher lists "service@/path".
+service=${item%%/*} itemPath=/${item#*/}
+service=${service%@}
+[[ $item == */* ]] || itemPath=/StatusNotifierItem
+menuPath=$(gdbus call --session --dest "$service" --object-path "$itemPath" \
+  --method org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierItem Menu | grep -o "'/[^']*'" | tr -d "'")
+gdbus call --session --dest "$service" --object-path "$menuPath" --method com.canonical.dbusmenu.GetLayout -- 0 -1 '[]' \
+  >"$WORK/layout.txt" || fail "the panel's menu did not answer GetLayout"
+copyId=$(python3 -c '
+import re, sys
+found = re.search(r"\((\d+), \{[^{}]*?'"'label'"': <'"'Copy [Dd]iagnostics"'", open(sys.argv[1]).read())
+print(found.group(1) if found else "")' "$WORK/layout.txt")
+[[ -n $copyId ]] || { cp "$WORK/layout.txt" "$ARTIFACTS/"; fail "the panel's menu has no Copy Diagnostics row (see layout.txt)"; }
+gdbus call --session --dest "$service" --object-path "$menuPath" --method com.canonical.dbusmenu.Event \
+  "$copyId" clicked '<int32 0>' 0 >/dev/null
+pasted() { if [[ $HOST != sway ]]; then xclip -selection clipboard -o 2>/dev/null; else wl-paste -n 2>/dev/null; fi; }
+waitFor 5 bash -c "$(declare -f pasted); HOST=$HOST; pasted | grep -q '^Corvane menu bar app'" ||
+  fail "a copy from the panel's menu did not reach the clipboard (it holds: $(pasted | head -c 80))"
+echo "clipboard: the panel's Copy Diagnostics reached it"
