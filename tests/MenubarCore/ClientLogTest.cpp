@@ -420,41 +420,6 @@ TEST(ClientLog, CutShortWritesLeaveWholeLines) {
     }
 }
 
-TEST(ClientLog, TwoProcessesAppendingAtOnce) {
-    TempDir tmp;
-    constexpr int linesEach = 10'000;
-    int results[2][2];
-    pid_t children[2];
-    for (int c = 0; c < 2; ++c) {
-        ASSERT_EQ(::pipe(results[c]), 0);
-        children[c] = forked([&] {
-            ClientLog log = makeLog(tmp.path(), std::int64_t{1} << 40);
-            for (int i = 0; i < linesEach; ++i)
-                log.recordRefresh("child", PollTrigger::timer, i, std::nullopt, std::nullopt, t0,
-                                  diag(Op::menuPoll, Outcome::available));
-            std::int64_t lost = log.lostWrites();
-            return ::write(results[c][1], &lost, sizeof lost) == sizeof lost ? 0 : 1;
-        });
-        ::close(results[c][1]);
-    }
-    std::int64_t lost = 0;
-    for (int c = 0; c < 2; ++c) {
-        ASSERT_EQ(exitStatusOf(children[c]), 0);
-        std::int64_t childLost = -1;
-        ASSERT_EQ(::read(results[c][0], &childLost, sizeof childLost), static_cast<ssize_t>(sizeof childLost));
-        ::close(results[c][0]);
-        lost += childLost;
-    }
-    auto lines = readLines(tmp / "menubar-refresh.jsonl");
-    for (const auto& line : lines) {
-        Json value = Json::parse(line, nullptr, false);
-        ASSERT_TRUE(value.is_object()) << line;
-        ASSERT_EQ(value["event"], "refresh");
-    }
-    EXPECT_EQ(static_cast<std::int64_t>(lines.size()) + lost, 2 * linesEach);
-    EXPECT_FALSE(fs::exists(tmp / "menubar-refresh.jsonl.1"));
-}
-
 TEST(ClientLogPlaces, LogDirectoryAndOsVersion) {
     struct Dir { const char* home; std::optional<std::string> xdg; bool mac; const char* expected; };
     const Dir dirs[] = {

@@ -250,31 +250,6 @@ TEST(ProcessRunnerTest, NoDescriptorsLeakIntoTheChild) {
     ::close(leaky);
 }
 
-TEST(ProcessRunnerTest, BackgroundRunsBesideForegroundRuns) {
-    ScriptFolder folder;
-    RunCancellation cancellation;
-    std::string background = folder.script("background", "sleep 0.3; exit 2");
-    std::string foreground = folder.script("foreground", R"(i=0; while [ $i -lt 200 ]; do echo "$1"; i=$((i+1)); done)");
-    std::vector<std::thread> threads;
-    std::vector<int> failures(3, 0);
-    for (int t = 0; t < 3; ++t) {
-        threads.emplace_back([&, t] {
-            std::string word = "thread" + std::to_string(t), expected;
-            for (int i = 0; i < 200; ++i) expected += word + "\n";
-            for (int run = 0; run < 3; ++run) {
-                if (t == 0) {
-                    failures[t] += outcomeOf(BackgroundProcessRunner::run(background, {}, testSearchPath, 10,
-                                                                          cancellation)).exitCode != 2;
-                } else {
-                    failures[t] += outcomeOf(ProcessRunner::run(foreground, {word}, testSearchPath, 10)).stdout != expected;
-                }
-            }
-        });
-    }
-    for (auto& thread : threads) thread.join();
-    EXPECT_EQ(failures, std::vector<int>(3, 0));
-}
-
 TEST(ProcessRunnerTest, Utf8DecodingReplacesMaximalInvalidParts) {
     const std::string r = "\xEF\xBF\xBD";
     const std::vector<std::pair<std::string, std::string>> rows{

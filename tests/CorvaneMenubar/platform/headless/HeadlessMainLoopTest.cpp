@@ -53,27 +53,6 @@ TEST(HeadlessMainLoop, RepeatingTimerStopsWhenItsHandleIsDestroyedInsideItsJob) 
     EXPECT_EQ(ticks, 3);
 }
 
-TEST(HeadlessMainLoop, PostsFromManyThreadsAllRunOnTheLoopThread) {
-    HeadlessMainLoop loop;
-    const auto loopThread = std::this_thread::get_id();
-    constexpr int threads = 4, perThread = 200;
-    int ran = 0;
-    bool allOnLoopThread = true;
-    std::vector<std::thread> posters;
-    for (int t = 0; t < threads; ++t)
-        posters.emplace_back([&] {
-            for (int i = 0; i < perThread; ++i)
-                loop.post([&] {
-                    allOnLoopThread = allOnLoopThread && std::this_thread::get_id() == loopThread;
-                    if (++ran == threads * perThread) loop.quit();
-                });
-        });
-    EXPECT_TRUE(runGuarded(loop));
-    for (auto& p : posters) p.join();
-    EXPECT_EQ(ran, threads * perThread);
-    EXPECT_TRUE(allOnLoopThread);
-}
-
 TEST(HeadlessMainLoop, QuitBeforeRunReturnsAtOnceAndLaterPostsAreDropped) {
     HeadlessMainLoop loop;
     bool ran = false;
