@@ -2,7 +2,8 @@
 // endless or huge output, floods of damaged diagnostic markers, a hung poll that ignores SIGTERM
 // and leaves grandchildren behind, snapshot and request files that are folders, FIFOs, endless
 // devices or huge, refresh intervals far out of range, log writes that cannot complete (a
-// file-size limit, a full disk), thousands of folders to watch or one that never stops changing.
+// file-size limit, a full disk) or a log folder others may write to, rows whose verbs the system
+// would misread, thousands of folders to watch or one that never stops changing.
 // Whatever the case, the app keeps answering, does not run the CLI in a tight loop, stays small,
 // quits within 3 s leaving none of the CLI's processes behind, and keeps its log files whole JSON
 // lines. The second table starts the desktop shell on a private X server against another local
@@ -173,6 +174,40 @@ const Fault faults[] = {
          mkfifo((w.logFolder() / "menubar-refresh.jsonl").c_str(), 0600);
      },
      .shown = "corvane menu exited 3", .shownWithinSeconds = 20},
+    // A log folder anyone may write to (or a link) is not written into: another user could read or
+    // plant what the app writes there.
+    {.name = "log folder everyone may write to", .menu = brokenCli,
+     .setup = [](const SimWorld& w, const fs::path&) {
+         fs::create_directories(w.logFolder());
+         fs::permissions(w.logFolder(), fs::perms::all);
+     },
+     .shown = "corvane menu exited 3", .shownWithinSeconds = 20,
+     .verify = [](const SimWorld& w, const fs::path&) { EXPECT_TRUE(fs::is_empty(w.logFolder())); }},
+    // Rows whose verb the system would misread are not shown (a NUL that would cut an argument
+    // short, a script URL, option-like text for the opener); a program named as a file to open is
+    // refused with an alert instead of being handed to the opener, which would run it.
+    {.name = "verbs the system would misread",
+     .setup = [](const SimWorld& w, const fs::path&) {
+         Json answer = objectOf(readText(w.root / "answer.json"));
+         for (const auto& [title, verb] : std::vector<std::pair<std::string, Json>>{
+                  {"Cut short", {{"run", {"doctor", std::string("a\0b", 3)}}}}, {"Script", {{"url", "javascript:alert(1)"}}},
+                  {"Option", {{"file", "--help"}}}, {"Program", {{"file", "/bin/sh"}}}}) {
+             Json row = verb;
+             row["type"] = "action";
+             row["title"] = title;
+             answer["items"].push_back(row);
+         }
+         std::ofstream(w.root / "answer.json") << answer.dump();
+     },
+     .whileRunning = [](const SimWorld&, HeadlessApp& app) {
+         const Json items = app.lastFrame()["items"];
+         for (const char* title : {"Cut short", "Script", "Option"}) EXPECT_FALSE(rowPath(items, title, true)) << title;
+         const auto program = rowPath(items, "Program", true);
+         ASSERT_TRUE(program);
+         app.send("pick " + *program);
+         EXPECT_TRUE(app.waitEvent("alert"));
+         for (const Json& line : app.lines()) EXPECT_NE(line.value("event", ""), "openFile") << line.dump();
+     }},
     // Thousands of watched folders cost one inotify instance, not one each: the user's limit of
     // 128 stays free for every other program.
     {.name = "2000 folders to watch",
