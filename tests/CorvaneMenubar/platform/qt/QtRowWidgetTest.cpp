@@ -141,7 +141,7 @@ TEST_F(QtMenuFixture, RendersTheDemoMenu) {
 
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     const QPalette original = QApplication::palette();
-    const QString dir = qEnvironmentVariable("CORVANE_TEST_ARTIFACTS", QDir::currentPath());
+    const QString dir = qEnvironmentVariable("CORVANE_TEST_ARTIFACTS", QDir::tempPath());
     // Light, dark, and right to left (dark).
     QApplication::setPalette(QApplication::style()->standardPalette());
     for (const auto& [dark, rightToLeft] : {std::pair{false, false}, {true, false}, {true, true}}) {
