@@ -198,5 +198,30 @@ TEST_F(PlainSurfaceTest, KeysOnAHighlightedRowChooseThePartTheRowOffers) {
     }
 }
 
+TEST(PlainFoldsTest, ATooTallLevelFoldsItsLongestSectionsUntilItFits) {
+    // Rows as letters, "|" a separator; the folds as first index and count.
+    struct Case {
+        std::string level;
+        std::size_t limit;
+        std::vector<PlainFold> expected;
+    };
+    const std::vector<Case> cases = {
+        {"aaaa|aa", 7, {}},                              // fits
+        {"aaaaaa|aa", 8, {{4, 2}}},                      // 9 rows: 4 kept and "2 more"
+        {"aaaaaa|aaaaa", 8, {{3, 3}, {9, 3}}},           // both folded
+        {"aaaaaaaaaa|a|a", 5, {{1, 9}}},                 // down to one row and its fold
+        {"aa|aa|aa", 4, {}},                             // two-row sections never fold
+        {"aaa", 2, {{1, 2}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.level);
+        std::vector<bool> separators;
+        for (char ch : c.level) separators.push_back(ch == '|');
+        const auto folds = plainFolds(separators, c.limit);
+        EXPECT_EQ(folds, c.expected);
+    }
+    EXPECT_EQ(plainFoldTitle({3, 4}), "4 more");
+}
+
 }  // namespace
 }  // namespace corvane
