@@ -265,7 +265,8 @@ std::vector<PlainFold> plainFolds(const std::vector<bool>& separators, std::size
     for (std::size_t i = 0; i < separators.size(); ++i) {
         ++total;
         if (separators[i]) continue;
-        if (i == 0 || separators[i - 1]) sections.push_back({i, 0, 0});
+        // The level's last row (the app's own "More" or "Quit") stands alone and never folds.
+        if (i == 0 || separators[i - 1] || i + 1 == separators.size()) sections.push_back({i, 0, 0});
         ++sections.back().length;
         ++sections.back().kept;
     }

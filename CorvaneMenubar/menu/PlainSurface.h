@@ -79,7 +79,8 @@ inline constexpr std::size_t plainTopLevelRowLimit = 20;
 // The folds that bring a level of `separators.size()` rows (true: a separator) down to `limit`
 // rows: while it is too long, the section (rows between separators) that shows the most rows
 // keeps one row fewer, the rest of it behind its fold's row; a section keeps at least one row
-// and folds only when that shortens it. In row order; none when the level fits.
+// and folds only when that shortens it, and the level's last row (the app's "More") stays where
+// it is. In row order; none when the level fits.
 std::vector<PlainFold> plainFolds(const std::vector<bool>& separators, std::size_t limit = plainTopLevelRowLimit);
 std::string plainFoldTitle(const PlainFold& fold);
 

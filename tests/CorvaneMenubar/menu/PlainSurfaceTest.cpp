@@ -208,10 +208,10 @@ TEST(PlainFoldsTest, ATooTallLevelFoldsItsLongestSectionsUntilItFits) {
     const std::vector<Case> cases = {
         {"aaaa|aa", 7, {}},                              // fits
         {"aaaaaa|aa", 8, {{4, 2}}},                      // 9 rows: 4 kept and "2 more"
-        {"aaaaaa|aaaaa", 8, {{3, 3}, {9, 3}}},           // both folded
+        {"aaaaaa|aaaaa", 8, {{2, 4}, {9, 2}}},           // both folded; the last row stays
         {"aaaaaaaaaa|a|a", 5, {{1, 9}}},                 // down to one row and its fold
         {"aa|aa|aa", 4, {}},                             // two-row sections never fold
-        {"aaa", 2, {{1, 2}}},
+        {"aaaaaaa", 4, {{2, 4}}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.level);
