@@ -1,5 +1,6 @@
 #include "QtHarnessIcon.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QPainter>
@@ -31,7 +32,23 @@ QString iconKeyOf(const QString& path) {
     return {};
 }
 
+// The icons found per word, and how old the answers are.
+struct IconCache {
+    std::map<std::string, QIcon> icons;
+    QElapsedTimer age;
+};
+IconCache& iconCache() {
+    static IconCache cache;
+    if (!cache.age.isValid() || cache.age.hasExpired(5 * 60 * 1000)) {
+        cache.icons.clear();
+        cache.age.start();
+    }
+    return cache;
+}
+
 }  // namespace
+
+void QtHarnessIcon::forget() { iconCache().icons.clear(); }
 
 QIcon QtHarnessIcon::lookup(const std::string& desktopId) {
     const QString id = QString::fromStdString(desktopId);
@@ -73,7 +90,7 @@ QIcon QtHarnessIcon::generic() {
 }
 
 QIcon QtHarnessIcon::forWord(const std::string& iconWord) {
-    static std::map<std::string, QIcon> cache;
+    auto& cache = iconCache().icons;
     if (auto found = cache.find(iconWord); found != cache.end()) return found->second;
     QIcon icon;
     firstAvailable(harnessIconCandidates(iconWord).iconNames, [&](const std::string& id) {
