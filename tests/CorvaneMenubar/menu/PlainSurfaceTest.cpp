@@ -217,8 +217,7 @@ TEST(PlainFoldsTest, ATooTallLevelFoldsItsLongestSectionsUntilItFits) {
         SCOPED_TRACE(c.level);
         std::vector<bool> separators;
         for (char ch : c.level) separators.push_back(ch == '|');
-        const auto folds = plainFolds(separators, c.limit);
-        EXPECT_EQ(folds, c.expected);
+        EXPECT_EQ(plainFolds(separators, c.limit), c.expected);
     }
     EXPECT_EQ(plainFoldTitle({3, 4}), "4 more");
 }
