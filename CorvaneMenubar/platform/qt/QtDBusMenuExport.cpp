@@ -61,8 +61,13 @@ bool QtDBusMenuExport::attach() {
         return true;
     // Every adaptor stops relaying the menu's per-row signal; this object relays it, batched, to
     // the newest adaptor alone.
-    for (QObject* adaptor : adaptors)
+    for (QObject* adaptor : adaptors) {
         QObject::disconnect(menu, SIGNAL(updated(uint,int)), adaptor, SIGNAL(LayoutUpdated(uint,int)));
+        // An older tray icon's adaptor relays the rows' property changes a second time.
+        if (adaptor != adaptors.last())
+            QObject::disconnect(menu, SIGNAL(propertiesUpdated(QDBusMenuItemList,QDBusMenuItemKeysList)), adaptor,
+                                SIGNAL(ItemsPropertiesUpdated(QDBusMenuItemList,QDBusMenuItemKeysList)));
+    }
     if (menu_ != menu) {
         if (menu_) QObject::disconnect(menu_, nullptr, this, nullptr);
         connect(menu, SIGNAL(updated(uint,int)), this, SLOT(layoutChanged(uint,int)), Qt::UniqueConnection);

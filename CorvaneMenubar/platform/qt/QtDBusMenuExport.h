@@ -7,7 +7,7 @@
 //   - `LayoutUpdated` goes out once per change of the menu's structure instead of once per row
 //     inserted or removed (Qt's exporter signals each; a rebuild that swapped 13 rows sent 26),
 //     and only from the newest menu adaptor (Qt leaves an adaptor per tray icon it ever made on
-//     the same menu, each relaying every signal). Its revision grows by one per change. Qt's
+//     the same menu, each relaying every signal; older ones stop relaying property changes too). Its revision grows by one per change. Qt's
 //     `GetLayout` answers revision 1 for the top level whatever it signalled; hosts refetch on
 //     each signal, so that is harmless once the signals are few.
 // When Qt's objects are not where they are looked for (another Qt), nothing changes. GUI thread.
