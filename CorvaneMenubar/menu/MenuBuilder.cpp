@@ -1,7 +1,6 @@
 #include "MenuBuilder.h"
 
 #include <algorithm>
-#include <deque>
 #include <string_view>
 #include <unordered_map>
 
@@ -9,6 +8,7 @@
 #include "CliUpdateRow.h"
 #include "CliUpdatePresentation.h"
 #include "MenuText.h"
+#include "PlainSurface.h"
 
 namespace corvane {
 namespace {
@@ -83,20 +83,6 @@ public:
     std::shared_ptr<NativeMenuItem> makeSeparator() override { return std::make_shared<NativeMenuItem>(true); }
     std::shared_ptr<NativeMenu> makeMenu() override { return std::make_shared<NativeMenu>(); }
 };
-
-// What makes two items without custom content the same native row, as one hashable text.
-std::string reuseKey(const NativeMenuItem& item) {
-    std::string key;
-    key.reserve(item.title().size() + (item.toolTip() ? item.toolTip()->size() : 0) + 4);
-    key += item.isSeparator() ? 's' : '-';
-    key += item.submenu() ? 'm' : '-';
-    key += static_cast<char>('0' + item.role().index());
-    key += item.toolTip() ? 't' : '-';
-    key += item.title();
-    key += '\0';
-    if (item.toolTip()) key += *item.toolTip();
-    return key;
-}
 
 }  // namespace
 
@@ -516,30 +502,50 @@ MenuBuilder::ItemPtr MenuBuilder::materialise(const NativeMenuItem& description)
 }
 
 void MenuBuilder::reconcile(NativeMenu& menu, const std::vector<ItemPtr>& items) {
-    // Live items without custom content, by what makes them the same row; equal rows are reused
-    // in menu order.
-    std::unordered_map<std::string, std::deque<ItemPtr>> pool;
-    for (const auto& live : menu.items())
-        if (!live->hasContent()) pool[reuseKey(*live)].push_back(live);
+    // Live items by their row's key; a fresh row takes the live item of its key when both are the
+    // same kind of row (a key already tells repeats apart, so each live item is taken once).
+    std::unordered_map<std::string, ItemPtr> pool;
+    const auto liveKeys = plainKeys(menu);
+    for (std::size_t i = 0; i < liveKeys.size(); ++i) pool.emplace(liveKeys[i], menu.itemAt(i));
+    const auto freshKeys = plainKeys(items);
+    const auto sameKind = [](const NativeMenuItem& a, const NativeMenuItem& b) {
+        return a.isSeparator() == b.isSeparator() && a.role().index() == b.role().index() &&
+               (a.content() ? static_cast<int>(a.content()->index()) : -1) ==
+                   (b.content() ? static_cast<int>(b.content()->index()) : -1) &&
+               static_cast<bool>(a.submenu()) == static_cast<bool>(b.submenu());
+    };
     std::vector<ItemPtr> chosen;
     chosen.reserve(items.size());
-    for (const auto& fresh : items) {
-        if (!fresh->hasContent()) {
-            const auto same = pool.find(reuseKey(*fresh));
-            if (same != pool.end() && !same->second.empty()) {
-                ItemPtr live = std::move(same->second.front());
-                same->second.pop_front();
-                if (live->submenu() && fresh->submenu()) reconcile(*live->submenu(), fresh->submenu()->items());
-                live->setRole(fresh->role());
-                copyNativeState(*fresh, *live);
-                chosen.push_back(std::move(live));
-                continue;
-            }
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const auto& fresh = items[i];
+        const auto same = pool.find(freshKeys[i]);
+        if (same != pool.end() && same->second && sameKind(*same->second, *fresh)) {
+            renew(*same->second, *fresh);
+            chosen.push_back(std::move(same->second));
+            continue;
         }
         chosen.push_back(materialise(*fresh));
     }
     menu.setItems(std::move(chosen));
     menu.update();
+}
+
+void MenuBuilder::renew(NativeMenuItem& live, const NativeMenuItem& fresh) {
+    if (fresh.hasContent() || roleAs<role::StatusAction>(fresh) || roleAs<role::CliUpdateRow>(fresh)) {
+        rewritePair(live, fresh);
+    } else {
+        live.setRole(fresh.role());
+        if (live.submenu() && fresh.submenu()) reconcile(*live.submenu(), fresh.submenu()->items());
+    }
+    live.setTitle(fresh.title());
+    live.setAttributedTitle(fresh.attributedTitle());
+    live.setToolTip(fresh.toolTip());
+    live.setEnabled(fresh.isEnabled());
+    live.setChecked(fresh.isChecked());
+    live.setBadge(fresh.badge());
+    live.setKeyEquivalent(fresh.keyEquivalent());
+    live.setRepresentedObject(fresh.representedObject());
+    live.setHandler(fresh.handler());
 }
 
 }  // namespace corvane

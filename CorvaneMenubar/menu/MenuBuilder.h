@@ -117,13 +117,18 @@ public:
     // The agent rows of `menu` take the status texts (and the reduce-motion setting) of the rows
     // of `from` for the same session (`AgentRow.id`); a session missing from `from` keeps its own.
     static void rewriteSessionStatuses(NativeMenu& menu, const NativeMenu& from);
-    // Makes `menu` hold the described `items`, reusing live items that are the same row (which
-    // keeps an open submenu and the highlight alive) and materialising the others, then updates.
+    // Makes `menu` hold the described `items`, reusing the live item of the same row (the same
+    // plain-surface key and kind: an agent row stays one item while its session lasts, whatever
+    // its status says) and rewriting it in place, materialising only rows that are new, then
+    // updates. So a shell's native items, and the ids a panel knows them by, live as long as
+    // their rows; an open submenu and the highlight stay alive.
     void reconcile(NativeMenu& menu, const std::vector<ItemPtr>& items);
 
 private:
     void applyPending();
     void rewritePair(NativeMenuItem& live, const NativeMenuItem& fresh);
+    // Every field of `fresh` into `live`, a row of the same key and kind.
+    void renew(NativeMenuItem& live, const NativeMenuItem& fresh);
     ItemPtr agentItem(const AgentRow& row);
     bool reduceMotion() const;
     // The texts cut to `displayTextLimit`.

@@ -161,6 +161,20 @@ void readXfcePanel(const std::map<std::string, std::string>& channel, PanelFacts
     }
 }
 
+bool motionReduced(std::optional<bool> portalAnimations, std::optional<bool> kdeAnimationsOff) {
+    return portalAnimations == false || kdeAnimationsOff == true;
+}
+
+std::optional<bool> readKdeAnimationsOff(std::string_view kdeglobals) {
+    const auto factor = iniValue(kdeglobals, "KDE", "AnimationDurationFactor");
+    if (!factor) return std::nullopt;
+    const std::string text(trim(*factor));
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    if (text.empty() || end != text.c_str() + text.size()) return std::nullopt;
+    return value <= 0.0;
+}
+
 void readKdePanel(std::string_view kdeglobals, std::string_view plasmarc, PanelFacts& facts) {
     // Plasma styles named dark or light draw their panel so whatever the colours; the default
     // (Breeze) and most others draw it in the colour scheme's window colours.

@@ -46,6 +46,10 @@ struct PanelShade {
 // is taken as dark: most panels are (LXQt's, waybar's, GNOME's), so the default icon is light.
 PanelShade panelShade(const PanelFacts& facts);
 
+// Motion is reduced when the desktop says so: the portal's `enable-animations` is false, or KDE's
+// animations are off (`readKdeAnimationsOff`).
+bool motionReduced(std::optional<bool> portalAnimations, std::optional<bool> kdeAnimationsOff);
+
 // The inks the tray icon is drawn in on dark and light panels (0.95 and 0.1 grey, the greys the
 // attention icon uses).
 Rgb panelInk(bool darkPanel);
@@ -62,6 +66,9 @@ std::optional<std::string_view> iniValue(std::string_view text, std::string_view
 void readXfcePanel(const std::map<std::string, std::string>& channel, PanelFacts& facts);
 // KDE: the colour scheme's Window background in kdeglobals, and plasmarc's Plasma style.
 void readKdePanel(std::string_view kdeglobals, std::string_view plasmarc, PanelFacts& facts);
+// KDE's animation speed is 0 (kdeglobals' AnimationDurationFactor: System Settings' "Animation
+// speed: Instant"); absent when not written or not a number.
+std::optional<bool> readKdeAnimationsOff(std::string_view kdeglobals);
 // waybar: the background of `window#waybar` in its style sheet (#hex, rgb() or rgba()).
 void readWaybarStyle(std::string_view css, PanelFacts& facts);
 

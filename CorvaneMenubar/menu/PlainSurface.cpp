@@ -207,11 +207,15 @@ std::string plainRowKey(const NativeMenuItem& item) {
 }
 
 std::vector<std::string> plainKeys(const NativeMenu& menu, const std::string& prefix) {
+    return plainKeys(menu.items(), prefix);
+}
+
+std::vector<std::string> plainKeys(const std::vector<std::shared_ptr<NativeMenuItem>>& items, const std::string& prefix) {
     std::vector<std::string> keys;
-    keys.reserve(menu.count());
+    keys.reserve(items.size());
     std::unordered_map<std::string, int> seen;
     std::string previous = "start";
-    for (const auto& item : menu.items()) {
+    for (const auto& item : items) {
         std::string key = plainRowKey(*item);
         if (item->isSeparator())
             key = "separator:" + escaped(previous);
@@ -250,5 +254,40 @@ std::vector<PlainRow> plainSurface(const NativeMenu& menu) { return surfaceOf(me
 bool listsTargets(const PlainRow& row) { return !row.targets.empty() && !row.targetsAreRow; }
 
 bool choosePlainTarget(const NativeMenu& menu, std::string_view key) { return chooseIn(menu, {}, key); }
+
+std::vector<PlainFold> plainFolds(const std::vector<bool>& separators, std::size_t limit) {
+    struct Section {
+        std::size_t first = 0, length = 0, kept = 0;
+        std::size_t shown() const { return kept == length ? length : kept + 1; }
+    };
+    std::vector<Section> sections;
+    std::size_t total = 0;
+    for (std::size_t i = 0; i < separators.size(); ++i) {
+        ++total;
+        if (separators[i]) continue;
+        // The level's last row (the app's own "More" or "Quit") stands alone and never folds.
+        if (i == 0 || separators[i - 1] || i + 1 == separators.size()) sections.push_back({i, 0, 0});
+        ++sections.back().length;
+        ++sections.back().kept;
+    }
+    while (total > limit) {
+        // The section showing the most rows that can still give one up (ties: the later one).
+        Section* longest = nullptr;
+        for (auto& section : sections) {
+            const bool canFold = section.kept == section.length ? section.length >= 3 : section.kept > 1;
+            if (canFold && (!longest || section.shown() >= longest->shown())) longest = &section;
+        }
+        if (!longest) break;
+        // Folding first hides two rows behind one; each later step moves one more row behind it.
+        longest->kept -= longest->kept == longest->length ? 2 : 1;
+        --total;
+    }
+    std::vector<PlainFold> folds;
+    for (const auto& section : sections)
+        if (section.kept < section.length) folds.push_back({section.first + section.kept, section.length - section.kept});
+    return folds;
+}
+
+std::string plainFoldTitle(const PlainFold& fold) { return std::to_string(fold.count) + " more"; }
 
 }  // namespace corvane

@@ -63,6 +63,26 @@ std::vector<PlainRow> plainSurface(const NativeMenu& menu);
 // The keys of `menu`'s items, in order, repeats told apart ("action:Copy#2"), each after
 // `prefix` (a submenu's key and "/", or empty for the top level).
 std::vector<std::string> plainKeys(const NativeMenu& menu, const std::string& prefix = {});
+std::vector<std::string> plainKeys(const std::vector<std::shared_ptr<NativeMenuItem>>& items,
+                                   const std::string& prefix = {});
+
+// A menu too tall for the screen on a surface that does not scroll its top level (GNOME's panel
+// menus): the rows of one section that move into a submenu of their own, titled
+// `plainFoldTitle` ("4 more") and shown where they were.
+struct PlainFold {
+    std::size_t first = 0;  // the first row moved, an index in the level
+    std::size_t count = 0;  // how many rows move
+    bool operator==(const PlainFold&) const = default;
+};
+// At most this many rows (separators included) fit a panel menu's top level on a 1280×800 screen.
+inline constexpr std::size_t plainTopLevelRowLimit = 20;
+// The folds that bring a level of `separators.size()` rows (true: a separator) down to `limit`
+// rows: while it is too long, the section (rows between separators) that shows the most rows
+// keeps one row fewer, the rest of it behind its fold's row; a section keeps at least one row
+// and folds only when that shortens it, and the level's last row (the app's "More") stays where
+// it is. In row order; none when the level fits.
+std::vector<PlainFold> plainFolds(const std::vector<bool>& separators, std::size_t limit = plainTopLevelRowLimit);
+std::string plainFoldTitle(const PlainFold& fold);
 
 // Whether a text-only surface shows `row`'s targets as a submenu of their own.
 bool listsTargets(const PlainRow& row);

@@ -15,6 +15,8 @@
 
 #include <map>
 
+#include "QtHarnessIcon.h"
+
 namespace corvane {
 namespace {
 const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
@@ -218,6 +220,10 @@ void QtAppearance::readKde() {
     facts.background.reset();
     const auto kdeglobals = settingsText(config + QStringLiteral("/kdeglobals"));
     readKdePanel(kdeglobals, settingsText(config + QStringLiteral("/plasmarc")), facts);
+    if (const auto off = readKdeAnimationsOff(kdeglobals); off != kdeAnimationsOff_) {
+        kdeAnimationsOff_ = off;
+        if (facts == panelFacts_) notify();
+    }
     setPanelFacts(facts);
     DesktopTheme theme = theme_;
     theme.kdeWindow.reset();
@@ -283,7 +289,7 @@ void QtAppearance::portalAnimations(std::optional<bool> enabled) {
 
 bool QtAppearance::menuBarIsDark() const { return panelShade(panelFacts_).dark; }
 
-bool QtAppearance::reduceMotion() const { return animations_ == false; }
+bool QtAppearance::reduceMotion() const { return motionReduced(animations_, kdeAnimationsOff_); }
 
 QColor QtAppearance::panelTextColour() const {
     const Rgb ink = panelInk(menuBarIsDark());
@@ -300,8 +306,11 @@ std::unique_ptr<AppearanceObservation> QtAppearance::observe(Job onChange) {
 }
 
 bool QtAppearance::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == qApp && (event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::ThemeChange))
+    if (watched == qApp && (event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::ThemeChange)) {
+        // Another icon theme may hold other harness icons.
+        if (event->type() == QEvent::ThemeChange) QtHarnessIcon::forget();
         notify();
+    }
     return QObject::eventFilter(watched, event);
 }
 

@@ -22,7 +22,8 @@ namespace corvane {
 // the colour scheme in kdeglobals and the Plasma style in plasmarc (read again on KDE's
 // notifyChange signal), and for waybar (the process that owns the StatusNotifierWatcher name) the
 // bar's background in its style sheet. Reduced motion comes from the portal's `org.gnome.desktop.interface`
-// `enable-animations` where the desktop publishes it; otherwise motion stays on. Everything is
+// `enable-animations` where the desktop publishes it, and from KDE's animation speed
+// (kdeglobals, read with the colour scheme); otherwise motion stays on. Everything is
 // read asynchronously (start-up never waits for it); every change notifies the observers.
 // GUI thread only.
 class QtAppearance : public QObject, public Appearance {
@@ -73,6 +74,7 @@ private:
     DesktopTheme theme_;
     bool xfconfPending_ = false;
     std::optional<bool> animations_;
+    std::optional<bool> kdeAnimationsOff_;  // KDE's animation speed is instant
     struct Observers;
     std::shared_ptr<Observers> observers_;
 };

@@ -1,6 +1,7 @@
 #include "QtHarnessIcon.h"
 
 #include <QBuffer>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
@@ -33,6 +34,20 @@ QString iconKeyOf(const QString& path) {
         if (inEntry && line.startsWith(QLatin1String("Icon="))) return line.mid(5).trimmed();
     }
     return {};
+}
+
+// The icons found per word, and how old the answers are.
+struct IconCache {
+    std::map<std::string, QIcon> icons;
+    QElapsedTimer age;
+};
+IconCache& iconCache() {
+    static IconCache cache;
+    if (!cache.age.isValid() || cache.age.hasExpired(5 * 60 * 1000)) {
+        cache.icons.clear();
+        cache.age.start();
+    }
+    return cache;
 }
 
 }  // namespace
@@ -69,6 +84,8 @@ QIcon QtHarnessIcon::fromFile(const QString& path) {
     }
     return icon;
 }
+
+void QtHarnessIcon::forget() { iconCache().icons.clear(); }
 
 QIcon QtHarnessIcon::lookup(const std::string& desktopId) {
     const QString id = QString::fromStdString(desktopId);
@@ -109,7 +126,7 @@ QIcon QtHarnessIcon::generic() {
 }
 
 QIcon QtHarnessIcon::forWord(const std::string& iconWord) {
-    static std::map<std::string, QIcon> cache;
+    auto& cache = iconCache().icons;
     if (auto found = cache.find(iconWord); found != cache.end()) return found->second;
     QIcon icon;
     firstAvailable(harnessIconCandidates(iconWord).iconNames, [&](const std::string& id) {

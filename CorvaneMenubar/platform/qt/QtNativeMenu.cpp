@@ -7,6 +7,7 @@
 #include <QWidgetAction>
 
 #include "menu/MenuBuilder.h"
+#include "menu/PlainSurface.h"
 #include "QtNativeMenuItem.h"
 #include "QtPopupMenu.h"
 
@@ -14,6 +15,20 @@ namespace corvane {
 namespace {
 
 QtNativeMenuItem& qtItem(NativeMenuItem& item) { return static_cast<QtNativeMenuItem&>(item); }
+
+// Makes `menu` hold `wanted` in order, with as few removals and insertions as can be: an action
+// that stays in its place keeps its exported id.
+void placeActions(QMenu& menu, const QList<QAction*>& wanted) {
+    for (QAction* action : menu.actions())
+        if (!wanted.contains(action)) menu.removeAction(action);
+    for (qsizetype i = 0; i < wanted.size(); ++i) {
+        const auto now = menu.actions();
+        if (i < now.size() && now.at(i) == wanted.at(i)) continue;
+        if (now.contains(wanted.at(i))) menu.removeAction(wanted.at(i));
+        const auto after = menu.actions();
+        menu.insertAction(i < after.size() ? after.at(i) : nullptr, wanted.at(i));
+    }
+}
 
 }  // namespace
 
@@ -41,8 +56,11 @@ QtNativeMenu::~QtNativeMenu() {
         auto& qt = qtItem(*item);
         popup_->removeAction(qt.action());
         if (plain_) plain_->removeAction(qt.plainAction());
+        for (const auto& fold : folds_) fold->removeAction(qt.plainAction());
     }
     if (plain_ && placeholder_) plain_->removeAction(placeholder_.get());
+    if (plain_)
+        for (const auto& fold : folds_) plain_->removeAction(fold->menuAction());
 }
 
 void QtNativeMenu::watchPlainSurface() {
@@ -63,11 +81,54 @@ void QtNativeMenu::attachPlainSurface(QMenu* menu, const QString& placeholder) {
     if (placeholder_) plain_->removeAction(placeholder_.get());
     QObject::disconnect(plain_, nullptr, popup_.get(), nullptr);
     plain_ = menu;
-    for (const auto& item : items()) plain_->addAction(qtItem(*item).plainAction());
     placeholder_ = std::make_unique<QAction>(placeholder);
     placeholder_->setEnabled(false);
-    syncPlaceholder();
+    layoutAttached();
     watchPlainSurface();
+}
+
+bool QtNativeMenu::isAttached() const { return plain_ && plain_ != ownPlain_.get(); }
+
+void QtNativeMenu::scheduleLayout() {
+    // Once per batch of edits (the builder calls update() after each), or when the loop turns.
+    if (layoutPending_) return;
+    layoutPending_ = true;
+    QTimer::singleShot(0, popup_.get(), [this] {
+        if (layoutPending_) layoutAttached();
+    });
+}
+
+void QtNativeMenu::layoutAttached() {
+    layoutPending_ = false;
+    if (!isAttached()) return;
+    std::vector<bool> separators;
+    separators.reserve(count());
+    for (const auto& item : items()) separators.push_back(item->isSeparator());
+    const auto folds = plainFolds(separators);
+    while (folds_.size() < folds.size()) folds_.push_back(std::make_unique<QMenu>());
+    QList<QAction*> top;
+    std::vector<QList<QAction*>> folded(folds.size());
+    std::size_t next = 0;
+    for (std::size_t i = 0; i < count(); ++i) {
+        QAction* action = qtItem(*itemAt(i)).plainAction();
+        if (next < folds.size() && i >= folds[next].first) {
+            if (i == folds[next].first) top << folds_[next]->menuAction();
+            folded[next] << action;
+            if (i + 1 == folds[next].first + folds[next].count) ++next;
+            continue;
+        }
+        top << action;
+    }
+    if (count() == 0 && placeholder_) top << placeholder_.get();
+    for (std::size_t f = 0; f < folds.size(); ++f) {
+        folds_[f]->setTitle(QString::fromStdString(plainFoldTitle(folds[f])));
+        placeActions(*folds_[f], folded[f]);
+    }
+    placeActions(*plain_, top);
+    while (folds_.size() > folds.size()) {
+        placeActions(*folds_.back(), {});
+        folds_.pop_back();
+    }
 }
 
 void QtNativeMenu::setLive() {
@@ -77,7 +138,7 @@ void QtNativeMenu::setLive() {
 }
 
 void QtNativeMenu::syncPlaceholder() {
-    if (!placeholder_ || !plain_) return;
+    if (!placeholder_ || !plain_ || isAttached()) return;
     const bool inMenu = plain_->actions().contains(placeholder_.get());
     if (count() == 0 && !inMenu) plain_->addAction(placeholder_.get());
     if (count() > 0 && inMenu) plain_->removeAction(placeholder_.get());
@@ -101,7 +162,10 @@ void QtNativeMenu::didInsert(std::size_t index, NativeMenuItem& inserted) {
         return index < static_cast<std::size_t>(actions.size()) ? actions.at(static_cast<qsizetype>(index)) : nullptr;
     };
     popup_->insertAction(atIndex(*popup_), item.action());
-    if (plain_) plain_->insertAction(atIndex(*plain_), item.plainAction());
+    if (isAttached())
+        scheduleLayout();
+    else if (plain_)
+        plain_->insertAction(atIndex(*plain_), item.plainAction());
     if (live_) item.materialize();
     syncPlaceholder();
 }
@@ -110,10 +174,15 @@ void QtNativeMenu::didRemove(std::size_t, NativeMenuItem& item) {
     auto& qt = qtItem(item);
     popup_->removeAction(qt.action());
     if (plain_) plain_->removeAction(qt.plainAction());
+    for (const auto& fold : folds_) fold->removeAction(qt.plainAction());
+    if (isAttached()) scheduleLayout();
     syncPlaceholder();
 }
 
-void QtNativeMenu::willUpdate() { popup_->flushLayout(); }
+void QtNativeMenu::willUpdate() {
+    popup_->flushLayout();
+    if (layoutPending_) layoutAttached();
+}
 
 void QtNativeMenu::didChangeSettings() { popup_->setMinimumWidth(static_cast<int>(minimumWidth())); }
 

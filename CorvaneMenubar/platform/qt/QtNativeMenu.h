@@ -10,6 +10,7 @@
 #include <QString>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "menu/NativeMenu.h"
 
@@ -41,7 +42,8 @@ public:
 
     // Moves the mirror into `menu`, a QMenu that outlives this one (the tray icon's context menu,
     // set once). While this menu has no items, `menu` shows `placeholder`, disabled, because some
-    // panels hide a tray icon whose menu is empty.
+    // panels hide a tray icon whose menu is empty. A menu too tall for the screen shows folds
+    // there (`plainFolds`): a long section's last rows behind a "4 more" submenu.
     void attachPlainSurface(QMenu* menu, const QString& placeholder);
 
     // The item whose popup or mirror action is `action`, or null.
@@ -66,11 +68,17 @@ private:
     void surfaceHidden();
     void highlightChanged(QAction* action);
     void syncPlaceholder();
+    bool isAttached() const;
+    // The attached mirror: every row's action, and the folds, in place (edits only).
+    void layoutAttached();
+    void scheduleLayout();
 
     std::unique_ptr<QtPopupMenu> popup_;
     std::unique_ptr<QMenu> ownPlain_;
     QPointer<QMenu> plain_;
     std::unique_ptr<QAction> placeholder_;
+    std::vector<std::unique_ptr<QMenu>> folds_;  // the attached mirror's folds, in order
+    bool layoutPending_ = false;
     Reports reports_;
     bool live_ = false;
     bool reportedOpen_ = false;

@@ -13,6 +13,7 @@
 #include <xcb/xcb.h>
 
 #include "QtAppearance.h"
+#include "QtDBusMenuExport.h"
 #include "QtMenuPresenter.h"
 #include "QtVectorImage.h"
 #include "app/TrayChoice.h"
@@ -123,6 +124,7 @@ void QtStatusItem::createTray() {
     look_->stop();
     delete tray_;
     tray_ = new QSystemTrayIcon(this);
+    exportPending_ = true;
     tray_->setToolTip(toolTip_);
     tray_->setContextMenu(presenter_->exportedMenu());
     connect(tray_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
@@ -143,6 +145,12 @@ void QtStatusItem::redraw() {
         // Shown with or without a tray (Qt registers the icon as soon as a host appears), once
         // there is an icon to show.
         if (showInTray_ && !removed_) tray_->show();
+        // Qt registers a StatusNotifierItem and its menu when the icon is first shown.
+        if (exportPending_ && tray_->isVisible()) {
+            exportPending_ = false;
+            if (!export_) export_ = new QtDBusMenuExport(this);
+            export_->attach();
+        }
     }
     Q_EMIT looksChanged();
 }

@@ -21,6 +21,7 @@ class QTimer;
 namespace corvane {
 
 class QtAppearance;
+class QtDBusMenuExport;
 class QtMenuPresenter;
 
 // The app's tray icon: a QSystemTrayIcon (a StatusNotifierItem over D-Bus when a watcher is
@@ -77,6 +78,8 @@ private:
     QtAppearance& appearance_;
     std::unique_ptr<QtMenuPresenter> presenter_;
     QPointer<QSystemTrayIcon> tray_;
+    QtDBusMenuExport* export_ = nullptr;
+    bool exportPending_ = false;  // a new tray icon whose D-Bus objects are not adopted yet
     QDBusServiceWatcher* watcher_ = nullptr;
     QTimer* look_ = nullptr;
     QElapsedTimer waited_;

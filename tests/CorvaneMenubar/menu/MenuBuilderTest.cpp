@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "menu/MenuBuilder.h"
+#include "menu/PlainSurface.h"
 #include "support/MenuRows.h"
 #include "menu/MenuText.h"
 #include "menu/MemoryMenu.h"
@@ -255,26 +256,29 @@ TEST_F(MenuBuilderTest, BakedMenuOnScreenIsReplacedAtOnce) {
 TEST_F(MenuBuilderTest, ReconcileReusesSameRowsKeepsTheOpenSubmenuAndFollowsNewState) {
     MenuAction paused = urlAction("Settings");
     paused.badge = "paused";
-    builder.submit({{action("Sessions"), row::Action{paused}}, std::vector<MenuItem>{action("Docs")}, false});
-    const auto sessions = live().itemAt(0), settings = live().itemAt(1), more = live().itemAt(2);
+    builder.submit({{agent("s1", "Fix", "working", "Working · 1m"), action("Sessions"), row::Action{paused}},
+                    std::vector<MenuItem>{action("Docs")}, false});
+    const auto fix = live().itemAt(0), sessions = live().itemAt(1), settings = live().itemAt(2), more = live().itemAt(3);
     const auto moreMenu = more->submenu();
     const auto launch = moreMenu->itemAt(2);
     moreMenu->reportTrackingBegan();  // the submenu is open; the main menu is not tracked here
     loginEnabled = true;
 
-    builder.submit({{action("New"), action("Settings"), action("Sessions")},
+    builder.submit({{action("New"), agent("s1", "Fix", "idle", "Idle · 2m"), action("Settings"), action("Sessions")},
                     std::vector<MenuItem>{action("Docs"), action("Changelog")}, false});
 
-    EXPECT_EQ(titles(live()), (Titles{"New", "Settings", "Sessions", "More"}));
-    EXPECT_EQ(identities(live()), (std::vector<const NativeMenuItem*>{live().itemAt(0).get(), settings.get(),
+    // The agent row stays the same item (so its panel id stays) while its status changes.
+    EXPECT_EQ(titles(live()), (Titles{"New", "Fix", "Settings", "Sessions", "More"}));
+    EXPECT_EQ(identities(live()), (std::vector<const NativeMenuItem*>{live().itemAt(0).get(), fix.get(), settings.get(),
                                                                       sessions.get(), more.get()}));
+    EXPECT_NE(plainRow(*fix, "k").text.find("Idle"), std::string::npos);
     EXPECT_FALSE(settings->badge());
     EXPECT_EQ(more->submenu(), moreMenu);
     EXPECT_EQ(titles(*moreMenu),
               (Titles{"Docs", "Changelog", "-", "Launch at Login", "-", "About Corvane", "Quit Corvane"}));
     EXPECT_EQ(moreMenu->itemAt(3), launch);
     EXPECT_TRUE(launch->isChecked());  // Launch at Login follows the login item
-    live().itemAt(2)->fire();          // a reused row runs the new row's action
+    live().itemAt(3)->fire();          // a reused row runs the new row's action
     EXPECT_EQ(performedTitles(), Titles{"Sessions"});
 }
 

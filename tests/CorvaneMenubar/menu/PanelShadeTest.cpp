@@ -103,5 +103,14 @@ TEST(PanelShade, ReadsTheDesktopsSettings) {
     }
 }
 
+TEST(PanelShade, KdeAnimationSpeedInstantReducesMotion) {
+    const std::pair<const char*, std::optional<bool>> rows[] = {{"[KDE]\nAnimationDurationFactor=0\n", true},
+        {"[KDE]\nAnimationDurationFactor=0.5\n", false}, {"[KDE]\nAnimationDurationFactor=fast\n", std::nullopt},
+        {"[General]\nAnimationDurationFactor=0\n", std::nullopt}};
+    for (const auto& [kdeglobals, off] : rows) EXPECT_EQ(readKdeAnimationsOff(kdeglobals), off) << kdeglobals;
+    EXPECT_TRUE(motionReduced(std::nullopt, true));
+    EXPECT_FALSE(motionReduced(true, false));
+}
+
 }  // namespace
 }  // namespace corvane

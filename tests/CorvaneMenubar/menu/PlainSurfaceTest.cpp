@@ -198,5 +198,29 @@ TEST_F(PlainSurfaceTest, KeysOnAHighlightedRowChooseThePartTheRowOffers) {
     }
 }
 
+TEST(PlainFoldsTest, ATooTallLevelFoldsItsLongestSectionsUntilItFits) {
+    // Rows as letters, "|" a separator; the folds as first index and count.
+    struct Case {
+        std::string level;
+        std::size_t limit;
+        std::vector<PlainFold> expected;
+    };
+    const std::vector<Case> cases = {
+        {"aaaa|aa", 7, {}},                              // fits
+        {"aaaaaa|aa", 8, {{4, 2}}},                      // 9 rows: 4 kept and "2 more"
+        {"aaaaaa|aaaaa", 8, {{2, 4}, {9, 2}}},           // both folded; the last row stays
+        {"aaaaaaaaaa|a|a", 5, {{1, 9}}},                 // down to one row and its fold
+        {"aa|aa|aa", 4, {}},                             // two-row sections never fold
+        {"aaaaaaa", 4, {{2, 4}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.level);
+        std::vector<bool> separators;
+        for (char ch : c.level) separators.push_back(ch == '|');
+        EXPECT_EQ(plainFolds(separators, c.limit), c.expected);
+    }
+    EXPECT_EQ(plainFoldTitle({3, 4}), "4 more");
+}
+
 }  // namespace
 }  // namespace corvane

@@ -4,8 +4,14 @@
 //   item SERVICE
 //   icon WxH            one line per pixmap the item offers
 //   row LABEL           one line per visible menu row, depth-first, submenu rows indented
-// and exits 0 once the menu holds a row labelled EXPECTED (second argument; any row when absent);
-// 1 when that did not happen within the time limit (first argument, seconds).
+// once the menu holds a row labelled EXPECTED (second argument; any row when absent). Then it
+// opens the menu as a panel does (AboutToShow on the top level, then on the "More" submenu) and
+// prints what a host meets:
+//   iconThemePath answered|missing
+//   opening: layout-updated N, rows kept K of M   LayoutUpdated signals within 2 s of the
+//                                                 opening; top-level rows with the same id after
+//   submenu More: N rows                          GetLayout of the submenu after its AboutToShow
+// and exits 0; 1 when the expected row did not come within the time limit (first argument, s).
 
 #include <QCoreApplication>
 #include <QDBusArgument>
@@ -18,8 +24,14 @@
 
 namespace {
 
+struct Row {
+    int id = 0;
+    int depth = 0;
+    QString label;
+};
+
 // One (ia{sv}av) node of a dbusmenu layout, its rows added to `rows` as they are read.
-void readLayout(const QDBusArgument& argument, int depth, QStringList& rows) {
+void readLayout(const QDBusArgument& argument, int depth, QList<Row>& rows) {
     int id = 0;
     QVariantMap properties;
     argument.beginStructure();
@@ -29,7 +41,7 @@ void readLayout(const QDBusArgument& argument, int depth, QStringList& rows) {
     if (depth > 0 && visible && !separator) {
         QString label = properties.value(QStringLiteral("label")).toString();
         label.remove(QLatin1Char('_'));
-        rows << QString(2 * (depth - 1), QLatin1Char(' ')) + label;
+        rows << Row{id, depth, label};
     }
     argument.beginArray();
     while (!argument.atEnd()) {
@@ -40,6 +52,15 @@ void readLayout(const QDBusArgument& argument, int depth, QStringList& rows) {
     argument.endArray();
     argument.endStructure();
 }
+
+// Counts the signals it is connected to.
+class Counter : public QObject {
+    Q_OBJECT
+public:
+    int count = 0;
+public Q_SLOTS:
+    void hit() { ++count; }
+};
 
 // Only what Qt's tray icon asks of a watcher: that a host is there, and the registration.
 class Watcher : public QObject {
@@ -69,7 +90,8 @@ private:
             const QDBusMessage reply = bus.call(get, QDBus::Block, 3000);
             return reply.arguments().isEmpty() ? QVariant() : reply.arguments().first().value<QDBusVariant>().variant();
         };
-        QStringList sizes, rows;
+        QStringList sizes;
+        QList<Row> rows;
         if (const QVariant pixmaps = property(QStringLiteral("IconPixmap")); pixmaps.isValid()) {
             const auto list = pixmaps.value<QDBusArgument>();  // a(iiay)
             list.beginArray();
@@ -84,25 +106,64 @@ private:
             list.endArray();
         }
         const QString menuPath = property(QStringLiteral("Menu")).value<QDBusObjectPath>().path();
-        if (!menuPath.isEmpty()) {
-            QDBusMessage layout = QDBusMessage::createMethodCall(service, menuPath, QStringLiteral("com.canonical.dbusmenu"),
-                                                                 QStringLiteral("GetLayout"));
-            layout << 0 << -1 << QStringList();
-            const QDBusMessage reply = bus.call(layout, QDBus::Block, 3000);
-            if (reply.arguments().size() == 2) readLayout(reply.arguments().at(1).value<QDBusArgument>(), 0, rows);
-        }
+        if (!menuPath.isEmpty()) rows = layoutOf(service, menuPath, 0, -1);
         const QString expected = QCoreApplication::arguments().value(2);
         bool found = expected.isEmpty();
-        for (const auto& row : rows) found = found || row.trimmed() == expected;
+        for (const auto& row : rows) found = found || row.label == expected;
         if (!found) {
             QTimer::singleShot(200, [service, path] { inspect(service, path); });
             return;
         }
         std::printf("item %s\n", service.toUtf8().constData());
         for (const auto& size : sizes) std::printf("icon %s\n", size.toUtf8().constData());
-        for (const auto& row : rows) std::printf("row %s\n", row.toUtf8().constData());
+        for (const auto& row : rows)
+            std::printf("row %s%s\n", QString(2 * (row.depth - 1), QLatin1Char(' ')).toUtf8().constData(),
+                        row.label.toUtf8().constData());
+        std::printf("iconThemePath %s\n", property(QStringLiteral("IconThemePath")).isValid() ? "answered" : "missing");
         std::fflush(stdout);
-        QCoreApplication::exit(0);
+        open(service, menuPath, rows);
+    }
+
+    static QList<Row> layoutOf(const QString& service, const QString& menuPath, int parent, int depth) {
+        QList<Row> rows;
+        const QDBusMessage reply = QDBusConnection::sessionBus().call(
+            QDBusMessage::createMethodCall(service, menuPath, QStringLiteral("com.canonical.dbusmenu"), QStringLiteral("GetLayout"))
+                << parent << depth << QStringList(),
+            QDBus::Block, 3000);
+        if (reply.arguments().size() == 2) readLayout(reply.arguments().at(1).value<QDBusArgument>(), 0, rows);
+        return rows;
+    }
+
+    static void aboutToShow(const QString& service, const QString& menuPath, int id) {
+        QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(service, menuPath, QStringLiteral("com.canonical.dbusmenu"),
+                                                                          QStringLiteral("AboutToShow"))
+                                               << id,
+                                           QDBus::Block, 3000);
+    }
+
+    // A panel opening the menu: counts the layout signals that follow and compares the ids.
+    static void open(const QString& service, const QString& menuPath, const QList<Row>& before) {
+        static auto* counter = new Counter;
+        QDBusConnection::sessionBus().connect(service, menuPath, QStringLiteral("com.canonical.dbusmenu"),
+                                              QStringLiteral("LayoutUpdated"), counter, SLOT(hit()));
+        aboutToShow(service, menuPath, 0);
+        QTimer::singleShot(2000, [service, menuPath, before] {
+            const auto after = layoutOf(service, menuPath, 0, -1);
+            int rows = 0, kept = 0, more = 0;
+            for (const auto& row : before) {
+                if (row.label == QStringLiteral("More")) more = row.id;
+                if (row.depth != 1) continue;
+                ++rows;
+                for (const auto& now : after) kept += now.depth == 1 && now.id == row.id;
+            }
+            std::printf("opening: layout-updated %d, rows kept %d of %d\n", counter->count, kept, rows);
+            aboutToShow(service, menuPath, more);
+            int shown = 0;
+            for (const auto& row : layoutOf(service, menuPath, more, 1)) shown += row.depth == 1;
+            std::printf("submenu More: %d rows\n", shown);
+            std::fflush(stdout);
+            QCoreApplication::exit(0);
+        });
     }
 };
 

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # The StatusNotifierItem path: on a private session bus with a stand-in watcher (as a panel's tray
 # provides), the app registers its item, offers its icon at every tray size, and exports the
-# plain-text mirror of its menu over dbusmenu with the demo's rows.
+# plain-text mirror of its menu over dbusmenu with the demo's rows; opening that menu as a panel
+# does keeps every row's id and sends no layout signal when nothing came or went, and the "More"
+# submenu answers its rows.
 # Usage: sni-e2e.sh APP STAND_IN. Exit 77 (skipped) when a tool is missing.
 set -euo pipefail
 app=$1 standIn=$2
@@ -53,10 +55,14 @@ expect() { grep -qxE -- "$1" "$work/found" || { echo "FAIL: missing: $1"; fail=1
 # Every tray size, and the 2x forms a HiDPI panel picks.
 for size in 16 22 24 32 48 64; do expect "icon ${size}x${size}"; done
 expect "icon 44x44"
-# Custom rows as their one-line text; the app rows at the end of the "More" submenu.
-for row in "row Copy machine ID" "row Sessions synced — 3 sessions" "row Fix flaky login test · .* — Working · .*" \
+# Custom rows as their one-line text; the app rows at the end of the "More" submenu; the demo is
+# taller than a panel menu's top level may be, so the end of its actions sits in a fold.
+for row in "row   Copy machine ID" "row [0-9]+ more" "row Sessions synced — 3 sessions" "row Fix flaky login test · .* — Working · .*" \
   "row GitHub: connected, checked .*" "row More" "row   Quit Corvane"; do
   expect "$row"
 done
+expect "iconThemePath answered"
+expect "opening: layout-updated 0, rows kept ([0-9]+) of \1"
+expect "submenu More: ([5-9]|[1-9][0-9]) rows"
 grep -q '^item ' "$work/found" || { echo "FAIL: no item"; fail=1; }
 exit $fail
