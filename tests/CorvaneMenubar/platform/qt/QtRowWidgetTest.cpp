@@ -161,10 +161,10 @@ TEST_F(QtMenuFixture, RendersTheDemoMenu) {
         const QColor ground = image.pixelColor(3, image.height() / 2);
         EXPECT_EQ(ground.lightnessF() < 0.5, dark);
         // The text's leading edge in a row: its first column (last, right to left) unlike the ground.
-        auto textEdge = [&](QAction* action) {
+        auto textEdge = [&, mirrored = rightToLeft](QAction* action) {
             const QRect row = popup().actionGeometry(action);
             for (int step = 0; step < row.width(); ++step) {
-                const int x = rightToLeft ? row.right() - step : row.left() + step;
+                const int x = mirrored ? row.right() - step : row.left() + step;
                 for (int y = row.top() + 2; y < row.bottom() - 2; ++y)
                     if (image.pixelColor(x, y) != ground) return step;
             }
