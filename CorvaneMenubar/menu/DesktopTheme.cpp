@@ -34,7 +34,13 @@ void readGtkSettings(std::string_view settingsIni, DesktopTheme& theme) {
 }
 
 void readKdeColours(std::string_view kdeglobals, DesktopTheme& theme) {
-    if (const auto colour = iniValue(kdeglobals, "Colors:Window", "BackgroundNormal")) theme.kdeWindow = parseColour(*colour);
+    if (const auto colour = iniValue(kdeglobals, "Colors:Window", "BackgroundNormal")) {
+        theme.kdeWindow = parseColour(*colour);
+        return;
+    }
+    // A scheme chosen by name only (its colours not copied in): Breeze Dark's or Breeze's window.
+    if (const auto scheme = iniValue(kdeglobals, "General", "ColorScheme"))
+        theme.kdeWindow = mentionsDark(*scheme) ? Rgb{32, 35, 38} : Rgb{239, 240, 241};
 }
 
 MenuColours popupColours(const MenuColours& toolkit, std::optional<bool> desktopDark) {

@@ -79,6 +79,8 @@ TEST(MenuColours, PopupFollowsTheDesktopsShade) {
         {1u, "", "[Settings]\ngtk-theme-name=Adwaita\n", "", true},  // the portal wins
         {2u, breezeDark, "", "", false},
         {std::nullopt, breezeDark, "", "Adwaita", true},
+        {std::nullopt, "[General]\nColorScheme=BreezeDark\n", "", "Adwaita", true},  // the scheme's name only
+        {std::nullopt, "[General]\nColorScheme=BreezeLight\n", "", "Adwaita-dark", false},
         {std::nullopt, "", "[Settings]\ngtk-application-prefer-dark-theme=1\n", "", true},
         {std::nullopt, "", "[Settings]\ngtk-theme-name=Arc-Dark\n", "", true},
         {std::nullopt, "", "[Settings]\ngtk-theme-name=Arc-Dark\n", "Greybird", false},  // Xfce's xsettings
